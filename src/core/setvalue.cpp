@@ -1,0 +1,302 @@
+// setvalue.cpp -- the value constructors.
+//
+// Each scalar type has four forms: into a given record, into memory variable
+// i (by index), into the variable visible under index i (through
+// vlnGetVarForWrite, which declares a never-declared name first), and into a
+// new temporary.  The into-a-record form honours Mode: a field record is
+// written through the database with a scratch value; a strictly typed record
+// keeps its declared numeric subtype or refuses (332); anything else has its
+// old content released first.
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <unordered_map>
+
+#include "kernel.h"
+#include "set.h"
+#include "valrec.hpp"
+#include "vlerror.h"
+
+using vl::is_field;
+using vl::kModeStrict;
+
+namespace {
+
+constexpr const char* kModule = "setvalue";
+
+bool strict(const var* v) { return kModeStrict.has(v->Mode); }
+
+// Write value through the field store of field record v.
+var* field_store(var* v, var* value)
+{
+  if (vlnSetFieldHook) return vlnSetFieldHook(v, value);
+  return int_error(416, "field store without a database", kModule, __LINE__);
+}
+
+// Store a scalar already built in scratch (Type, Length, Decimals, Value)
+// into v after releasing v's content.
+var* store_scalar(var* v, const var& scratch)
+{
+  if (is_field(v)) return field_store(v, const_cast<var*>(&scratch));
+  if (release_v_cont(v, scratch.Type) == ERROR_VAR) return ERROR_VAR;
+  v->Type = scratch.Type;
+  v->Length = scratch.Length;
+  v->Decimals = scratch.Decimals;
+  v->Value = scratch.Value;
+  if (v->Mode == 'U') v->Mode = 'N';
+  return v;
+}
+
+var scalar(char type, int32_t length)
+{
+  var s{};
+  s.Type = type;
+  s.Mode = 't';
+  s.Length = length;
+  return s;
+}
+
+var* index_var(int32_t index)
+{
+  if (index < 0 || index >= mvn_fpt) return vlnGetVar(index);
+  return mv_names[index].v;
+}
+
+// Deep copy of array record src, reproducing shared and cyclic parts.
+ArrRec* copy_array(ArrRec* src, std::unordered_map<ArrRec*, ArrRec*>& done)
+{
+  if (auto it = done.find(src); it != done.end()) {
+    ++it->second->A_links;
+    return it->second;
+  }
+  ArrRec* dst = vl::arr_alloc(src->A_size);
+  done[src] = dst;
+  for (uint32_t i = 0; i < src->A_size; ++i) {
+    var* e = mak_var('N', 'U');
+    dst->A_vec[i] = e;
+    var* s = src->A_vec[i];
+    if (s->Type == 'A') {
+      e->Type = 'A';
+      e->Value.w1.arr = copy_array(s->Value.w1.arr, done);
+    } else {
+      cpy_var(e, s);
+    }
+  }
+  return dst;
+}
+
+}  // namespace
+
+extern "C" {
+
+var* set_cvar(var* v, const char* text)
+{
+  var s = scalar('C', static_cast<int32_t>(std::strlen(text) + 1));
+  s.Value.w1.str = const_cast<char*>(text);
+  if (is_field(v)) return field_store(v, &s);
+  if (release_v_cont(v, 'C') == ERROR_VAR) return ERROR_VAR;
+  v->Type = 'C';
+  v->Length = s.Length;
+  v->Decimals = 0;
+  v->Value = s.Value;
+  if (v->Mode == 'U') v->Mode = 'N';
+  vl::borrow_mode(v);
+  return v;
+}
+
+var* set_Cvar(var* v, const char* text, int32_t len)
+{
+  if (len < 0) len = text ? static_cast<int32_t>(std::strlen(text)) : 0;
+  if (v->Type == 'C' && v->Value.w1.str == text && text && vl::owns(v) && !is_field(v)) {
+    if (len + 1 == v->Length) return v;
+    char* p = static_cast<char*>(vln_realloc(v->Value.w1.str, static_cast<size_t>(len) + 1,
+                                             vln_errmsg[41], VL_SEV_RUNTIME,
+                                             VL_LEVEL_ALWAYS, kModule, __LINE__));
+    if (!p) return ERROR_VAR;
+    p[len] = '\0';
+    v->Value.w1.str = p;
+    v->Length = len + 1;
+    return v;
+  }
+  char* p = static_cast<char*>(vln_malloc(static_cast<size_t>(len) + 1, vln_errmsg[41],
+                                          VL_SEV_RUNTIME, VL_LEVEL_ALWAYS, kModule,
+                                          __LINE__));
+  if (!p) return ERROR_VAR;
+  if (text)
+    std::memcpy(p, text, static_cast<size_t>(len));
+  else
+    std::memset(p, 0, static_cast<size_t>(len));
+  p[len] = '\0';
+  if (is_field(v)) {
+    var s = scalar('C', len + 1);
+    s.Value.w1.str = p;
+    var* r = field_store(v, &s);
+    std::free(p);
+    return r;
+  }
+  if (release_v_cont(v, 'C') == ERROR_VAR) {
+    std::free(p);
+    return ERROR_VAR;
+  }
+  v->Type = 'C';
+  v->Length = len + 1;
+  v->Decimals = 0;
+  v->Value.w1.str = p;
+  if (v->Mode == 'U') v->Mode = 'N';
+  vl::own_mode(v);
+  return v;
+}
+
+var* set_dvar(var* v, int32_t day)
+{
+  var s = scalar('D', 8);
+  s.Value.w1.i = day;
+  return store_scalar(v, s);
+}
+
+var* set_lvar(var* v, int b)
+{
+  if (strict(v) && !is_field(v)) {
+    if (v->Type == 'I') return set_Ivar(v, b != 0);
+    if (v->Type == 'N' || v->Type == 'F') return set_nvar(v, b != 0, 0);
+  }
+  var s = scalar('L', 1);
+  s.Value.w1.i = b != 0;
+  return store_scalar(v, s);
+}
+
+var* set_Ivar(var* v, int32_t n)
+{
+  if (strict(v) && !is_field(v)) {
+    if (v->Type == 'N' || v->Type == 'F') return set_nvar(v, n, -1);
+    if (v->Type == 'L') return set_lvar(v, n != 0);
+  }
+  var s = scalar('I', -1);
+  s.Value.w1.i = n;
+  return store_scalar(v, s);
+}
+
+var* set_nvar(var* v, double d, int dec)
+{
+  char type = 'N';
+  if (strict(v) && !is_field(v)) {
+    if (v->Type == 'I') return set_Ivar(v, vlnDoubleToInt(d));
+    if (v->Type == 'L') return set_lvar(v, d != 0.0);
+    if (v->Type == 'F') type = 'F';
+  }
+  var s = scalar(type, -1);
+  s.Decimals = static_cast<uint8_t>(dec == -1 ? vlnGetDecimals() : dec & 0xFF);
+  s.Value.w1.d = d;
+  return store_scalar(v, s);
+}
+
+var* set_cvarv(int32_t i, const char* text) { return set_cvar(index_var(i), text); }
+var* set_dvarv(int32_t i, int32_t day) { return set_dvar(index_var(i), day); }
+var* set_Ivarv(int32_t i, int32_t n) { return set_Ivar(index_var(i), n); }
+var* set_lvarv(int32_t i, int b) { return set_lvar(index_var(i), b); }
+var* set_nvarv(int32_t i, double d, int dec) { return set_nvar(index_var(i), d, dec); }
+
+var* set_cvarf(int32_t i, const char* text) { return set_cvar(vlnGetVarForWrite(i), text); }
+var* set_dvarf(int32_t i, int32_t day) { return set_dvar(vlnGetVarForWrite(i), day); }
+var* set_Ivarf(int32_t i, int32_t n) { return set_Ivar(vlnGetVarForWrite(i), n); }
+var* set_lvarf(int32_t i, int b) { return set_lvar(vlnGetVarForWrite(i), b); }
+var* set_nvarf(int32_t i, double d, int dec)
+{
+  return set_nvar(vlnGetVarForWrite(i), d, dec);
+}
+
+var* set_cv(const char* text) { return set_cvar(cre_tmpvar(), text); }
+var* set_dv(int32_t day) { return set_dvar(cre_tmpvar(), day); }
+var* set_Iv(int32_t n) { return set_Ivar(cre_tmpvar(), n); }
+var* set_lv(int b) { return set_lvar(cre_tmpvar(), b); }
+var* set_nv(double d, int dec) { return set_nvar(cre_tmpvar(), d, dec); }
+
+var* set_ivar(var* v, intptr_t word)
+{
+  if (is_field(v)) return v;
+  const VWord2 keep = v->Type == '?' ? v->Value.w2 : VWord2{};
+  if (release_v_cont(v, '?') == ERROR_VAR) return ERROR_VAR;
+  v->Type = '?';
+  v->Value.w1.slot = word;
+  v->Value.w2 = keep;
+  return v;
+}
+
+var* set_svar(var* v, void* window)
+{
+  if (is_field(v)) return v;
+  if (release_v_cont(v, 'S') == ERROR_VAR) return ERROR_VAR;
+  v->Type = 'S';
+  v->Value.w1.win = window;
+  vl::own_mode(v);
+  return v;
+}
+
+var* set_Svar(var* v, void* window)
+{
+  if (is_field(v)) return v;
+  void* copy = vlnDupWindowHook ? vlnDupWindowHook(window) : nullptr;
+  if (!copy) ftl_error(301, "cannot copy the screen window");
+  return set_svar(v, copy);
+}
+
+var* set_bvar(var* v, AnyFn fn, int pars, ...)
+{
+  if (is_field(v)) return v;
+  va_list ap;
+  va_start(ap, pars);
+  uint32_t n = 0;
+  while (va_arg(ap, var*)) ++n;
+  va_end(ap);
+  ArrRec* a = vl::arr_alloc(n);
+  va_start(ap, pars);
+  for (uint32_t i = 0; i < n; ++i) {
+    var* d = va_arg(ap, var*);
+    if (!vl::is_static(d)) ++d->Links;
+    a->A_vec[i] = d;
+  }
+  va_end(ap);
+  if (release_v_cont(v, 'B') == ERROR_VAR) {
+    vln_arr_unref(a);
+    return ERROR_VAR;
+  }
+  v->Type = 'B';
+  v->Decimals = static_cast<uint8_t>(pars);
+  v->Length = 0;
+  v->Value.w1.arr = a;
+  v->Value.w2.fn = fn;
+  if (v->Mode == 'U') v->Mode = 'N';
+  return v;
+}
+
+var* set_Ov(int32_t nslots, const VlnClassRow* classrecord, var* methods)
+{
+  var* t = cre_tmpvar();
+  ArrRec* a = vln_arr_new(static_cast<uint32_t>(nslots) + 2);
+  if (!a) return ERROR_VAR;
+  a->A_flags |= AF_OBJECT;
+  set_ivar(a->A_vec[0], reinterpret_cast<intptr_t>(classrecord));
+  cpy_var(a->A_vec[1], methods);
+  t->Type = 'O';
+  t->Value.w1.arr = a;
+  return t;
+}
+
+var* true_cpy(var* dst, var* src)
+{
+  if (src->Type != 'A') return cpy_var(dst, src);
+  if (dst == src) return dst;
+  if (is_field(dst)) return field_store(dst, src);
+  std::unordered_map<ArrRec*, ArrRec*> done;
+  ArrRec* copy = copy_array(src->Value.w1.arr, done);
+  if (release_v_cont(dst, 'A') == ERROR_VAR) {
+    vln_arr_unref(copy);
+    return ERROR_VAR;
+  }
+  dst->Type = 'A';
+  dst->Value.w1.arr = copy;
+  if (dst->Mode == 'U') dst->Mode = 'N';
+  return dst;
+}
+
+}  // extern "C"

@@ -1,0 +1,82 @@
+/*
+** vlgen.h -- write host-language code the way generated code is written.
+**
+** A function written in the language opens a frame, declares its locals and
+** parameters, ends each statement by releasing the statement's temporaries,
+** and returns through the frame.  These macros spell that pattern once, so
+** that the library's own language-level modules, the tests and the examples
+** read like the language:
+**
+**   VLN_FUNC(twice)
+**   {
+**     VL_BEGIN("demo.prg", "twice");
+**     var* n = VL_PARAM(0, 'N');
+**     var* r = VL_LOCAL('U');
+**     VL_STMT(set_nvar(r, vlnNumVar(n) * 2, 0));
+**     VL_RETURN(r);
+**   }
+**
+** Export markers.  The build collects every VLN_FUNC, VLN_MEMVAR and
+** VLN_INIT of the library into the function registry, so a marker written
+** at the start of a line is all it takes to make a function callable by
+** name.  Names are lower case and at most 10 characters.
+*/
+#ifndef VL_GEN_H
+#define VL_GEN_H
+
+#include "frame.h"
+#include "kernel.h"
+#include "var.h"
+
+/* A language-level function `_bb_<name>(argc, argv)`. */
+#define VLN_FUNC(name) VL_EXTERN_C var* _bb_##name(int argc, var** argv)
+/* A start-up routine `_bbi_<name>`; lower order runs first. */
+#define VLN_INIT(name, order) VL_EXTERN_C void _bbi_##name(void)
+/* A memory-variable name the module refers to; the word holds its index. */
+#define VLN_MEMVAR(name) VL_EXTERN_C int32_t _bbvar_##name
+
+/* Open the frame of the running function (argc and argv in scope). */
+#define VL_BEGIN(file, func)                                        \
+  frame vl_frame_;                                                  \
+  vln_fn_start(&vl_frame_, (file), (func), __LINE__, argc)
+
+/* A LOCAL of the given type letter ('U' for none). */
+#define VL_LOCAL(type) vln_local_param(0, 0, (var**)0, (type))
+/* Formal parameter i of the given type letter. */
+#define VL_PARAM(i, type) vln_local_param(argc, (i), argv, (type))
+
+/* One statement: deliver events, run it, release its temporaries. */
+#define VL_STMT(...)                    \
+  do {                                  \
+    _vln_signal_n();                    \
+    vl_frame_.Line = __LINE__;          \
+    __VA_ARGS__;                        \
+    del_tmpvars(vl_frame_.TmvNp);       \
+  } while (0)
+
+/* RETURN x from a function declared of type letter t ('U' for none). */
+#define VL_RETURN_T(x, t)                     \
+  do {                                        \
+    vl_frame_.RetVal = mk_var_cp(x);          \
+    return vln_fn_end(&vl_frame_, (t));       \
+  } while (0)
+#define VL_RETURN(x) VL_RETURN_T(x, 'U')
+/* RETURN without a value: NIL. */
+#define VL_RETURN_NIL() return vln_fn_end(&vl_frame_, 'U')
+
+#ifdef __cplusplus
+#include <initializer_list>
+/* Call a language function with an argument list: vl_call(fn, {a, b}). */
+inline var* vl_call(BbFn fn, std::initializer_list<var*> args)
+{
+  return fn(static_cast<int>(args.size()), const_cast<var**>(args.begin()));
+}
+#else
+#define VL_NARGS_(_1, _2, _3, _4, _5, _6, _7, _8, _9, N, ...) N
+/* Number of arguments, 1 to 9. */
+#define VL_NARGS(...) VL_NARGS_(__VA_ARGS__, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0)
+/* Call a language function with one to nine arguments. */
+#define VL_CALL(fn, ...) fn(VL_NARGS(__VA_ARGS__), (var*[]){__VA_ARGS__})
+#endif
+
+#endif /* VL_GEN_H */

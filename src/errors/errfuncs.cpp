@@ -1,0 +1,59 @@
+// errfuncs.cpp -- language functions around errors and the program's end.
+#include <cstdio>
+
+#include "kernel.h"
+#include "letters.hpp"
+#include "vlerror.h"
+#include "vlgen.h"
+
+namespace {
+
+struct PrgErr {
+  int selector;
+  int code;
+  const char* format;
+};
+
+constexpr PrgErr kPrgErrs[] = {
+    {100001, 902, "%s:;empty field list;nothing to do"},
+    {100002, 312, "%s:;file name expected"},
+    {100003, 322, "%s:;cannot open target database '%s' exclusively"},
+    {100004, 312, "%s:;block expected"},
+    {100005, 322, "%s:;area has no database in use"},
+    {100006, 325, "%s:;someone else has locked the target database;cannot append"},
+    {100007, 325, "%s:;illegal field name '%s'"},
+    {100008, 322, "%s:;cannot open source database '%s'"},
+};
+
+const char* text_or_empty(int argc, var** argv, int i)
+{
+  return i < argc && vl::kCM.has(argv[i]->Type) ? VSTR(argv[i]) : "";
+}
+
+}  // namespace
+
+// ERRORLEVEL(n): set the exit status, return the former one.
+VLN_FUNC(errorlevel)
+{
+  if (argc < 1 || !vl::kNFIL.has(argv[0]->Type)) return ERROR_VAR;
+  const int32_t old = shell_return;
+  shell_return = vlnIntVar(argv[0]);
+  return set_Iv(old);
+}
+
+// VLNPRGERR(selector, command, detail): report a fixed command condition.
+VLN_FUNC(vlnprgerr)
+{
+  const int selector = argc > 0 && vl::kNFIL.has(argv[0]->Type) ? vlnIntVar(argv[0]) : 0;
+  for (const PrgErr& e : kPrgErrs) {
+    if (e.selector != selector) continue;
+    std::snprintf(repdum, sizeof repdum, e.format, text_or_empty(argc, argv, 1),
+                  text_or_empty(argc, argv, 2));
+    rt_error(e.code, repdum);
+    break;
+  }
+  return TRUE_VAR;
+}
+
+// __QUIT(): end the program.
+VLN_FUNC(__quit) { vln_quit(); }

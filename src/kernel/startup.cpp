@@ -1,0 +1,141 @@
+// startup.cpp -- the start-up order, the end of a program, and event
+// delivery between statements.
+//
+// Start-up runs, in this order, because each step needs the ones before it:
+//   1. vln_init_segments: the registry takes the library's functions and
+//      memory-variable names;
+//   2. vlnHandleEnvironment: VLTERM/VLTERMINFO stand in for TERM/TERMINFO;
+//   3. init_lang: the national tables;
+//   4. err_init: the error table;
+//   5. cursesinit, when the screen layer is linked and there is a terminal;
+//   6. the start-up routines, by order (the error block before the drivers);
+//   7. the application's main function, as an ordinary language call.
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "frame.h"
+#include "kernel.h"
+#include "vlerror.h"
+
+extern "C" {
+// The national tables.  Weak so that the kernel links before the national
+// language module registers its start routine.
+void init_lang(void) __attribute__((weak));
+}
+
+namespace {
+
+bool started = false;
+bool quitting = false;
+
+std::vector<void (*)(void)>& quit_routines()
+{
+  static std::vector<void (*)(void)> routines;
+  return routines;
+}
+
+std::vector<void (*)(void)>& signal_polls()
+{
+  static std::vector<void (*)(void)> polls;
+  return polls;
+}
+
+// Replace NAME= by the value of VLNAME= when the latter is set.
+void take_vl_variable(const char* vl_name, const char* name)
+{
+  if (const char* value = std::getenv(vl_name)) setenv(name, value, 1);
+}
+
+void run_cursesinit()
+{
+  const int32_t pos = find_fun("cursesinit");
+  if (pos > 0) glob_ftab[pos].fn(0, nullptr);
+}
+
+}  // namespace
+
+extern "C" {
+
+void vln_init_segments(void)
+{
+  textStart = textEnd = textScan = dataStart = dataEnd = dataScan = 0;
+  textDynStart = textDynEnd = textDynScan = dataDynStart = dataDynEnd = dataDynScan = 0;
+  vln_register_module(vln_lib_ftab, vln_lib_vtab, vln_lib_itab);
+}
+
+void vlnHandleEnvironment(void)
+{
+  take_vl_variable("VLTERM", "TERM");
+  take_vl_variable("VLTERMINFO", "TERMINFO");
+}
+
+void vln_start(int argc, char** argv)
+{
+  if (started) return;
+  started = true;
+  __argv0 = argc > 0 && argv ? argv[0] : "";
+  vln_init_segments();
+  vlnHandleEnvironment();
+  if (init_lang) init_lang();
+  err_init();
+  run_cursesinit();
+  vln_run_inits();
+  vln_mark_program_names();
+}
+
+void vln_run(int argc, char** argv, BbFn main_fn)
+{
+  vln_start(argc, argv);
+  const int32_t mark = tmpvar_cnt;
+  main_fn(0, nullptr);
+  del_tmpvars(mark);
+  vln_quit();
+}
+
+void vln_on_quit(void (*fn)(void)) { quit_routines().push_back(fn); }
+
+void vln_quit(void)
+{
+  if (quitting) _exit(shell_return ? shell_return : 1);
+  quitting = true;
+  auto& routines = quit_routines();
+  while (!routines.empty()) {
+    auto fn = routines.back();
+    routines.pop_back();
+    fn();
+  }
+  std::fflush(nullptr);
+  std::exit(shell_return);
+}
+
+void vln_add_signal_poll(void (*fn)(void)) { signal_polls().push_back(fn); }
+
+void _vln_signal_n(void)
+{
+  for (auto fn : signal_polls()) fn();
+}
+
+static sigset_t saved_break_mask;
+static int break_disabled = 0;
+
+void vln_disable_break(void)
+{
+  if (break_disabled++ > 0) return;
+  sigset_t block;
+  sigemptyset(&block);
+  sigaddset(&block, SIGINT);
+  sigaddset(&block, SIGQUIT);
+  sigprocmask(SIG_BLOCK, &block, &saved_break_mask);
+}
+
+void vln_enable_break(void)
+{
+  if (break_disabled == 0 || --break_disabled > 0) return;
+  sigprocmask(SIG_SETMASK, &saved_break_mask, nullptr);
+}
+
+}  // extern "C"

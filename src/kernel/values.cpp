@@ -1,0 +1,297 @@
+// values.cpp -- records: making, copying, assigning and releasing values.
+//
+// Link discipline.  A record's Links counts its holders: the temporary
+// stack, the memory-variable table, the variable stack, an array element
+// slot, a detached block variable.  del_var drops one link and frees the
+// record at zero.  Array records ('A','O','B','b') count their sharing
+// values in A_links; the last one releases the elements last to first.
+//
+// Assignment order.  cpy_var takes the new copy or reference first and only
+// then releases the destination's old content, so `a := a[1]` (where a holds
+// the only link of its array) and `s := s` never read freed memory.
+#include <cassert>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "frame.h"
+#include "kernel.h"
+#include "set.h"
+#include "valrec.hpp"
+#include "vlerror.h"
+
+extern "C" {
+var* (*vlnSetFieldHook)(var* field, var* value) = nullptr;
+void (*vlnGetFieldHook)(var* field) = nullptr;
+void* (*vlnDupWindowHook)(void* window) = nullptr;
+void (*vlnDelWindowHook)(void* window) = nullptr;
+void (*vlnAxitHook)(var* obj) = nullptr;
+}
+
+namespace vl {
+
+namespace {
+
+constexpr const char* kModule = "values";
+
+char* dup_text(const char* text, size_t len)
+{
+  auto* p = static_cast<char*>(vln_malloc(len + 1, vln_errmsg[41], VL_SEV_FATAL,
+                                          VL_LEVEL_ALWAYS, kModule, __LINE__));
+  std::memcpy(p, text, len);
+  p[len] = '\0';
+  return p;
+}
+
+// Refresh a field record's cached value before it is read.
+void refresh_field(var* v)
+{
+  if (is_field(v) && vlnGetFieldHook) vlnGetFieldHook(v);
+}
+
+void free_elements(ArrRec* a)
+{
+  for (uint32_t i = a->A_size; i-- > 0;)
+    if (a->A_vec[i]) del_var(a->A_vec[i]);
+  std::free(a->A_vec);
+  std::free(a->A_text);
+  std::free(a);
+}
+
+// Run the object's axit once, holding the record so that it cannot be freed
+// under the method.  Returns true when the object was resurrected.
+bool run_axit(ArrRec* a)
+{
+  a->A_flags |= AF_DYING;
+  a->A_links = 1;
+  var self{};
+  self.Type = 'O';
+  self.Mode = 'n';
+  self.Links = 1;
+  self.Value.w1.arr = a;
+  vlnAxitHook(&self);
+  return --a->A_links > 0;
+}
+
+// Convert src into the strictly typed record dst, or refuse with 332.
+var* store_strict(var* dst, var* src)
+{
+  if (!vlnParamTypesCompatible(src->Type, dst->Type)) {
+    std::snprintf(repdum, sizeof repdum, "expected %c - received %c", dst->Type,
+                  src->Type);
+    rt_error(332, repdum);
+    return ERROR_VAR;
+  }
+  switch (dst->Type) {
+    case 'N':
+    case 'F':
+      return set_nvar(dst, vlnNumVar(src), kNF.has(src->Type) ? src->Decimals : 0);
+    case 'I':
+      return set_Ivar(dst, vlnIntVar(src));
+    case 'L':
+      return set_lvar(dst, vlnLogVar(src));
+    default: {  // block into block, object into object: share it
+      var tmp{};
+      copy_content(&tmp, src);
+      release_content(dst);
+      dst->Type = tmp.Type;
+      dst->Decimals = tmp.Decimals;
+      dst->Length = tmp.Length;
+      dst->Value = tmp.Value;
+      return dst;
+    }
+  }
+}
+
+}  // namespace
+
+ArrRec* arr_alloc(uint32_t n)
+{
+  auto* a = static_cast<ArrRec*>(vln_malloc(sizeof(ArrRec), vln_errmsg[9], VL_SEV_FATAL,
+                                            VL_LEVEL_ALWAYS, kModule, __LINE__));
+  a->A_vec = static_cast<var**>(vln_malloc((n + 1) * sizeof(var*), vln_errmsg[9],
+                                           VL_SEV_FATAL, VL_LEVEL_ALWAYS, kModule,
+                                           __LINE__));
+  std::memset(a->A_vec, 0, (n + 1) * sizeof(var*));
+  a->A_links = 1;
+  a->A_size = n;
+  a->A_cap = n;
+  a->A_flags = 0;
+  a->A_text = nullptr;
+  return a;
+}
+
+void release_content(var* v)
+{
+  switch (v->Type) {
+    case 'C':
+    case 'M':
+      if (owns(v)) std::free(v->Value.w1.str);
+      break;
+    case 'A':
+    case 'O':
+    case 'B':
+    case 'b':
+      if (v->Value.w1.arr) vln_arr_unref(v->Value.w1.arr);
+      break;
+    case 'S':
+      if (owns(v) && v->Value.w1.win && vlnDelWindowHook) vlnDelWindowHook(v->Value.w1.win);
+      break;
+    default:
+      break;
+  }
+  v->Type = 'U';
+  v->Decimals = 0;
+  v->Length = 0;
+  v->Value.w1.bits = 0;
+  v->Value.w2.bits = 0;
+}
+
+void copy_content(var* dst, const var* src)
+{
+  dst->Type = src->Type;
+  dst->Decimals = src->Decimals;
+  dst->Length = src->Length;
+  dst->Value = src->Value;
+  switch (src->Type) {
+    case 'C':
+    case 'M': {
+      const size_t len = src->Length > 0 ? static_cast<size_t>(src->Length - 1) : 0;
+      dst->Value.w1.str = dup_text(src->Value.w1.str ? src->Value.w1.str : "", len);
+      dst->Length = static_cast<int32_t>(len + 1);
+      dst->Value.w2.bits = 0;
+      own_mode(dst);
+      break;
+    }
+    case 'A':
+    case 'O':
+    case 'B':
+    case 'b':
+      if (src->Value.w1.arr && !(src->Value.w1.arr->A_flags & AF_STATIC))
+        ++src->Value.w1.arr->A_links;
+      break;
+    case 'S':
+      if (owns(src) && vlnDupWindowHook) {
+        dst->Value.w1.win = vlnDupWindowHook(src->Value.w1.win);
+        own_mode(dst);
+      } else {
+        borrow_mode(dst);
+      }
+      break;
+    case 'U':
+      dst->Length = 0;
+      break;
+    default:
+      break;
+  }
+}
+
+}  // namespace vl
+
+using namespace vl;
+
+extern "C" {
+
+ArrRec* vln_arr_new(uint32_t n)
+{
+  if (n > VL_MAX_ARRAY) {
+    rt_error(409, "array too large");
+    return nullptr;
+  }
+  ArrRec* a = arr_alloc(n);
+  for (uint32_t i = 0; i < n; ++i) a->A_vec[i] = mak_var('N', 'U');
+  return a;
+}
+
+void vln_arr_unref(ArrRec* a)
+{
+  if (a->A_flags & AF_STATIC) return;
+  assert(a->A_links > 0);
+  if (--a->A_links > 0) return;
+  if ((a->A_flags & (AF_OBJECT | AF_DYING)) == AF_OBJECT && vlnAxitHook && run_axit(a))
+    return;
+  free_elements(a);
+}
+
+var* mak_var(int mode, int type)
+{
+  var* v = rec_alloc();
+  v->Type = static_cast<char>(type);
+  v->Mode = static_cast<char>(mode);
+  v->Links = 1;
+  v->D_level = glob_depth;
+  return v;
+}
+
+var* mak_chrvar(const char* text, int flag)
+{
+  var* v = mak_var('N', 'C');
+  const size_t len = text ? std::strlen(text) : 0;
+  v->Value.w1.str = dup_text(text ? text : "", len);
+  v->Length = static_cast<int32_t>(len + 1);
+  return v;
+}
+
+var* mak_scrvar(void* window)
+{
+  var* v = cre_tmpvar();
+  v->Type = 'S';
+  v->Value.w1.win = window;
+  return v;
+}
+
+var* mk_var_cp(var* v)
+{
+  refresh_field(v);
+  var* t = cre_tmpvar();
+  if (v->Mode == 'U' || v == ERROR_VAR) return t;
+  copy_content(t, v);
+  return t;
+}
+
+var* release_v_cont(var* v, int newtype)
+{
+  if (is_static(v)) return ERROR_VAR;
+  if (kModeStrict.has(v->Mode) && v->Type != 'U' && v->Type != newtype &&
+      !vlnParamTypesCompatible(newtype, v->Type)) {
+    std::snprintf(repdum, sizeof repdum, "expected %c - received %c", v->Type, newtype);
+    rt_error(332, repdum);
+    return ERROR_VAR;
+  }
+  release_content(v);
+  return v;
+}
+
+var* cpy_var(var* dst, var* src)
+{
+  if (dst == src) return dst;
+  if (is_static(dst)) return ERROR_VAR;
+  if (is_field(dst)) {
+    if (vlnSetFieldHook) return vlnSetFieldHook(dst, src);
+    return int_error(416, "field store without a database", kModule, __LINE__);
+  }
+  refresh_field(src);
+  if (kModeStrict.has(dst->Mode) && dst->Type != 'U' && src->Type != dst->Type)
+    return store_strict(dst, src);
+  var tmp{};
+  tmp.Mode = dst->Mode == 'U' ? 'N' : dst->Mode;
+  if (src->Mode != 'U' && src != ERROR_VAR) copy_content(&tmp, src);
+  release_content(dst);
+  dst->Type = tmp.Type ? tmp.Type : 'U';
+  dst->Mode = tmp.Mode;
+  dst->Decimals = tmp.Decimals;
+  dst->Length = tmp.Length;
+  dst->Value = tmp.Value;
+  return dst;
+}
+
+void del_var(var* v)
+{
+  if (is_static(v)) return;
+  assert(v->Links > 0 && v->Type != 0x7F);
+  if (--v->Links > 0) return;
+  release_content(v);
+  rec_free(v);
+}
+
+}  // extern "C"

@@ -1,0 +1,16 @@
+/*
+** vl.h -- everything a host-language program needs to use the library.
+*/
+#ifndef VL_H
+#define VL_H
+
+#include "var.h"
+#include "frame.h"
+#include "kernel.h"
+#include "vlerror.h"
+#include "vlgen.h"
+#include "set.h"
+#include "natlang.h"
+#include "stdfuncs.h"
+
+#endif /* VL_H */
