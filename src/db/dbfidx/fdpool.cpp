@@ -1,0 +1,178 @@
+/*
+** fdpool.cpp -- the descriptor pool: owner of every DBF and IDX descriptor.
+**
+** The kernel drops all of a process's locks on a file as soon as any of the
+** process's descriptors on that file is closed.  So a descriptor is never
+** closed while the file has another open in this process: it is parked, and
+** an open of the same file with the same mode takes it again.
+**
+**   paxNodes  one row per distinct file: full device and inode, number of
+**             opens in use (the row is freed at 0), the section nesting
+**             counts of the file, the name of the first open
+**   paxFDs    one row per descriptor: fd (-1 when the row is free), its
+**             file row, its open mode, whether an open uses it
+**
+** Two opens at the same time have two rows and two descriptors (two file
+** positions); an open after a close reuses the parked descriptor.  When the
+** last open of a file ends, all its descriptors close together.
+** Descriptors are close-on-exec, so that programs started by RUN never hold
+** a table.  File rows are allocated one by one and never move, so that an
+** area may point at its row.
+*/
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+#include <vector>
+
+#include "lockint.h"
+#include "vlerror.h"
+
+namespace {
+
+struct FdRow {
+  int fd = -1;
+  VlnFileNode* node = nullptr;
+  int mode = 0;
+  bool inUse = false;
+};
+
+constexpr int kWarning = 902;
+constexpr mode_t kCreateMode = 0666;
+
+std::vector<std::unique_ptr<VlnFileNode>> paxNodes;
+std::vector<FdRow> paxFDs;
+
+VlnFileNode* nodeFor(dev_t dev, ino_t ino, const char* name)
+{
+  std::unique_ptr<VlnFileNode>* free = nullptr;
+  for (auto& n : paxNodes) {
+    if (n && n->dev == dev && n->ino == ino) return n.get();
+    if (!n && !free) free = &n;
+  }
+  if (!free) free = &paxNodes.emplace_back();
+  *free = std::make_unique<VlnFileNode>();
+  (*free)->dev = dev;
+  (*free)->ino = ino;
+  (*free)->name = name;
+  return free->get();
+}
+
+void freeNode(VlnFileNode* node)
+{
+  for (auto& n : paxNodes)
+    if (n.get() == node) n.reset();
+}
+
+// A parked descriptor of the file open with mode, or -1.  A parked one of
+// another mode cannot serve: it only draws a warning.
+int diFindFreeFD(ino_t ino, dev_t dev, int mode)
+{
+  for (size_t i = 0; i < paxFDs.size(); ++i) {
+    const FdRow& r = paxFDs[i];
+    if (r.inUse || r.fd < 0 || r.node->dev != dev || r.node->ino != ino) continue;
+    if (r.mode == mode) return static_cast<int>(i);
+    rt_error(kWarning, "using an additional file descriptor;for already opened file;since "
+                       "open mode differs");
+  }
+  return -1;
+}
+
+FdRow& freeRow()
+{
+  for (FdRow& r : paxFDs)
+    if (r.fd < 0 && !r.inUse) return r;
+  return paxFDs.emplace_back();
+}
+
+int rowOf(int fd)
+{
+  for (size_t i = 0; i < paxFDs.size(); ++i)
+    if (paxFDs[i].fd == fd && fd >= 0) return static_cast<int>(i);
+  return -1;
+}
+
+void takeRow(FdRow& row, const char* name, char* buffer)
+{
+  row.inUse = true;
+  ++row.node->opens;
+  if (buffer) snprintf(buffer, VLN_LOCK_NAME_SIZE, "%s", name);
+}
+
+// Open a new descriptor and give it a row.
+int openNew(const char* name, char* buffer, int mode)
+{
+  const int fd = open(name, mode | O_CLOEXEC, kCreateMode);
+  if (fd < 0) return -1;
+  struct stat st;
+  if (fstat(fd, &st) != 0) {
+    close(fd);
+    return -1;
+  }
+  VlnFileNode* node = nodeFor(st.st_dev, st.st_ino, name);
+  FdRow& row = freeRow();
+  row.fd = fd;
+  row.node = node;
+  row.mode = mode;
+  takeRow(row, name, buffer);
+  return fd;
+}
+
+}  // namespace
+
+VlnFileNode* fdpoolNodeOf(int fd)
+{
+  const int i = rowOf(fd);
+  return i < 0 ? nullptr : paxFDs[i].node;
+}
+
+const char* fdpoolNameOf(int fd)
+{
+  const VlnFileNode* node = fdpoolNodeOf(fd);
+  return node ? node->name.c_str() : nullptr;
+}
+
+void fdpoolDropAfterFork()
+{
+  for (const FdRow& r : paxFDs)
+    if (r.fd >= 0) close(r.fd);
+  paxFDs.clear();
+  paxNodes.clear();
+}
+
+extern "C" int diOpenFile(const char* name, char* buffer, int mode)
+{
+  struct stat st;
+  if (!name || !*name || stat(name, &st) != 0) return -1;
+  const int parked = diFindFreeFD(st.st_ino, st.st_dev, mode);
+  if (parked < 0) return openNew(name, buffer, mode);
+  FdRow& row = paxFDs[parked];
+  lseek(row.fd, 0, SEEK_SET);
+  takeRow(row, name, buffer);
+  return row.fd;
+}
+
+extern "C" int diCloseFile(int fd)
+{
+  const int i = rowOf(fd);
+  if (i < 0) return close(fd);
+  FdRow& row = paxFDs[i];
+  if (!row.inUse) {  // parked: this open was already closed
+    errno = EBADF;
+    return -1;
+  }
+  row.inUse = false;
+  VlnFileNode* node = row.node;
+  if (--node->opens > 0) return 0;
+  int result = 0;
+  for (FdRow& r : paxFDs) {
+    if (r.node != node) continue;
+    if (close(r.fd) != 0) result = -1;
+    r = FdRow{};
+  }
+  freeNode(node);
+  return result;
+}
