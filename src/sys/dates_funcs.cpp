@@ -1,0 +1,109 @@
+// dates_funcs.cpp -- the date functions of the language.
+//
+// A function that wants a date and is given something else answers as for
+// the empty date: 0 for numbers, "" for texts.  Names of days and months
+// come from the active language, English without one.
+#include <time.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "dates.h"
+#include "natlang.h"
+#include "strings_args.hpp"
+
+using namespace vl::args;
+
+namespace {
+
+constexpr int kTimeText = 8;  // "HH:MM:SS"
+constexpr double kSecondsPerHour = 3600;
+constexpr double kSecondsPerMinute = 60;
+constexpr double kHundredths = 100;
+
+// The day number of a date argument; 0 for anything else.
+int32_t day_of(int argc, var** argv)
+{
+  var* d = arg(argc, argv, 0);
+  return d && d->Type == 'D' ? d->Value.w1.i : 0;
+}
+
+// Day, month and year of a date argument (all 0 for the empty date).
+struct Ymd {
+  int d, m, y;
+};
+
+Ymd ymd_of(int argc, var** argv)
+{
+  Ymd r;
+  intodat(day_of(argc, argv), &r.d, &r.m, &r.y);
+  return r;
+}
+
+bool local_now(struct tm* out, long* nanoseconds)
+{
+  struct timespec ts;
+  clock_gettime(CLOCK_REALTIME, &ts);
+  if (nanoseconds) *nanoseconds = ts.tv_nsec;
+  return localtime_r(&ts.tv_sec, out) != nullptr;
+}
+
+var* text_of(const char* s) { return text_result(s, std::strlen(s)); }
+
+}  // namespace
+
+VLN_FUNC(date) { return set_dv(vln_today()); }
+
+VLN_FUNC(time)
+{
+  struct tm now;
+  if (!local_now(&now, nullptr)) return NULLSTR_VAR;
+  char buf[kTimeText + 8];
+  std::snprintf(buf, sizeof buf, "%02d:%02d:%02d", now.tm_hour, now.tm_min, now.tm_sec);
+  return text_result(buf, kTimeText);
+}
+
+VLN_FUNC(seconds)
+{
+  struct tm now;
+  long ns = 0;
+  if (!local_now(&now, &ns)) return ZERO_VAR;
+  const double whole = now.tm_hour * kSecondsPerHour + now.tm_min * kSecondsPerMinute + now.tm_sec;
+  const double hundredths = std::floor(static_cast<double>(ns) / 1e7);
+  return set_nv(whole + hundredths / kHundredths, 2);
+}
+
+VLN_FUNC(year) { return set_nv(ymd_of(argc, argv).y, 0); }
+VLN_FUNC(month) { return set_nv(ymd_of(argc, argv).m, 0); }
+VLN_FUNC(day) { return set_nv(ymd_of(argc, argv).d, 0); }
+VLN_FUNC(dow) { return set_nv(vln_dow(day_of(argc, argv)), 0); }
+
+VLN_FUNC(cdow) { return text_of(vlnDayName(vln_dow(day_of(argc, argv)))); }
+VLN_FUNC(cmonth) { return text_of(vlnMonthName(ymd_of(argc, argv).m)); }
+
+VLN_FUNC(dtos)
+{
+  var* d = arg(argc, argv, 0);
+  if (!d || d->Type != 'D') return NULLSTR_VAR;
+  return text_of(set_dat(d->Value.w1.i));
+}
+
+VLN_FUNC(stod)
+{
+  var* s = arg(argc, argv, 0);
+  return is_text(s) ? set_dv(get_dat(s->Value.w1.str)) : NULLDATE_VAR;
+}
+
+VLN_FUNC(dtoc)
+{
+  var* d = arg(argc, argv, 0);
+  if (!d || d->Type != 'D') return NULLSTR_VAR;
+  return text_of(vln_dtoc(d->Value.w1.i));
+}
+
+VLN_FUNC(ctod)
+{
+  var* s = arg(argc, argv, 0);
+  return is_text(s) ? set_dv(vln_ctod(s->Value.w1.str)) : NULLDATE_VAR;
+}

@@ -1,0 +1,55 @@
+/*
+** numbers.h -- rounding as the language defines it, number text and
+** reading numbers out of text.
+**
+** Number text never depends on the locale: the decimal point is always
+** ".", and no thousands separator is read or written.
+*/
+#ifndef VL_NUMBERS_H
+#define VL_NUMBERS_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "var.h"
+
+VL_BEGIN_DECLS
+
+/* The widest text STR gives for an explicit width. */
+#define VLN_STR_MAXWIDTH 150
+
+/* x rounded to n decimals (n < 0: to tens, hundreds, ...), halves away
+** from zero.  Repeating the last call, or rounding its result again with
+** the same n, costs nothing. */
+double cc_round(double x, int n);
+
+/* Read blanks, a sign and at most maxdigits digits (all for maxdigits
+** below 1).  *end, when end is not null, receives the first byte not
+** read. */
+long qrt_atol(const char* text, const char** end, int maxdigits);
+/* Read blanks and tabs, a sign, digits, a point, digits and an optional
+** exponent.  *end receives the first byte not read (text when no digit was
+** read). */
+double qrt_atof(const char* text, const char** end);
+/* qrt_atof of a counted field text (not terminated): blanks skipped, all
+** blanks giving 0. */
+double qrt_atof1(const char* text, int32_t len);
+
+/* The text STR(v) gives for a numeric value v, into buf of size bytes.
+** Returns the length, or -1 when v is not numeric. */
+int32_t vln_numtext(var* v, char* buf, size_t size);
+
+/* STR(n[, width[, decimals]]). */
+var* _bb_str(int argc, var** argv);
+/* VAL(text). */
+var* _bb_val(int argc, var** argv);
+/* ROUND(n[, decimals]). */
+var* _bb_round(int argc, var** argv);
+/* INT(n): truncated toward zero. */
+var* _bb_int(int argc, var** argv);
+/* STRZERO(n[, width[, decimals]]): STR with leading zeros. */
+var* _bb_strzero(int argc, var** argv);
+
+VL_END_DECLS
+
+#endif /* VL_NUMBERS_H */

@@ -1,0 +1,121 @@
+// numbers_parse.cpp -- reading numbers out of text: qrt_atol, qrt_atof,
+// qrt_atof1 and VAL.
+//
+// The grammar is fixed and the same under every locale: blanks (and tabs),
+// an optional sign, digits, an optional point and digits, and an optional
+// exponent ("e" or "E", a sign, digits) that counts only when digits
+// follow it.  A comma is never part of a number.  The digits are converted
+// by std::from_chars, which rounds correctly and ignores the locale.
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cstring>
+
+#include "numbers.h"
+#include "strings_args.hpp"
+
+using namespace vl::args;
+
+namespace {
+
+constexpr int kMaxDecimals = 255;       // what a value's Decimals can hold
+constexpr size_t kFieldTextMax = 511;   // field texts are at most 20 bytes
+
+bool digit(char c) { return c >= '0' && c <= '9'; }
+bool blank(char c) { return c == ' ' || c == '\t'; }
+
+const char* skip_digits(const char* p)
+{
+  while (digit(*p)) ++p;
+  return p;
+}
+
+// What a scan found: where the digits start, where the number ends, and
+// how many digits stand after the point.
+struct Scan {
+  const char* number;  // first digit or point, after the sign
+  const char* end;     // first byte not read; the text when nothing was read
+  bool negative;
+  int decimals;
+};
+
+Scan scan(const char* text)
+{
+  const char* p = text;
+  while (blank(*p)) ++p;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  const char* number = p;
+  const char* whole_end = skip_digits(p);
+  const char* end = whole_end;
+  int decimals = 0;
+  if (*end == '.') {
+    end = skip_digits(whole_end + 1);
+    decimals = static_cast<int>(end - whole_end - 1);
+  }
+  if (whole_end == number && decimals == 0) return {text, text, false, 0};
+  if (*end == 'e' || *end == 'E') {
+    const char* e = end + 1;
+    if (*e == '+' || *e == '-') ++e;
+    if (digit(*e)) end = skip_digits(e);
+  }
+  return {number, end, negative, decimals};
+}
+
+double value_of(const Scan& s)
+{
+  if (s.end == s.number) return 0.0;
+  double d = 0.0;
+  std::from_chars(s.number, s.end, d, std::chars_format::general);
+  return s.negative ? -d : d;
+}
+
+}  // namespace
+
+extern "C" {
+
+long qrt_atol(const char* text, const char** end, int maxdigits)
+{
+  const char* p = text;
+  while (blank(*p)) ++p;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  const char* first = p;
+  unsigned long v = 0;
+  const unsigned long limit = static_cast<unsigned long>(LONG_MAX);
+  for (; digit(*p) && (maxdigits < 1 || p - first < maxdigits); ++p)
+    v = v > (limit - 9) / 10 ? limit : v * 10 + static_cast<unsigned long>(*p - '0');
+  if (end) *end = p == first ? text : p;
+  const long r = static_cast<long>(std::min(v, limit));
+  return negative ? -r : r;
+}
+
+double qrt_atof(const char* text, const char** end)
+{
+  const Scan s = scan(text);
+  if (end) *end = s.end;
+  return value_of(s);
+}
+
+double qrt_atof1(const char* text, int32_t len)
+{
+  char buf[kFieldTextMax + 1];
+  const size_t n = std::min(static_cast<size_t>(std::max(len, 0)), kFieldTextMax);
+  std::memcpy(buf, text, n);
+  buf[n] = '\0';
+  return qrt_atof(buf, nullptr);
+}
+
+}  // extern "C"
+
+VLN_FUNC(val)
+{
+  var* s = arg(argc, argv, 0);
+  if (!is_text(s)) return ZERO_VAR;
+  const char* text = s->Value.w1.str;
+  const Scan sc = scan(text);
+  const double d = value_of(sc);
+  var* r = set_nv(d, std::min(sc.decimals, kMaxDecimals));
+  if (d != 0) r->Length = static_cast<int32_t>(sc.end - text);
+  return r;
+}
