@@ -33,6 +33,7 @@ void print_fatal_chain()
   std::printf("Press return ...\r\n");
   std::fflush(stdout);
   vln_waitkey_hook();
+  if (shell_return == 0) shell_return = 1;
   vln_quit();
 }
 

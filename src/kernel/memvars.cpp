@@ -22,7 +22,13 @@ int32_t mv_cap = 0;
 int32_t first_program_name = 0;  // names below it belong to the library
 
 const char* name_at(int32_t pos) { return mv_names[pos].name; }
-vl::NameIndex index_of_names(name_at);
+// Constructed on first use, so that names can be entered during static
+// initialisation of a program.
+vl::NameIndex& index_of_names()
+{
+  static vl::NameIndex index(name_at);
+  return index;
+}
 
 void grow_names()
 {
@@ -54,14 +60,14 @@ int32_t locate_var(const char* name)
 {
   char folded[vl::kNameSig + 1];
   vl::fold_name(name, folded);
-  return folded[0] ? index_of_names.find(folded) : -1;
+  return folded[0] ? index_of_names().find(folded) : -1;
 }
 
 int32_t vln_add_var(const char* name)
 {
   char folded[vl::kNameSig + 1];
   vl::fold_name(name, folded);
-  int32_t index = index_of_names.find(folded);
+  int32_t index = index_of_names().find(folded);
   if (index >= 0) return index;
   if (mvn_fpt == mv_cap) grow_names();
   index = mvn_fpt++;
@@ -73,7 +79,7 @@ int32_t vln_add_var(const char* name)
   e.v = mak_var('U', 'U');
   e.v->V_indx = static_cast<uint32_t>(index);
   e.v->D_level = kNeverDeclared;
-  index_of_names.insert(folded, index, mvn_fpt);
+  index_of_names().insert(folded, index, mvn_fpt);
   return index;
 }
 

@@ -20,7 +20,11 @@ int32_t ftab_used = 1;  // entry 0 reserved
 int32_t ftab_cap = 0;
 
 const char* fn_name_at(int32_t pos) { return glob_ftab[pos].name; }
-vl::NameIndex index_of_functions(fn_name_at);
+vl::NameIndex& index_of_functions()
+{
+  static vl::NameIndex index(fn_name_at);
+  return index;
+}
 
 std::vector<VlnIniRec>& pending_inits()
 {
@@ -49,7 +53,7 @@ int32_t find_fun(const char* name)
   char folded[vl::kNameSig + 1];
   vl::fold_name(name, folded);
   if (!folded[0]) return 0;
-  const int32_t pos = index_of_functions.find(folded);
+  const int32_t pos = index_of_functions().find(folded);
   return pos > 0 ? pos : 0;
 }
 
@@ -58,7 +62,7 @@ void vln_register_fun(const char* name, BbFn fn)
   char folded[vl::kNameSig + 1];
   vl::fold_name(name, folded);
   if (!folded[0]) return;
-  const int32_t pos = index_of_functions.find(folded);
+  const int32_t pos = index_of_functions().find(folded);
   if (pos > 0) {
     glob_ftab[pos].fn = fn;
     return;
@@ -68,7 +72,7 @@ void vln_register_fun(const char* name, BbFn fn)
   std::memcpy(e.name, folded, sizeof e.name);
   e.fn = fn;
   ++ftab_used;
-  index_of_functions.insert(folded, ftab_used - 1, ftab_used);
+  index_of_functions().insert(folded, ftab_used - 1, ftab_used);
 }
 
 void vln_register_module(const VlnFnRec* fns, const VlnVarRec* vars,

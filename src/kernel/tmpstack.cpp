@@ -6,7 +6,14 @@
 // mark releases its locals at function end.  Records are allocated one by
 // one, not inline in the stack, because a temporary can outlive its slot
 // (a parameter installed as a PRIVATE, a local captured by a block).
-#include <cstdlib>
+//
+// Slot cache.  A released temporary that held a plain scalar and no other
+// link stays in its slot above the top, and the next cre_tmpvar at that
+// height takes it back without touching the record pool.  Slots above
+// tmpvar_cnt therefore hold either null or such a spare record, which this
+// stack owns.  The sanitizer build frees every record instead, so that a
+// use after release is caught.
+#include <cstring>
 
 #include "frame.h"
 #include "kernel.h"
@@ -25,7 +32,14 @@ void grow_stack()
   tmp_stack = static_cast<var**>(vln_realloc(tmp_stack, sizeof(var*) * cap,
                                              "for the temporary stack", VL_SEV_FATAL,
                                              VL_LEVEL_ALWAYS, "tmpstack", __LINE__));
+  std::memset(tmp_stack + tmp_cap, 0, sizeof(var*) * (cap - tmp_cap));
   tmp_cap = cap;
+}
+
+// Whether a released temporary can wait in its slot for reuse.
+inline bool spare(const var* v)
+{
+  return VL_POOL && v->Links == 1 && !vl::has_content(v) && !vl::is_static(v);
 }
 
 }  // namespace
@@ -37,11 +51,9 @@ int32_t tmpvar_cnt = 0;
 var* cre_tmpvar(void)
 {
   if (tmpvar_cnt == tmp_cap) grow_stack();
-  var* v = vl::rec_alloc();
-  v->Type = 'U';
-  v->Mode = 'T';
-  v->Links = 1;
-  v->D_level = glob_depth;
+  var* v = tmp_stack[tmpvar_cnt];
+  if (!v) v = vl::rec_alloc();
+  vl::init_record(v, 'U', 'T', glob_depth);
   tmp_stack[tmpvar_cnt++] = v;
   return v;
 }
@@ -49,13 +61,19 @@ var* cre_tmpvar(void)
 void add_tmpvar(var* v)
 {
   if (tmpvar_cnt == tmp_cap) grow_stack();
+  if (var* cached = tmp_stack[tmpvar_cnt]) vl::rec_free(cached);
   tmp_stack[tmpvar_cnt++] = v;
 }
 
 void del_tmpvars(int32_t mark)
 {
   if (mark < 0) mark = 0;
-  while (tmpvar_cnt > mark) del_var(tmp_stack[--tmpvar_cnt]);
+  while (tmpvar_cnt > mark) {
+    var* v = tmp_stack[--tmpvar_cnt];
+    if (spare(v)) continue;
+    tmp_stack[tmpvar_cnt] = nullptr;
+    del_var(v);
+  }
 }
 
 }  // extern "C"

@@ -6,14 +6,10 @@
 #include <cstring>
 
 #include "letters.hpp"
+#include "pool.hpp"
 #include "var.h"
 
 namespace vl {
-
-// A record from the pool, all bytes zero.
-var* rec_alloc();
-// Return a record to the pool.
-void rec_free(var* v);
 
 inline bool is_static(const var* v) { return (v->Flags & VF_STATIC) != 0; }
 
@@ -37,6 +33,18 @@ inline void borrow_mode(var* v)
 }
 
 inline bool is_field(const var* v) { return kModeField.has(v->Mode); }
+
+// Whether v's content needs releasing at all: an owned string, a shared
+// record, or a window.
+inline bool has_content(const var* v)
+{
+  switch (v->Type) {
+    case 'C': case 'M': case 'A': case 'O': case 'B': case 'b': case 'S':
+      return true;
+    default:
+      return false;
+  }
+}
 
 // Free v's content (string buffer it owns, array-record link, window it
 // owns) and leave it NIL-typed with a zero value.  No strict-type check.

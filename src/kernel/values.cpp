@@ -216,10 +216,7 @@ void vln_arr_unref(ArrRec* a)
 var* mak_var(int mode, int type)
 {
   var* v = rec_alloc();
-  v->Type = static_cast<char>(type);
-  v->Mode = static_cast<char>(mode);
-  v->Links = 1;
-  v->D_level = glob_depth;
+  init_record(v, static_cast<char>(type), static_cast<char>(mode), glob_depth);
   return v;
 }
 
@@ -242,6 +239,16 @@ var* mak_scrvar(void* window)
 
 var* mk_var_cp(var* v)
 {
+  if (!has_content(v) && !is_field(v)) {  // fast path: a plain scalar
+    var* t = cre_tmpvar();
+    if (v->Mode == 'U' || v == ERROR_VAR) return t;
+    t->Type = v->Type;
+    t->Decimals = v->Decimals;
+    t->Length = v->Length;
+    t->Value.w1.bits = v->Value.w1.bits;
+    t->Value.w2.bits = v->Value.w2.bits;
+    return t;
+  }
   refresh_field(v);
   var* t = cre_tmpvar();
   if (v->Mode == 'U' || v == ERROR_VAR) return t;

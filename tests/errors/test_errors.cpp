@@ -1,0 +1,251 @@
+// Error reporting: the table, report levels, message composition, the batch
+// handler, the recursion guard and the language functions around errors.
+#include <cstdio>
+#include <string>
+
+#include "vltest.h"
+
+using vltest::str;
+
+class Errors : public vltest::VlTest {
+ protected:
+  void TearDown() override
+  {
+    vl_set_flag[0] = VL_LEVEL_NORMAL;
+    errstat = 1;
+    VlTest::TearDown();
+  }
+};
+
+namespace {
+
+struct Code {
+  int code;
+  const char* text;
+  bool shown_normally;
+};
+
+// A sample across every group of the table, with its level's effect.
+const Code kCodes[] = {
+    {1, "record number out of range", true},   {101, "file open error", true},
+    {107, "file status error", true},           {201, "data type mismatch", true},
+    {205, "illegal field value", true},         {309, "Syntax error in expression", true},
+    {321, "command or filename not found", false},
+    {329, "Illegal color specification", false}, {337, "Undefined identifer", true},
+    {347, "fcntl() lock failure", true},        {413, "database file (DBF) not opened ", true},
+    {416, "illegal internal value", true},      {502, "too many function arguments", true},
+    {701, "index file already locked", true},   {901, "(warning)", true},
+    {902, "(warning)", false},                  {555, "???", false},
+    {5000, "???", false},
+};
+
+}  // namespace
+
+TEST_F(Errors, EveryCodeReportsItsTableTextAtItsLevel)
+{
+  for (const Code& c : kCodes) {
+    reports().clear();
+    EXPECT_EQ(rt_error(c.code, "detail"), ERROR_VAR);
+    EXPECT_EQ(last_errno, c.code);
+    ASSERT_EQ(reports().size(), c.shown_normally ? 1u : 0u) << c.code;
+    if (c.shown_normally) {
+      EXPECT_EQ(reports()[0].description, std::string(c.text) + ";detail");
+    }
+  }
+}
+
+TEST_F(Errors, EveryListedRowHasItsText)
+{
+  int listed = 0;
+  for (int code = 0; code < VL_ERR_ROWS; ++code)
+    if (std::string(__error_report[code].text) != "???") ++listed;
+  EXPECT_EQ(listed, 80);
+  EXPECT_EQ(__error_report[321].level, 0);
+  EXPECT_STREQ(vln_errmsg[45], "trying to expand the variable stack");
+  EXPECT_STREQ(vln_errmsg[85], "for GET Object");
+}
+
+TEST_F(Errors, DeveloperModeShowsTheWarningRows)
+{
+  vl_set_flag[0] = VL_LEVEL_DEVEL;
+  rt_error(902, "division by zero");
+  rt_error(555, "no row");
+  rt_error(321, "never");
+  ASSERT_EQ(reports().size(), 2u);
+  EXPECT_EQ(reports()[0].description, "(warning);division by zero");
+  EXPECT_EQ(reports()[1].description, "???;no row");
+}
+
+TEST_F(Errors, WithErrstatOffAnErrorIsOnlyCounted)
+{
+  errstat = 0;
+  EXPECT_EQ(rt_error(201, "quiet"), ERROR_VAR);
+  EXPECT_EQ(last_errno, 201);
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(Errors, SeveritiesAndInternalErrorsCarryTheirFields)
+{
+  io_error(103, "io");
+  EXPECT_EQ(reports().back().severity, VL_SEV_IO);
+  rt_error(103, "rt");
+  EXPECT_EQ(reports().back().severity, VL_SEV_RUNTIME);
+  static int subcode;
+  static std::string subsystem;
+  vln_error_handler = [](const VlnErrReport* r) {
+    subcode = r->subcode;
+    subsystem = r->subsystem;
+  };
+  int_error(416, "bad", "idxmod", 77);
+  EXPECT_EQ(subcode, 77);
+  EXPECT_EQ(subsystem, "idxmod");
+  rt_error(416, "plain");
+  EXPECT_EQ(subcode, 0);
+  EXPECT_EQ(subsystem, "BASE");
+}
+
+TEST_F(Errors, LongLinesAreShortenedAndLineFeedsSplit)
+{
+  const std::string longline(100, 'x');
+  rt_error(320, (longline + "\nsecond").c_str());
+  const std::string want =
+      "Illegal value;" + std::string(56, 'x') + " ... " + std::string(15, 'x') + ";second";
+  EXPECT_EQ(reports().back().description, want);
+
+  // A comma early enough (before the line count) splits the line instead.
+  const std::string commas = "a," + std::string(80, 'y');
+  rt_error(320, ("one;two;" + commas).c_str());
+  EXPECT_EQ(reports().back().description,
+            "Illegal value;one;two;a,;" + std::string(56, 'y') + " ... " +
+                std::string(15, 'y'));
+}
+
+TEST_F(Errors, HeadingNamesTheSeverityCodeAndPlace)
+{
+  frame f;
+  vln_fn_start(&f, "shop.prg", "invoice", 42, 0);
+  static std::string heading;
+  vln_error_handler = [](const VlnErrReport* r) {
+    char buf[512];
+    heading = vln_error_heading(r, buf, sizeof buf);
+  };
+  rt_error(201, "x");
+  EXPECT_EQ(heading, "Run-time error 201 in INVOICE(42);data type mismatch;x");
+  vl_set_flag[0] = VL_LEVEL_DEVEL;
+  rt_error(902, "zero divide");
+  EXPECT_EQ(heading, "Run-time error (Developer warning)  in INVOICE(42);(warning);zero divide");
+  int_error(416, "y", "idx", 7);
+  EXPECT_EQ(heading, "Internal error 416 in INVOICE(42);illegal internal value;y;idx (7)");
+  vln_fn_end(&f, 'U');
+}
+
+TEST_F(Errors, ProcNameWalksTheChainInUpperCase)
+{
+  frame outer, hidden, inner;
+  vln_fn_start(&outer, "a.prg", "outer", 10, 0);
+  vln_fn_start(&hidden, "a.prg", "noline", -1, 0);
+  vln_fn_start(&inner, "b.prg", "inner", 20, 0);
+  EXPECT_EQ(str(vl_call(_bb_procname, {})), "INNER");
+  EXPECT_EQ(str(vl_call(_bb_procname, {set_nv(1, 0)})), "OUTER");
+  EXPECT_EQ(VINT(vl_call(_bb_procline, {set_nv(1, 0)})), 10);
+  EXPECT_EQ(str(vl_call(_bb_procfile, {})), "b.prg");
+  EXPECT_EQ(str(vl_call(_bb_procname, {set_nv(5, 0)})), "");
+  vln_fn_end(&inner, 'U');
+  vln_fn_end(&hidden, 'U');
+  vln_fn_end(&outer, 'U');
+}
+
+TEST_F(Errors, ErrorLevelSetsTheExitStatus)
+{
+  EXPECT_EQ(vl_call(_bb_errorlevel, {}), ERROR_VAR);
+  EXPECT_EQ(VINT(vl_call(_bb_errorlevel, {set_nv(3, 0)})), 0);
+  EXPECT_EQ(VINT(vl_call(_bb_errorlevel, {set_nv(0, 0)})), 3);
+}
+
+TEST_F(Errors, ProgramErrorSelectorsFormatTheirTexts)
+{
+  EXPECT_EQ(vl_call(_bb_vlnprgerr, {set_nv(100008, 0), set_cv("APPEND"), set_cv("a.dbf")}),
+            TRUE_VAR);
+  EXPECT_EQ(last_code(), 322);
+  EXPECT_EQ(reports().back().description,
+            "No database opened;APPEND:;cannot open source database 'a.dbf'");
+  vl_call(_bb_vlnprgerr, {set_nv(100006, 0), set_cv("APPEND")});
+  EXPECT_EQ(reports().back().description,
+            "DBF file or record not locked;APPEND:;someone else has locked the target "
+            "database;cannot append");
+}
+
+// ---- The batch handler and the program's end, in child processes. ----
+
+namespace {
+void qout_to_stderr(const char* text) { std::fprintf(stderr, "%s\n", text); }
+}  // namespace
+
+TEST(ErrorsDeath, BatchHandlerPrintsTheReportAndEndsWithStatusOne)
+{
+  EXPECT_EXIT(
+      {
+        vln_qout_hook = qout_to_stderr;
+        frame f;
+        vln_fn_start(&f, "m.prg", "main", 3, 0);
+        rt_error(201, "stop here");
+      },
+      ::testing::ExitedWithCode(1), "Run-time error 201 in MAIN\\(3\\);data type mismatch;stop here");
+}
+
+TEST(ErrorsDeath, ADeveloperWarningLetsTheProgramGoOn)
+{
+  EXPECT_EXIT(
+      {
+        vln_qout_hook = qout_to_stderr;
+        vl_set_flag[0] = VL_LEVEL_DEVEL;
+        rt_error(902, "just a warning");
+        std::fprintf(stderr, "still running\n");
+        std::exit(7);
+      },
+      ::testing::ExitedWithCode(7), "Developer warning.*just a warning\n(.|\n)*still running");
+}
+
+TEST(ErrorsDeath, FatalErrorsEndTheProgram)
+{
+  EXPECT_EXIT(
+      {
+        vln_qout_hook = qout_to_stderr;
+        ftl_error(204, "field not allowed as parameter to function");
+      },
+      ::testing::ExitedWithCode(1), "Fatal error 204");
+}
+
+TEST(ErrorsDeath, TheFifthNestedErrorPrintsTheChainAndEnds)
+{
+  EXPECT_EXIT(
+      {
+        std::fclose(stdin);
+        dup2(2, 1);  // the chain is printed on standard output
+        vln_error_handler = [](const VlnErrReport*) { rt_error(201, "again"); };
+        rt_error(201, "first");
+      },
+      ::testing::ExitedWithCode(1), "FATAL ERROR in module(.|\n)*Press return");
+}
+
+TEST(ErrorsDeath, ASixthNestedErrorExitsAtOnce)
+{
+  EXPECT_EXIT(
+      {
+        dup2(2, 1);
+        vln_waitkey_hook = [] { return static_cast<int>(VINT(rt_error(201, "in wait"))); };
+        vln_error_handler = [](const VlnErrReport*) { rt_error(201, "again"); };
+        rt_error(201, "first");
+      },
+      ::testing::ExitedWithCode(255), "");
+}
+
+TEST(ErrorsDeath, BreakWithoutASequenceIsReported)
+{
+  EXPECT_EXIT(
+      {
+        vln_qout_hook = qout_to_stderr;
+        vl_break_error();
+      },
+      ::testing::ExitedWithCode(1), "BREAK unexpected;Break without a BEGIN SEQUENCE");
+}
