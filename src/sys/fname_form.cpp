@@ -1,0 +1,117 @@
+// Whole names: form_fnam and the small helpers that add to or take from a
+// name (extension, default directory, base name).
+#include <cctype>
+#include <cstring>
+#include <vector>
+
+#include "fname.h"
+#include "fname_util.hpp"
+#include "set.h"
+#include "vlerror.h"
+
+namespace {
+
+// The kernel expands names in a buffer of this size.
+constexpr int kExpandSize = 4096;
+
+std::string expand(const std::string& name)
+{
+  if (!vln_filorexp_hook || name.size() >= static_cast<size_t>(kExpandSize)) return name;
+  std::vector<char> buf(kExpandSize);
+  std::memcpy(buf.data(), name.c_str(), name.size() + 1);
+  const char* result = vln_filorexp_hook(buf.data(), kExpandSize);
+  return result ? std::string(result) : name;
+}
+
+bool is_slash(char c) { return c == '/' || c == '\\'; }
+
+bool form_into(const char* dir, const char* name, char* out, size_t size, VlnNameReport* report)
+{
+  return vln::copy_out(vln::form_fnam(dir, name, report), out, size);
+}
+
+}  // namespace
+
+extern "C" {
+
+char* (*vln_filorexp_hook)(char*, int) = nullptr;
+
+}  // extern "C"
+
+std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameReport* report)
+{
+  std::string n = convert_file(expand(name), kNameMax, report);
+  if (n.find('/') != std::string::npos) return n;
+  if (!dir) return vlnGetDefault() + n;
+  if (!*dir) return n;
+  const std::string d = dir;
+  return d + (d.back() == '/' ? "" : "/") + n;
+}
+
+extern "C" char* form_fnam(const char* dir, const char* name, char* out, size_t size)
+{
+  if (!out || size == 0) return out;
+  VlnNameReport report{};
+  const bool fits = form_into(dir, name ? name : "", out, size, &report);
+  if (!fits) out[0] = '\0';
+  vln_name_report(&report);
+  if (!fits) rt_error(319, "form_fnam: file name too long");
+  return out;
+}
+
+// name with SET DEFAULT in place; false (name unchanged) when it doesn't fit.
+static bool add_def_path(char* name, size_t size, VlnNameReport* report)
+{
+  return vln::copy_out(vln::form_fnam(nullptr, name, report), name, size);
+}
+
+extern "C" char* vlnAddDefPath(char* name, size_t size)
+{
+  if (!name || size == 0) return name;
+  VlnNameReport report{};
+  const bool fits = add_def_path(name, size, &report);
+  vln_name_report(&report);
+  if (!fits) rt_error(319, "to add default path");
+  return name;
+}
+
+extern "C" char* vlnAddExtension(char* out, const char* name, const char* ext, size_t size)
+{
+  if (!out || !name) return nullptr;
+  while (*name == ' ') ++name;
+  size_t len = std::strlen(name);
+  while (len > 0 && name[len - 1] == ' ') --len;
+  const char* dot = nullptr;
+  const char* slash = nullptr;
+  for (const char* p = name; p < name + len; ++p) {
+    if (*p == '.') dot = p;
+    if (is_slash(*p)) slash = p;
+  }
+  const bool has_ext = dot && (!slash || dot > slash);
+  const size_t elen = has_ext || !ext ? 0 : std::strlen(ext);
+  if (len + elen >= size) return nullptr;
+  std::memmove(out, name, len);
+  if (elen) std::memcpy(out + len, ext, elen);
+  out[len + elen] = '\0';
+  return out;
+}
+
+extern "C" int vlnExtractName(const char* path, char* out, size_t size)
+{
+  if (!path || !out || size == 0) return 0;
+  const char* p = path;
+  for (const char* q = path; *q; ++q)
+    if (is_slash(*q)) p = q + 1;
+  if (p == path)
+    while (*p == ' ' || *p == '\t') ++p;
+  size_t i = 0;
+  for (; i + 1 < size && p[i] && p[i] != '.'; ++i)
+    out[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(p[i])));
+  out[i] = '\0';
+  if (p[i] == '.') return static_cast<int>(i);
+  const bool filled = i + 1 == size;
+  const char next = p[i];
+  while (i > 0 && out[i - 1] == ' ') out[--i] = '\0';
+  if (filled && next && next != ' ' && next != '.') return 0;
+  return static_cast<int>(i);
+}

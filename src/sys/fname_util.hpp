@@ -1,0 +1,24 @@
+// fname_util.hpp -- helpers shared by the name routines.
+#pragma once
+
+#include <cstring>
+#include <string>
+
+#include "fname.h"
+
+namespace vln {
+
+// Keep the first problem of a call: code, io flag, printf-style text.
+void note(VlnNameReport* report, int code, int io, const char* format, ...)
+    __attribute__((format(printf, 4, 5)));
+
+// Copy text into a C buffer of size bytes; false (buffer untouched) when it
+// doesn't fit.
+inline bool copy_out(const std::string& text, char* out, size_t size)
+{
+  if (text.size() >= size) return false;
+  std::memcpy(out, text.c_str(), text.size() + 1);
+  return true;
+}
+
+}  // namespace vln

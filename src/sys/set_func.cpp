@@ -1,0 +1,94 @@
+// SET(n, value, additive): read and change a setting by number.
+//
+// The first argument names the setting; the second, when given and not
+// NIL, is the new value, read by the setting's kind (set_args.hpp); the
+// third, a true logical, asks a side channel to append.  A value that does
+// not fit the setting changes nothing.  The result is always the former
+// value in the setting's kind.
+#include <string>
+
+#include "letters.hpp"
+#include "set.h"
+#include "set_args.hpp"
+#include "set_table.hpp"
+#include "vlerror.h"
+#include "vlgen.h"
+
+namespace {
+
+using namespace vlset;
+
+// SET ALTERNATE, EXTRA or PRINTER ON with additive: the channel's own file
+// is opened anew in append mode before the switch goes on.  The name is
+// copied first, since the channel frees it.
+std::string sReopenName;
+
+void reopen_for_append(int n)
+{
+  const char* const* name = n == kAlternate ? &vln_flagto.alternate_file
+                            : n == kExtra   ? &vln_flagto.extra_file
+                                            : &vln_flagto.printer_file;
+  if (!**name) return;
+  sReopenName = *name;
+  channel_to(n + 1, sReopenName.c_str(), 1);
+}
+
+bool has_channel(int n) { return n == kAlternate || n == kExtra || n == kPrinter; }
+
+var* logical_set(int n, var* value, bool additive)
+{
+  int on = 0;
+  if (value && as_logical(value, &on)) {
+    if (on && additive && has_channel(n)) reopen_for_append(n);
+    return _cgetseton(on, n) ? TRUE_VAR : FALSE_VAR;
+  }
+  return _cgetseton(2, n) ? TRUE_VAR : FALSE_VAR;
+}
+
+var* numeric_set(int n, var* value)
+{
+  int number = VL_SET_NOCHANGE;
+  if (value && !as_number(value, &number)) number = VL_SET_NOCHANGE;
+  return set_nv(_cgetsetnum(n, number), 0);
+}
+
+var* text_set(int n, var* value, bool additive)
+{
+  const char* text = value ? text_of(value) : nullptr;
+  return text_result(_cgetsetstr(n + (additive ? VL_SET_ADDITIVE : 0), text));
+}
+
+// SET 39: a number is the auto-lock time, a logical switches it; the result
+// is always the former time.
+var* autolock_set_value(var* value)
+{
+  const int former = autolock_get();
+  int on = 0;
+  if (value && vl::kNFI.has(value->Type))
+    _cgetsetnum(kAutoLock, vlnIntVar(value));
+  else if (value && as_logical(value, &on))
+    _cgetseton(on, kAutoLock);
+  return set_nv(former, 0);
+}
+
+}  // namespace
+
+VLN_FUNC(set)
+{
+  if (argc < 1 || !argv[0] || !vl::kNFIL.has(argv[0]->Type)) {
+    rt_error(311, "int SET()");
+    return NIL_VAR;
+  }
+  const int n = vlnIntVar(argv[0]);
+  var* value = present(argc, argv, 1) ? argv[1] : nullptr;
+  const bool additive = argc > 2 && argv[2] && vl::kNFIL.has(argv[2]->Type) && vlnLogVar(argv[2]);
+  switch (row(n).kind) {
+    case Kind::Logical: return logical_set(n, value, additive);
+    case Kind::Numeric: return numeric_set(n, value);
+    case Kind::Text: return text_set(n, value, additive);
+    case Kind::Reserved: return TRUE_VAR;
+    case Kind::AutoLock: return autolock_set_value(value);
+    case Kind::None: break;
+  }
+  return NIL_VAR;
+}
