@@ -12,7 +12,8 @@
 // Reading ignores the format's separators: the text is split at any of
 // "/.- " and the parts are taken in the order of the format's groups, at
 // most 2 digits for day and month and 4 for the year; a year below 100 is
-// completed by SET EPOCH.
+// completed by SET EPOCH.  A text with fewer parts than the format is the
+// empty date.
 //
 // The parsed form of the current format is cached and re-parsed only when
 // SET DATE or SET CENTURY has changed the format text.
@@ -166,7 +167,7 @@ int32_t ctod(const Form& f, const char* text, int epoch)
   const char* p = text;
   for (int k = 0; k < f.parts; ++k) {
     const char *tok, *tok_end;
-    if (!next_token(p, end, tok, tok_end)) break;
+    if (!next_token(p, end, tok, tok_end)) return 0;  // a part is missing
     value[f.order[k]] = leading_number(tok, tok_end, kMaxDigits[f.order[k]]);
   }
   return datoint(value[kDay], value[kMonth], vln_epocnv_at(value[kYear], epoch));
