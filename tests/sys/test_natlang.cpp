@@ -1,0 +1,374 @@
+// National language: loading language files, the active language, the
+// compare family, case and classes, names, and malformed files.
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "natlang.h"
+#include "set.h"
+#include "stringsfn.h"
+#include "vltest.h"
+
+using vltest::str;
+
+namespace {
+
+const std::string kLangDir = VL_SOURCE_DIR "/data/lang/";
+
+class NatLang : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    init_lang();
+  }
+  void TearDown() override
+  {
+    for (const auto& f : files_) unlink(f.c_str());
+    _cgetseton(0, 1);  // SET EXACT OFF
+    init_lang();
+    VlTest::TearDown();
+  }
+
+  // LOADLANG(n, file) as a logical.
+  bool load(int n, const std::string& file)
+  {
+    return VINT(vl_call(_bb_loadlang, {set_nv(n, 0), set_cv(file.c_str())})) != 0;
+  }
+  // SETLANG(n): the former number.
+  var* setlang(int n) { return vl_call(_bb_setlang, {set_nv(n, 0)}); }
+
+  // A language file with the given text, removed after the test.
+  std::string temp_file(const std::string& text)
+  {
+    char name[] = "/tmp/vl_langXXXXXX";
+    const int fd = mkstemp(name);
+    EXPECT_GE(fd, 0);
+    EXPECT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    close(fd);
+    files_.push_back(name);
+    return name;
+  }
+
+  // Load a malformed file into slot 2 and return the report's text.
+  std::string load_error(const std::string& text)
+  {
+    reports().clear();
+    EXPECT_FALSE(load(2, temp_file(text)));
+    EXPECT_EQ(last_code(), 320);
+    EXPECT_FALSE(languages[1].loaded);
+    return reports().empty() ? "" : reports().back().description;
+  }
+
+  // words sorted by Istrcmp_n as a strict order.
+  static std::vector<std::string> sorted(std::vector<std::string> words)
+  {
+    std::stable_sort(words.begin(), words.end(), [](const std::string& a, const std::string& b) {
+      return Istrcmp_n(a.data(), b.data(), static_cast<int32_t>(a.size()),
+                       static_cast<int32_t>(b.size())) < 0;
+    });
+    return words;
+  }
+
+  std::vector<std::string> files_;
+};
+
+// Words in ISO-8859-1.
+const std::string kApfel = "Apfel", kApple = "apple", kAepfel = "\xC4pfel",
+                  kAehnlich = "\xE4hnlich", kBanana = "Banana", kOl = "Ol", kOel = "\xD6l",
+                  kZebra = "Zebra";
+const std::vector<std::string> kWords = {kZebra, kOel, kAehnlich, kBanana, kAepfel, kOl, kApple, kApfel};
+
+TEST_F(NatLang, SortingFollowsTheLanguageFile)
+{
+  using V = std::vector<std::string>;
+  _cgetseton(1, 1);  // EXACT ON: a strict order
+  // No language: byte order, every accented letter after "z".
+  EXPECT_EQ(sorted(kWords), (V{kApfel, kBanana, kOl, kZebra, kApple, kAepfel, kOel, kAehnlich}));
+  ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+  ASSERT_TRUE(load(2, kLangDir + "svenska.lng"));
+  EXPECT_EQ(VDBL(setlang(1)), 0);
+  // Western: accented letters right after their base letter.
+  EXPECT_EQ(sorted(kWords), (V{kApfel, kApple, kAepfel, kAehnlich, kBanana, kOl, kOel, kZebra}));
+  EXPECT_EQ(VDBL(setlang(2)), 1);
+  // Swedish: Ä and Ö are letters of their own after Z.
+  EXPECT_EQ(sorted(kWords), (V{kApfel, kApple, kBanana, kOl, kZebra, kAepfel, kAehnlich, kOel}));
+  EXPECT_EQ(VDBL(setlang(0)), 2);
+  EXPECT_EQ(sorted(kWords), (V{kApfel, kBanana, kOl, kZebra, kApple, kAepfel, kOel, kAehnlich}));
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(NatLang, EqualsRulesWithExactOffAndOn)
+{
+  for (int lang : {0, 1}) {
+    if (lang) {
+      ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+      setlang(1);
+    }
+    SCOPED_TRACE(lang);
+    _cgetseton(0, 1);  // EXACT OFF
+    EXPECT_EQ(Istrcmp_n("", "", 0, 0), 0);
+    EXPECT_EQ(Istrcmp_n("abc", "", 3, 0), 0);    // anything equals an empty right side
+    EXPECT_LT(Istrcmp_n("", "abc", 0, 3), 0);    // but not the other way round
+    EXPECT_EQ(Istrcmp_n("abc", "ab", 3, 2), 0);  // a longer left side equals its prefix
+    EXPECT_LT(Istrcmp_n("ab", "abc", 2, 3), 0);
+    EXPECT_EQ(Istrcmp_n("abc ", "abc", 4, 3), 0);
+    EXPECT_LT(Istrcmp_n("abc", "abc ", 3, 4), 0);
+    EXPECT_LT(Istrcmp_n("", "\0x", 0, 2), 0);  // a right character of rank 0 still gives -1
+    EXPECT_GT(Istrcmp_n("abd", "abc", 3, 3), 0);
+    EXPECT_EQ(Istrcmp("abc", ""), 0);
+    EXPECT_EQ(Istrcmp("abcd", "abc"), 0);
+    EXPECT_LT(Istrcmp("ab", "abc"), 0);
+    _cgetseton(1, 1);  // EXACT ON
+    EXPECT_EQ(Istrcmp_n("abc  ", "abc", 5, 3), 0);
+    EXPECT_EQ(Istrcmp_n("abc", "abc   ", 3, 6), 0);
+    EXPECT_GT(Istrcmp_n("abc", "ab", 3, 2), 0);
+    EXPECT_LT(Istrcmp_n("ab", "abc", 2, 3), 0);
+    EXPECT_GT(Istrcmp_n("abc", "", 3, 0), 0);
+    EXPECT_EQ(Istrcmp_n("   ", "", 3, 0), 0);
+    EXPECT_EQ(Istrcmp("abc  ", "abc"), 0);
+    EXPECT_GT(Istrcmp("abcd", "abc"), 0);
+    // Negative lengths count as empty texts.
+    EXPECT_EQ(Istrcmp_n("abc", "abc", -4, -9), 0);
+  }
+}
+
+TEST_F(NatLang, RankThirtyTwoIsTheBlankWithExactOn)
+{
+  // A language whose rank 32 is the underscore: it trims like a blank.
+  std::string file = "!! ALPHABET\n";
+  for (int c = 0; c < 32; ++c) file += std::to_string(c) + "\n";
+  file += "'_'\n' '\n";
+  ASSERT_TRUE(load(4, temp_file(file)));
+  setlang(4);
+  _cgetseton(1, 1);
+  EXPECT_EQ(Istrcmp_n("ab__", "ab", 4, 2), 0);
+  EXPECT_NE(Istrcmp_n("ab  ", "ab", 4, 2), 0);  // the blank now has rank 33
+  // '!' was not named: it shares rank 33 with the blank, its canonical form.
+  EXPECT_EQ(languages[3].canonical[static_cast<unsigned char>('!')], ' ');
+}
+
+TEST_F(NatLang, CountedAndStoppingCompares)
+{
+  ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+  for (int lang : {0, 1}) {
+    setlang(lang);
+    SCOPED_TRACE(lang);
+    EXPECT_LT(IStrNECmp("a\0b", "a\0c", 3), 0);  // index keys: every byte counts
+    EXPECT_EQ(IStrNECmp("abc", "abd", 0), 0);
+    EXPECT_EQ(Istrncmp("a\0b", "a\0c", 3), 0);   // stops at the terminator
+    EXPECT_LT(Istrncmp("ab", "abc", 3), 0);
+    EXPECT_EQ(Istrncmp("abc", "abd", 2), 0);
+    EXPECT_EQ(Istrnicmp("HeLLo", "hello", 5), 0);
+    EXPECT_GT(Istrnicmp("b", "A", 1), 0);
+  }
+  setlang(1);
+  EXPECT_EQ(Istrnicmp("\xE4rger", "\xC4RGER", 5), 0);  // folded by the language
+  setlang(0);
+  EXPECT_NE(Istrnicmp("\xE4rger", "\xC4RGER", 5), 0);
+}
+
+TEST_F(NatLang, CaseAndClassesFollowTheLanguageNotTheLocale)
+{
+  // The C tables are fixed: a locale that knows the accented letters
+  // changes nothing.
+  const char* old = std::setlocale(LC_ALL, nullptr);
+  const std::string saved = old ? old : "C";
+  std::setlocale(LC_ALL, "C.UTF-8");
+  std::setlocale(LC_ALL, "de_DE.UTF-8");
+  EXPECT_EQ(Itoupper(0xE4), 0xE4);
+  EXPECT_EQ(Itoupper('a'), 'A');
+  EXPECT_EQ(Itolower('Q'), 'q');
+  EXPECT_EQ(Itoupper(0x161), 'a' - 0x20);  // masked to 8 bits
+  EXPECT_FALSE(Isalpha(0xE4));
+  EXPECT_TRUE(Isprintable(' '));
+  EXPECT_TRUE(Isprintable('\t'));
+  EXPECT_FALSE(Isprintable('\n'));
+  EXPECT_TRUE(Isspace('\n'));
+  EXPECT_TRUE(Isdigit('7'));
+  EXPECT_FALSE(Isdigit('x'));
+  std::setlocale(LC_ALL, saved.c_str());
+
+  ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+  setlang(1);
+  EXPECT_EQ(Itoupper(0xE4), 0xC4);
+  EXPECT_EQ(Itolower(0xD6), 0xF6);
+  EXPECT_EQ(Itoupper(0xDF), 0xDF);  // sharp s has no capital here
+  EXPECT_TRUE(Isalpha(0xE4));
+  EXPECT_TRUE(Islower(0xE4));
+  EXPECT_TRUE(Isupper(0xC4));
+  EXPECT_FALSE(Isalpha(0xD7));  // the multiplication sign
+  char text[] = "gr\xFC\xDF" "e \xE0 la";
+  Itoupr_str(text, 10);
+  EXPECT_STREQ(text, "GR\xDC\xDF" "E \xC0 LA");
+  Itolow_str(text, 10);
+  EXPECT_STREQ(text, "gr\xFC\xDF" "e \xE0 la");
+  EXPECT_EQ(str(vl_call(_bb_lower, {set_cv("\xC4" "BC")})), "\xE4" "bc");
+  EXPECT_EQ(vl_call(_bb_isalpha, {set_cv("\xE9t\xE9")}), TRUE_VAR);
+  EXPECT_EQ(vl_call(_bb_isupper, {set_cv("\xC9")}), TRUE_VAR);
+  EXPECT_EQ(vl_call(_bb_islower, {set_cv("\xC9")}), FALSE_VAR);
+  EXPECT_EQ(vl_call(_bb_isdigit, {set_cv("")}), FALSE_VAR);
+  EXPECT_EQ(vl_call(_bb_isdigit, {set_nv(5, 0)}), FALSE_VAR);
+  EXPECT_NE(vlnGetLangChars()[0xC4], 0xC4);
+  setlang(0);
+  EXPECT_EQ(vlnGetLangChars()[0xC4], 0xC4);
+}
+
+TEST_F(NatLang, LoadingDoesNotActivateAndSetlangChecksItsArgument)
+{
+  EXPECT_EQ(VDBL(vl_call(_bb_setlang, {})), 0);
+  ASSERT_TRUE(load(3, kLangDir + "deutsch.lng"));
+  EXPECT_EQ(curr_lang, -1);
+  EXPECT_EQ(vlnGetCurLang(), -1);
+  EXPECT_EQ(VDBL(setlang(3)), 0);
+  EXPECT_EQ(VDBL(vl_call(_bb_setlang, {})), 3);
+  EXPECT_STREQ(logical_t, "TtJjYy");
+  EXPECT_STREQ(logical_f, "FfNn");
+
+  EXPECT_EQ(setlang(11), ERROR_VAR);
+  EXPECT_EQ(last_code(), 313);
+  EXPECT_NE(reports().back().description.find("SETLANG() requires numeric argument in the range 0 to 10"), std::string::npos);
+  EXPECT_EQ(setlang(-1), ERROR_VAR);
+  EXPECT_EQ(setlang(5), ERROR_VAR);
+  EXPECT_EQ(last_code(), 320);
+  EXPECT_NE(reports().back().description.find("SETLANG(): language # 5 has not been loaded"), std::string::npos);
+  EXPECT_EQ(vl_call(_bb_setlang, {set_cv("1")}), ERROR_VAR);
+  EXPECT_EQ(last_code(), 312);
+  EXPECT_EQ(curr_lang, 2);  // none of the refusals changed the language
+
+  EXPECT_EQ(VDBL(setlang(0)), 3);
+  EXPECT_EQ(curr_lang, -1);
+  EXPECT_STREQ(logical_t, "TtYy");
+  EXPECT_STREQ(logical_f, "FfNn");
+}
+
+TEST_F(NatLang, NamesComeFromTheActiveLanguage)
+{
+  auto langnames = [](int n) { return str(vl_call(_bb__langnames, {set_nv(n, 0)})); };
+  EXPECT_EQ(langnames(1), "Insert");
+  EXPECT_EQ(langnames(2), "Range is");
+  EXPECT_EQ(langnames(3), "date not valid");
+  EXPECT_EQ(langnames(4), "");
+  EXPECT_STREQ(vlnDayName(1), "Sunday");
+  EXPECT_STREQ(vlnMonthName(12), "December");
+  EXPECT_STREQ(vlnMonthName(13), "");
+  ASSERT_TRUE(load(1, kLangDir + "deutsch.lng"));
+  setlang(1);
+  EXPECT_EQ(langnames(1), "Einfg");
+  EXPECT_EQ(langnames(3), "Datum ung\xFCltig");
+  EXPECT_STREQ(vlnDayName(4), "Mittwoch");
+  EXPECT_STREQ(vlnMonthName(3), "M\xE4rz");
+  EXPECT_STREQ(languages[0].texts[VLN_LANG_FIRST_DIR + 1], "Keine");
+}
+
+TEST_F(NatLang, LoadlangChecksItsArguments)
+{
+  EXPECT_EQ(vl_call(_bb_loadlang, {}), FALSE_VAR);
+  EXPECT_TRUE(reports().empty());
+  EXPECT_EQ(vl_call(_bb_loadlang, {set_cv("1"), set_cv("x")}), FALSE_VAR);
+  EXPECT_NE(reports().back().description.find("LOADLANG(): requires language number as first argument, not 'C'"), std::string::npos);
+  EXPECT_EQ(vl_call(_bb_loadlang, {set_nv(1, 0), set_nv(1, 0)}), FALSE_VAR);
+  EXPECT_NE(reports().back().description.find("LOADLANG(): requires filename as second argument, not 'N'"), std::string::npos);
+  EXPECT_EQ(last_code(), 312);
+  EXPECT_FALSE(load(11, kLangDir + "latin1.lng"));
+  EXPECT_EQ(last_code(), 313);
+  EXPECT_FALSE(load(1, "/nonexistent/none.lng"));
+  EXPECT_EQ(last_code(), 323);
+  EXPECT_NE(reports().back().description.find("LOADLANG(): cannot open '/nonexistent/none.lng'"), std::string::npos);
+}
+
+TEST_F(NatLang, MalformedFilesAreRefusedWithAClearMessage)
+{
+  auto has = [](const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+  };
+  EXPECT_TRUE(has(load_error("'a' 'A' 'a' AL\n"), "LOADLANG(): section should be declared before data"));
+  EXPECT_TRUE(has(load_error("!! ALPHABETS\n"), "LOADLANG(): invalid section name 'ALPHABETS'"));
+  EXPECT_TRUE(has(load_error("!! ALPHABET\n0x1FF\n"), "LOADLANG(): does not describe a character '0x1FF'"));
+  EXPECT_TRUE(has(load_error("!! ALPHABET\n'a' 12x\n"), "LOADLANG(): does not describe a character '12x'"));
+  EXPECT_TRUE(has(load_error("!! ALPHABET\n'a' 'A' 'a' AQ\n"), "character classes 'AQ'"));
+  std::string days = "!!DAYNAMES\n";
+  for (int i = 0; i < 8; ++i) days += "day\n";
+  EXPECT_TRUE(has(load_error(days), "LOADLANG(): too many day names defined"));
+  std::string months = "!! MONTHNAMES\n";
+  for (int i = 0; i < 13; ++i) months += "month\n";
+  EXPECT_TRUE(has(load_error(months), "LOADLANG(): too many month names defined"));
+  EXPECT_TRUE(has(load_error("!! SCOREBOARD\na\nb\nc\nd\ne\n"), "LOADLANG(): too many scoreboard messages defined"));
+  EXPECT_TRUE(has(load_error("!! DIR\na\nb\nc\nd\ne\nf\n"), "LOADLANG(): too many dir messages defined"));
+  EXPECT_TRUE(has(load_error("!! LOGICAL\nYy\nNn\nxx\nzz\n"), "LOADLANG(): too many logical keycodes defined"));
+  EXPECT_TRUE(has(load_error("!! DIR\n" + std::string(300, 'x') + "\n" + std::string(300, 'y') + "\n"),
+                  "LOADLANG(): description too long (512 bytes max)"));
+  std::string alphabet = "!! ALPHABET\n";
+  for (int i = 0; i < 257; ++i) alphabet += std::to_string(i % 256) + "\n";
+  EXPECT_TRUE(has(load_error(alphabet), "LOADLANG(): too many characters names defined"));
+  alphabet.resize(alphabet.rfind('\n', alphabet.size() - 2) + 1);  // 256 lines are fine
+  EXPECT_TRUE(load(2, temp_file(alphabet)));
+}
+
+TEST_F(NatLang, ABadFileLeavesTheActiveLanguageAsItWas)
+{
+  ASSERT_TRUE(load(1, kLangDir + "deutsch.lng"));
+  setlang(1);
+  // Reloading the active record from a file that breaks half way.
+  const std::string broken = "!! ALPHABET\n0xE4 'x' 'y' D\n!! DAYNAMES\nEins\n!! NONSENSE\n";
+  EXPECT_FALSE(load(1, temp_file(broken)));
+  EXPECT_EQ(last_code(), 320);
+  EXPECT_EQ(curr_lang, 0);
+  EXPECT_TRUE(languages[0].loaded);
+  EXPECT_EQ(Itoupper(0xE4), 0xC4);
+  EXPECT_TRUE(Isalpha(0xE4));
+  EXPECT_STREQ(vlnDayName(1), "Sonntag");
+  EXPECT_STREQ(logical_t, "TtJjYy");
+}
+
+TEST_F(NatLang, FileDetails)
+{
+  // Comments, blank lines, quoted blanks, numbers in every base, a line
+  // without its classes, overflow slots and the ignored third logical line.
+  const std::string file =
+      "# a comment\n"
+      "\n"
+      "   \n"
+      "!!ALPHABET\n"
+      "' ' ' ' ' ' SP\n"
+      "\"'\" \"'\" \"'\" PG\n"
+      "0101 0x41 97 AUPG\n"
+      "'b'\n"
+      "!! SCOREBOARD\n"
+      "  Ins  \n"
+      "Range\n"
+      "bad date\n"
+      "fourth\n"
+      "!! LOGICAL\n"
+      "Oo\n"
+      "Nn\n"
+      "ignored\n";
+  ASSERT_TRUE(load(5, temp_file(file)));
+  const VlnLangRec& rec = languages[4];
+  EXPECT_EQ(rec.collation[static_cast<unsigned char>(' ')], 0);
+  EXPECT_EQ(rec.collation[static_cast<unsigned char>('\'')], 1);
+  EXPECT_EQ(rec.collation['A'], 2);
+  EXPECT_EQ(rec.lower['A'], 'a');
+  EXPECT_EQ(rec.collation['b'], 3);
+  EXPECT_EQ(rec.upper['b'], 'B');  // not named: kept from the C tables
+  EXPECT_EQ(rec.classes[' '], static_cast<uint32_t>(VLN_CL_SPACE | VLN_CL_PRINT));
+  EXPECT_EQ(rec.canonical[2], 'A');
+  EXPECT_STREQ(rec.texts[0], "Ins");
+  EXPECT_STREQ(rec.texts[VLN_LANG_FIRST_DIR], "fourth");
+  setlang(5);
+  EXPECT_STREQ(logical_t, "Oo");
+  EXPECT_STREQ(logical_f, "Nn");
+  EXPECT_STREQ(vlnDayName(2), "Monday");  // no names: the built-in ones
+  EXPECT_EQ(getchrcode("'"), -1);
+  EXPECT_EQ(getchrcode(""), -1);
+  EXPECT_EQ(getchrcode("255"), 255);
+  EXPECT_EQ(getchrcode("256"), -1);
+  EXPECT_EQ(getchrtypes("adxcsipgul"), 1023);
+}
+
+}  // namespace
