@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstring>
 
 #include "numbers.h"
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int kMaxDecimals = 255;       // what a value's Decimals can hold
 constexpr size_t kFieldTextMax = 511;   // field texts are at most 20 bytes
+constexpr long kExponentLimit = 1000000000L;  // far beyond any double
 
 bool digit(char c) { return c >= '0' && c <= '9'; }
 bool blank(char c) { return c == ' ' || c == '\t'; }
@@ -62,11 +64,31 @@ Scan scan(const char* text)
   return {number, end, negative, decimals};
 }
 
+// A number beyond a double's range: infinity when it is too large, 0 when
+// it is too small.  Which one it is follows from the place of its first
+// significant digit, counted from the point and moved by the exponent.
+double out_of_range(const Scan& s)
+{
+  const char* p = s.number;
+  long place = 0;  // digits before the point, or minus the zeros after it
+  while (*p == '0') ++p;
+  if (digit(*p)) {
+    place = skip_digits(p) - p;
+    p = skip_digits(p);
+  } else if (*p == '.') {
+    for (++p; *p == '0'; ++p) --place;
+  }
+  while (digit(*p) || *p == '.') ++p;
+  if (p < s.end) place += std::clamp(qrt_atol(p + 1, nullptr, 0), -kExponentLimit, kExponentLimit);
+  return place > 0 ? HUGE_VAL : 0.0;
+}
+
 double value_of(const Scan& s)
 {
   if (s.end == s.number) return 0.0;
   double d = 0.0;
-  std::from_chars(s.number, s.end, d, std::chars_format::general);
+  if (std::from_chars(s.number, s.end, d, std::chars_format::general).ec == std::errc::result_out_of_range)
+    d = out_of_range(s);
   return s.negative ? -d : d;
 }
 

@@ -1,11 +1,13 @@
 // numbers_round.cpp -- rounding as the language defines it.
 //
-// x is scaled by 10^n, and the scaled value moves away from zero when its
-// fraction is above 0.4999999999999999 rather than at 0.5: a decimal half
-// such as 0.285 is held by a double a hair below the half, and the
-// constant lets it round up as the written number says.  Exact halves go
-// away from zero.  The computation is in double throughout, so results are
-// the same on every machine with IEEE doubles.
+// x is scaled by 10^n and the scaled value moves away from zero when its
+// fraction is above 0.4999999999999999: a fraction that is one half to the
+// last bits of a double counts as a half, and halves go away from zero.
+// The scaling is one rounded multiplication, so most decimal halves
+// (2.675, 1.45) land exactly on a half and round up; a few whose product
+// stays below it (1.005, 0.285) round down, as the binary value says.  The
+// computation is in double throughout, so results are the same on every
+// machine with IEEE doubles.
 //
 // A scaled value of 2^52 or more has no fraction left: x is returned as it
 // is instead of being scaled back, which could move it by one unit in the
