@@ -94,7 +94,7 @@ extern "C" void vlnLockAreaInit(VlnLockArea* area)
 extern "C" int diFileChain(VlnLockArea* area, int how)
 {
   if (how == VLN_CHAIN_UNLINK) {
-    unlink(area);
+    if (area->node) unlink(area);  // linked areas have a node
     return 0;
   }
   assert(area->node == nullptr);
