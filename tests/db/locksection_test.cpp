@@ -3,6 +3,7 @@
 // kernel's view is probed from a forked child, which sees this process's
 // locks as a stranger does.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <random>
@@ -175,13 +176,32 @@ TEST_F(Areas, ParkedDescriptorIsReusedForTheSameMode)
   const int first = diOpenFile(file_.c_str(), nullptr, O_RDWR);
   const int second = diOpenFile(file_.c_str(), nullptr, O_RDWR);
   EXPECT_NE(first, second);
-  EXPECT_EQ(fcntl(first, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+  EXPECT_EQ(fcntl(first, F_GETFD), FD_CLOEXEC);
   diCloseFile(second);
-  EXPECT_EQ(fcntl(second, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC) << "parked, still open";
+  EXPECT_EQ(fcntl(second, F_GETFD), FD_CLOEXEC) << "parked, still open";
   EXPECT_EQ(diOpenFile(file_.c_str(), nullptr, O_RDWR), second);
   diCloseFile(second);
   diCloseFile(first);
   EXPECT_EQ(fcntl(first, F_GETFD), -1);
+}
+
+// A forked child is a new lock owner: fresh pid for l_pid and the trace,
+// and none of the parent's pooled descriptors or areas.
+TEST_F(Areas, ForkedChildDropsThePool)
+{
+  ASSERT_EQ(use(&a1_), 0);
+  ASSERT_EQ(dbf_rlock(&a1_, 2), 0);
+  const int fd = a1_.fd;
+  const int pid = fork();
+  if (pid == 0) {
+    const bool fresh = vlnAppPid == getpid() && fcntl(fd, F_GETFD) == -1 &&
+                       a1_.fd == -1 && dbf_rlock(&a1_, 3) == -1;
+    _exit(fresh ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(record(2).pid, getpid()) << "the parent keeps its locks";
 }
 
 TEST_F(Areas, RecordWhoseBytesLeaveTheMapIsRefused)
