@@ -50,7 +50,8 @@ void afterForkInChild()
   lockTraceResetAfterFork();
 }
 
-const int kForkHookInstalled = pthread_atfork(nullptr, nullptr, afterForkInChild);
+[[maybe_unused]] const int kForkHookInstalled =
+    pthread_atfork(nullptr, nullptr, afterForkInChild);
 
 void fillRecord(struct flock& fl, int type, long start, long len)
 {
@@ -110,7 +111,6 @@ void lockTrace(int fd, const char* fmt, ...)
 extern "C" int vlnFCNTLlock(int cmd, int type, long start, long len, int fd,
                             struct flock* out)
 {
-  (void)kForkHookInstalled;
   traceEntry(cmd, type, start, len, fd);
   struct flock fl;
   int ret;
