@@ -1,0 +1,342 @@
+// File-name translation: drive prefixes, slashes, the extension map, case
+// switches, strip; SET DEFAULT and SET PATH; absolute paths; the helpers
+// that add to or take from a name; the search that opens files.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "files.h"
+#include "fname.h"
+#include "test_set_fixture.hpp"
+
+using namespace settest;
+
+namespace {
+
+class FileNames : public SetTest {
+ protected:
+  void SetUp() override
+  {
+    SetTest::SetUp();
+    char tmpl[] = "/tmp/vl_fnXXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    unsetenv("C_VLDRIVE");
+    unsetenv("Q_VLDRIVE");
+  }
+  void TearDown() override
+  {
+    unsetenv("C_VLDRIVE");
+    vln_filorexp_hook = nullptr;
+    std::system(("rm -rf " + dir_).c_str());
+    SetTest::TearDown();
+  }
+
+  // vlnConvertFile on a copy in a buffer of size bytes.
+  static std::string conv(const std::string& name, size_t size = 512)
+  {
+    std::string buf(size, '\0');
+    name.copy(&buf[0], std::min(name.size(), size - 1));
+    vlnConvertFile(&buf[0], size);
+    return buf.c_str();
+  }
+  static std::string form(const char* dir, const char* name)
+  {
+    char out[512];
+    return form_fnam(dir, name, out, sizeof out);
+  }
+  void touch(const std::string& rel)
+  {
+    std::ofstream(dir_ + "/" + rel) << "x";
+  }
+  void mkdir_in(const std::string& rel) { mkdir((dir_ + "/" + rel).c_str(), 0755); }
+
+  std::string dir_;
+};
+
+TEST_F(FileNames, DrivePrefixesFollowTheirVariables)
+{
+  setenv("C_VLDRIVE", "/home/u", 1);
+  struct {
+    const char* in;
+    const char* out;
+  } rows[] = {
+      {"c:\\data\\x.dbf", "/home/u/data/x.dbf"},
+      {"C:data\\x.dbf", "/home/u/data/x.dbf"},
+      {"c:/x", "/home/u/x"},
+      {"c:", "/home/u"},
+      {"q:\\data\\x.dbf", "q:/data/x.dbf"},  // no Q_VLDRIVE: the prefix stays
+      {"x.dbf   ", "x.dbf"},
+      {"a\\b\\c.txt", "a/b/c.txt"},
+      {"", ""},
+  };
+  for (const auto& r : rows) EXPECT_EQ(conv(r.in), r.out) << r.in;
+  setenv("C_VLDRIVE", "/home/u/", 1);
+  EXPECT_EQ(conv("c:x"), "/home/u/x");
+  setenv("C_VLDRIVE", "", 1);
+  EXPECT_EQ(conv("c:x"), "x");
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(FileNames, OverlongResultsAreReportedAndLeaveTheName)
+{
+  setenv("C_VLDRIVE", "/a/rather/long/directory", 1);
+  EXPECT_EQ(conv("c:\\x.dbf", 20), "c:/x.dbf");
+  EXPECT_TRUE(reported(901, "Drive C: substitution exceedes 20 chars"));
+  vlset({txt("convert"), txt("t"), txt("longext")});
+  EXPECT_EQ(conv("a.t", 8), "a.t");
+  EXPECT_TRUE(reported(901, "Mapping of extension exceeds 8 chars"));
+  EXPECT_EQ(conv("a.t"), "a.longext");
+}
+
+TEST_F(FileNames, CaseSwitchesFoldTheirPart)
+{
+  struct {
+    const char* kw;
+    const char* out;
+  } rows[] = {{"lowerfilename", "/Data.Dir/file.dbf"},
+              {"upperfilename", "/Data.Dir/FILE.DBF"},
+              {"lowerpath", "/data.dir/File.Dbf"},
+              {"upperpath", "/DATA.DIR/File.Dbf"}};
+  for (const auto& r : rows) {
+    vlset({txt(r.kw), TRUE_VAR});
+    EXPECT_EQ(conv("/Data.Dir/File.Dbf"), r.out) << r.kw;
+    vlset({txt(r.kw), FALSE_VAR});
+  }
+  vlset({txt("lowerfile"), TRUE_VAR});
+  vlset({txt("upperpath"), TRUE_VAR});
+  EXPECT_EQ(conv("Dir\\Sub\\NAME.TXT"), "DIR/SUB/name.txt");
+  EXPECT_EQ(conv("Name"), "name") << "no directory part";
+}
+
+TEST_F(FileNames, StripKeepsSafeCharactersAndClipsToEightThree)
+{
+  vlset({txt("strip"), TRUE_VAR});
+  struct {
+    const char* in;
+    const char* out;
+  } rows[] = {
+      {"abcdefghij.prg", "abcdefgh.prg"}, {"a.12345", "a.12345"},
+      {"x.html", "x.htm"},                {"a b$c+d.txt", "abcd.txt"},
+      {"dir/abcdefghijk", "dir/abcdefgh"}, {"longdirectory/f.c", "longdirectory/f.c"},
+      {"abcdefghij.tar.gz", "abcdefgh.tar"}, {"ab.", "ab."},
+      {"x~#%@!.*?", "x~#%@!.*?"},         {"\xe4pfel.txt", "pfel.txt"},
+  };
+  for (const auto& r : rows) EXPECT_EQ(conv(r.in), r.out) << r.in;
+}
+
+TEST_F(FileNames, ExtensionMapIsLookedUpInLowerCase)
+{
+  EXPECT_STREQ(vln_mapext("DBF", nullptr), "dbf.") << "unknown: maps to nothing";
+  EXPECT_STREQ(vln_mapext("ntx ", "idx"), "ntx.idx");
+  EXPECT_STREQ(vln_mapext("NTX", nullptr), "ntx.idx");
+  EXPECT_STREQ(vln_mapext("", "x"), "");
+  EXPECT_STREQ(vln_mapext("abcdefghij", "1234567890"), "abcdefg.1234567");
+  EXPECT_STREQ(vln_namemapext("dir/Name.NTX"), "dir/Name.idx");
+  EXPECT_STREQ(vln_namemapext("a.ntx/name"), "a.ntx/name") << "the dot must follow the last /";
+  EXPECT_STREQ(vln_namemapext("name."), "name.");
+  EXPECT_STREQ(vln_namemapext("name.dbf"), "name.dbf");
+  EXPECT_EQ(conv("c.ntx"), "c.idx");
+}
+
+TEST_F(FileNames, ExtensionMapHoldsTenRows)
+{
+  // Filling the map is for good; a child process keeps it from the others.
+  EXPECT_EXIT(
+      {
+        int rows = 0;
+        while (rows <= 10 && *vln_mapext(("e" + std::to_string(rows)).c_str(), "z")) ++rows;
+        const bool full = std::string(vln_mapext("more", "z")).empty();
+        const bool known = std::string(vln_mapext("e0", "y")) == "e0.y";
+        std::exit(rows <= 10 && full && known ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(FileNames, FormFnamAddsTheDefaultOnlyToBareNames)
+{
+  EXPECT_EQ(form(nullptr, "x.dbf"), "x.dbf");
+  set(7, txt("/srv/data"));
+  EXPECT_EQ(form(nullptr, "x.dbf"), "/srv/data/x.dbf");
+  EXPECT_EQ(form(nullptr, "/abs/x.dbf"), "/abs/x.dbf");
+  EXPECT_EQ(form(nullptr, "sub\\x.dbf"), "sub/x.dbf");
+  EXPECT_EQ(form("", "x.dbf"), "x.dbf");
+  EXPECT_EQ(form("/d", "x.dbf"), "/d/x.dbf");
+  EXPECT_EQ(form("/d/", "x.dbf"), "/d/x.dbf");
+  setenv("C_VLDRIVE", "/mnt/c", 1);
+  set(7, txt("c:\\work"));
+  EXPECT_STREQ(vlnGetDefault(), "/mnt/c/work/");
+  EXPECT_EQ(form(nullptr, "x"), "/mnt/c/work/x");
+  char small[8];
+  EXPECT_STREQ(form_fnam(nullptr, "toolongname", small, sizeof small), "");
+  EXPECT_EQ(count(319), 1);
+  char name[8] = "x";
+  EXPECT_STREQ(vlnAddDefPath(name, sizeof name), "x");
+  EXPECT_TRUE(reported(319, "to add default path"));
+  set(7, txt(""));
+  EXPECT_STREQ(vlnAddDefPath(name, sizeof name), "x");
+}
+
+TEST_F(FileNames, NamesMayBeExpandedByTheKernel)
+{
+  vln_filorexp_hook = [](char* text, int) {
+    if (std::string(text) == "&f") std::strcpy(text, "expanded.dbf");
+    return text;
+  };
+  EXPECT_EQ(form(nullptr, "&f"), "expanded.dbf");
+  EXPECT_EQ(form(nullptr, "plain"), "plain");
+}
+
+TEST_F(FileNames, AbsolutePathsCollapseDotsAndSlashes)
+{
+  struct {
+    const char* in;
+    const char* out;
+  } rows[] = {{"/a/b/../c", "/a/c"},         {"/a//b/./c", "/a/b/c"},
+              {"/a/b/..", "/a/b/.."},        {"/../x", "/x"},
+              {"/a/./../b", "/b"},           {"/a/b/c/../../d", "/a/d"}};
+  for (const auto& r : rows) {
+    char buf[64];
+    std::strcpy(buf, r.in);
+    EXPECT_STREQ(vlnGetAbsPath(buf, sizeof buf), r.out) << r.in;
+  }
+  char* cwd = getcwd(nullptr, 0);
+  char rel[512] = "x/./y";
+  EXPECT_EQ(std::string(vlnGetAbsPath(rel, sizeof rel)), std::string(cwd) + "/x/y");
+  char small[8] = "x";
+  EXPECT_STREQ(vlnGetAbsPath(small, sizeof small), "x");
+  EXPECT_TRUE(reported(107, "internal file limit of 8 bytes exceeded"));
+  EXPECT_TRUE(reported(107, "Hint: reduce the directory depth or file name size"));
+  // A working directory that is gone.
+  const std::string gone = dir_ + "/gone";
+  mkdir(gone.c_str(), 0755);
+  ASSERT_EQ(chdir(gone.c_str()), 0);
+  rmdir(gone.c_str());
+  char name[64] = "f";
+  vlnGetAbsPath(name, sizeof name);
+  EXPECT_EQ(chdir(cwd), 0);
+  std::free(cwd);
+  EXPECT_STREQ(name, "f");
+  EXPECT_TRUE(reported(107, "either your current path > 4000 bytes or getcwd() failure"));
+}
+
+TEST_F(FileNames, AddExtensionOnlyWithoutOne)
+{
+  char out[32];
+  struct {
+    const char* in;
+    const char* out;
+  } rows[] = {{"name", "name.dbf"},         {"  name  ", "name.dbf"},
+              {"my name", "my name.dbf"},   {"x.txt", "x.txt"},
+              {"a.b/file", "a.b/file.dbf"}, {"a.b\\file", "a.b\\file.dbf"},
+              {"dir/f.", "dir/f."}};
+  for (const auto& r : rows) {
+    ASSERT_NE(vlnAddExtension(out, r.in, ".dbf", sizeof out), nullptr) << r.in;
+    EXPECT_STREQ(out, r.out) << r.in;
+  }
+  EXPECT_EQ(vlnAddExtension(out, "abcdefghijklmnopqrstuvwxyz012", ".dbf", sizeof out), nullptr);
+  EXPECT_NE(vlnAddExtension(out, "abcdefghijklmnopqrstuvwxyz012.x", ".dbf", sizeof out),
+            nullptr);
+}
+
+TEST_F(FileNames, ExtractNameGivesTheUpperCaseBase)
+{
+  char out[9];
+  EXPECT_EQ(vlnExtractName("/x/y/File.dbf", out, sizeof out), 4);
+  EXPECT_STREQ(out, "FILE");
+  EXPECT_EQ(vlnExtractName("c:\\dir\\name", out, sizeof out), 4);
+  EXPECT_STREQ(out, "NAME");
+  EXPECT_EQ(vlnExtractName("  \tshort  ", out, sizeof out), 5);
+  EXPECT_EQ(vlnExtractName("eightchr", out, sizeof out), 8);
+  EXPECT_EQ(vlnExtractName("ninechars", out, sizeof out), 0) << "the name didn't fit";
+  EXPECT_EQ(vlnExtractName("ninechars.dbf", out, sizeof out), 0);
+  EXPECT_EQ(vlnExtractName("eightchr  ", out, sizeof out), 8) << "blanks after it are no name";
+  EXPECT_EQ(vlnExtractName("waytoolongname.dbf", out, sizeof out), 0);
+}
+
+TEST_F(FileNames, SearchGoesThroughDefaultThenPath)
+{
+  mkdir_in("def");
+  mkdir_in("p1");
+  mkdir_in("p2");
+  mkdir_in("p2/sub.dbf");
+  touch("p2/only.dbf");
+  touch("p1/both.dbf");
+  touch("p2/both.dbf");
+  touch("def/home.dbf");
+  set(6, txt((dir_ + "/p1;" + dir_ + "/p2").c_str()));
+  char out[512];
+  EXPECT_EQ(std::string(vlnPathFile("only.dbf", out, sizeof out)), dir_ + "/p2/only.dbf");
+  EXPECT_EQ(std::string(vlnPathFile("both.dbf", out, sizeof out)), dir_ + "/p1/both.dbf");
+  EXPECT_STREQ(vlnPathFile("sub.dbf", out, sizeof out), "") << "a directory is no file";
+  EXPECT_STREQ(vlnPathFile("none.dbf", out, sizeof out), "");
+  EXPECT_STREQ(vlnPathFile((dir_ + "/def/none").c_str(), out, sizeof out), "");
+  EXPECT_EQ(std::string(vlnPathFile("o*.d?f", out, sizeof out)), dir_ + "/p2/only.dbf");
+  EXPECT_STREQ(vlnPathFile("ONLY.DBF", out, sizeof out), "") << "case counts";
+  set(7, txt((dir_ + "/def").c_str()));
+  EXPECT_EQ(std::string(vlnPathFile("home.dbf", out, sizeof out)), dir_ + "/def/home.dbf");
+  EXPECT_EQ(std::string(vlnPathFile("both.dbf", out, sizeof out)), dir_ + "/p1/both.dbf");
+}
+
+TEST_F(FileNames, PathOpenReportsTheLastTriedName)
+{
+  mkdir_in("p");
+  touch("p/t.txt");
+  set(6, txt((dir_ + "/p").c_str()));
+  char out[VLN_OPEN_NAME_SIZE];
+  int fd = path_open_fil("t.txt", O_RDONLY, 0, out, 0, 1);
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(std::string(out), dir_ + "/p/t.txt");
+  EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+  close(fd);
+  fd = path_open_fil("missing.txt", O_RDONLY, 0, out, 0, 1);
+  EXPECT_EQ(fd, -1);
+  EXPECT_TRUE(reported(101, "Open error for '" + dir_ + "/p/missing.txt' (requested 'missing.txt') "));
+  EXPECT_EQ(__oserr, ENOENT);
+  EXPECT_EQ(path_open_fil("missing.txt", O_RDONLY, 0, nullptr, 0, 0), -1);
+  EXPECT_EQ(count(101), 1) << "no report asked for";
+  // System files are also looked for in the terminfo directories.
+  setenv("TERMINFO", dir_.c_str(), 1);
+  touch("termfile");
+  fd = path_open_fil("termfile", O_RDONLY, 0, out, 1, 0);
+  EXPECT_GE(fd, 0);
+  close(fd);
+  unsetenv("TERMINFO");
+}
+
+TEST_F(FileNames, CheckedPrimitivesReportFailures)
+{
+  set(7, txt(dir_.c_str()));
+  const int fd = creat_fil("made.txt", 0640);
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(write_fil(fd, "abc", 3), 3);
+  EXPECT_EQ(lseek_fil(fd, 0, SEEK_SET), 0);
+  EXPECT_EQ(get_nfil_mode((dir_ + "/made.txt").c_str()), 0640);
+  EXPECT_EQ(vlnGetFileMode(fd), 0640);
+  EXPECT_EQ(close_fil(fd), 0);
+  EXPECT_EQ(close_fil(fd), -1);
+  EXPECT_TRUE(reported(102, "Close error (for " + std::to_string(fd) + ")  "));
+  FILE* f = fopen_fil("made.txt", "r");
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(fclose_fil(f), 0);
+  EXPECT_EQ(fopen_fil("absent.txt", "r"), nullptr);
+  EXPECT_TRUE(reported(101, "file '"));
+  EXPECT_EQ(erase_fil("made.txt"), 0);
+  EXPECT_EQ(erase_fil("made.txt"), -1);
+  EXPECT_TRUE(reported(106, "Erase error"));
+  EXPECT_EQ(creat_fil("nodir/x", 0600), -1);
+  EXPECT_TRUE(reported(105, "nodir/x"));
+  EXPECT_EQ(get_nfil_mode("/nonexistent/x"), 0);
+  EXPECT_TRUE(reported(107, "GET_NFIL_MODE: cannot get status for '/nonexistent/x'"));
+  EXPECT_EQ(write_fil(-1, "x", 1), -1);
+  EXPECT_TRUE(reported(104, "Write error"));
+  const int mask = umask(022);
+  EXPECT_EQ(vlnGetUmask(), 0644);
+  EXPECT_EQ(umask(mask), 022) << "the mask is left as it was";
+}
+
+}  // namespace
