@@ -1,16 +1,38 @@
 // strings_args.cpp -- text results of language functions.
 #include "strings_args.hpp"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace vl::args {
 
 namespace {
 
+constexpr int kNoMemory = 301;
 constexpr int kTooLong = 319;
 constexpr int kCreatingText = 41;  // vln_errmsg row: "Creating character variable"
 constexpr const char* kModule = "strings";
+
+
+void report_too_long(const char* fname)
+{
+  std::snprintf(repdum, sizeof repdum, "%s: result longer than %ld bytes", fname,
+                static_cast<long>(VLN_MAX_TEXT));
+  rt_error(kTooLong, repdum);
+}
+
+// A text temporary taking over buf, which holds n bytes and a terminator.
+var* adopt(char* buf, size_t n)
+{
+  var* r = cre_tmpvar();
+  r->Type = 'C';
+  r->Decimals = 0;
+  r->Length = static_cast<int32_t>(n + 1);
+  r->Value.w1.str = buf;
+  return r;
+}
 
 }  // namespace
 
@@ -19,22 +41,61 @@ char* new_text(int64_t n, var** out, const char* fname)
   *out = nullptr;
   if (n < 0) n = 0;
   if (n > VLN_MAX_TEXT) {
-    std::snprintf(repdum, sizeof repdum, "%s: result longer than %ld bytes", fname,
-                  static_cast<long>(VLN_MAX_TEXT));
-    rt_error(kTooLong, repdum);
+    report_too_long(fname);
     return nullptr;
   }
   auto* buf = static_cast<char*>(vln_malloc(static_cast<size_t>(n) + 1, vln_errmsg[kCreatingText],
                                             VL_SEV_RUNTIME, VL_LEVEL_ALWAYS, kModule, __LINE__));
   if (!buf) return nullptr;
   buf[n] = '\0';
-  var* r = cre_tmpvar();
-  r->Type = 'C';
-  r->Decimals = 0;
-  r->Length = static_cast<int32_t>(n + 1);
-  r->Value.w1.str = buf;
-  *out = r;
+  *out = adopt(buf, static_cast<size_t>(n));
   return buf;
+}
+
+bool reserve_text(TextBuilder& tb, size_t n)
+{
+  if (tb.too_long || tb.no_memory) return false;
+  if (n <= tb.cap) return true;
+  if (n > static_cast<size_t>(VLN_MAX_TEXT)) {
+    tb.too_long = true;
+    return false;
+  }
+  const size_t cap = std::min(std::max(n, tb.cap * 2), static_cast<size_t>(VLN_MAX_TEXT));
+  auto* p = static_cast<char*>(std::realloc(tb.buf, cap + 1));
+  if (!p) {
+    tb.no_memory = true;
+    return false;
+  }
+  tb.buf = p;
+  tb.cap = cap;
+  return true;
+}
+
+bool append_text(TextBuilder& tb, const char* p, size_t n)
+{
+  if (!reserve_text(tb, tb.len + n)) return false;
+  std::memcpy(tb.buf + tb.len, p, n);
+  tb.len += n;
+  return true;
+}
+
+var* finish_text(TextBuilder& tb, const char* fname)
+{
+  const TextBuilder done = tb;
+  tb = TextBuilder{};
+  if (done.too_long || done.no_memory) {
+    std::free(done.buf);
+    if (done.too_long) {
+      report_too_long(fname);
+    } else {
+      std::snprintf(repdum, sizeof repdum, "%s: %s", fname, vln_errmsg[kCreatingText]);
+      rt_error(kNoMemory, repdum);
+    }
+    return NULLSTR_VAR;
+  }
+  if (!done.buf) return NULLSTR_VAR;
+  done.buf[done.len] = '\0';
+  return adopt(done.buf, done.len);
 }
 
 var* text_result(const char* p, size_t n)

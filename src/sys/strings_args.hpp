@@ -64,6 +64,26 @@ inline int64_t count_arg(var* v)
 // function fname and gives null, as does a failed allocation.
 char* new_text(int64_t n, var** out, const char* fname = "text");
 
+// A text built piece by piece in a buffer of its own, for results whose
+// size is known only at the end.  Plain data: it holds no destructor, so
+// no error report can skip its release; finish_text releases or adopts it.
+struct TextBuilder {
+  char* buf = nullptr;
+  size_t len = 0;
+  size_t cap = 0;
+  bool too_long = false;
+  bool no_memory = false;
+};
+
+// Make room for at least n bytes in all; false once the text has failed.
+bool reserve_text(TextBuilder& tb, size_t n);
+// Append n bytes; false once the text has failed.
+bool append_text(TextBuilder& tb, const char* p, size_t n);
+// The built text as a temporary that takes over the buffer; after a
+// failure the buffer is freed, the failure reported (319, or 301 naming
+// fname) and "" given.
+var* finish_text(TextBuilder& tb, const char* fname);
+
 // A text temporary holding a copy of the n bytes at p.
 var* text_result(const char* p, size_t n);
 inline var* text_result(std::string_view s) { return text_result(s.data(), s.size()); }

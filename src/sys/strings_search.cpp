@@ -1,10 +1,9 @@
 // strings_search.cpp -- AT, RAT and STRTRAN.
 //
-// Searches are byte searches (NUL bytes included) by memmem.  STRTRAN
-// counts the hits it will replace first, so that the result is allocated
-// once at its exact size and written in one more pass.
-#include <string.h>
-
+// Searches are byte searches (NUL bytes included).  STRTRAN builds its
+// result in one pass into a buffer that starts at the text's size (an
+// eighth more when the replacement is longer than the search) and grows
+// by doubling.
 #include <algorithm>
 #include <cstring>
 
@@ -17,9 +16,7 @@ namespace {
 // Offset of the first hit of needle in hay at or after from, or npos.
 size_t find_at(std::string_view hay, std::string_view needle, size_t from)
 {
-  if (from > hay.size()) return std::string_view::npos;
-  const void* at = memmem(hay.data() + from, hay.size() - from, needle.data(), needle.size());
-  return at ? static_cast<size_t>(static_cast<const char*>(at) - hay.data()) : std::string_view::npos;
+  return hay.find(needle, from);
 }
 
 // The hits STRTRAN changes: the first-th to the (first+count-1)-th.
@@ -29,33 +26,25 @@ struct Replace {
   int64_t count;
 };
 
-// Number of hits a replacement changes.
-int64_t hits_changed(const Replace& rp)
+// Build the replaced text: the part before each changed hit, then the
+// replacement; the rest of the text at the end.
+void replace(const Replace& rp, TextBuilder& out)
 {
-  int64_t hit = 0, changed = 0;
-  for (size_t at = find_at(rp.src, rp.search, 0); at != std::string_view::npos && changed < rp.count;
-       at = find_at(rp.src, rp.search, at + rp.search.size())) {
-    if (++hit >= rp.first) ++changed;
-  }
-  return changed;
-}
-
-// Write the replaced text into out.
-void write_replaced(const Replace& rp, int64_t changed, char* out)
-{
+  const size_t grow = rp.with.size() > rp.search.size() ? rp.src.size() / 8 : 0;
+  reserve_text(out, rp.src.size() + grow);
   size_t done = 0;
-  int64_t hit = 0;
-  for (size_t at = find_at(rp.src, rp.search, 0); at != std::string_view::npos && changed > 0;
-       at = find_at(rp.src, rp.search, at + rp.search.size())) {
-    if (++hit < rp.first) continue;
-    std::memcpy(out, rp.src.data() + done, at - done);
-    out += at - done;
-    std::memcpy(out, rp.with.data(), rp.with.size());
-    out += rp.with.size();
-    done = at + rp.search.size();
-    --changed;
+  int64_t hit = 0, changed = 0;
+  if (!rp.search.empty()) {
+    for (size_t at = find_at(rp.src, rp.search, 0); at != std::string_view::npos && changed < rp.count;
+         at = find_at(rp.src, rp.search, at + rp.search.size())) {
+      if (++hit < rp.first) continue;
+      append_text(out, rp.src.data() + done, at - done);
+      append_text(out, rp.with.data(), rp.with.size());
+      done = at + rp.search.size();
+      ++changed;
+    }
   }
-  std::memcpy(out, rp.src.data() + done, rp.src.size() - done);
+  append_text(out, rp.src.data() + done, rp.src.size() - done);
 }
 
 // An optional count argument: its value, at least 1, or the default.
@@ -93,12 +82,7 @@ VLN_FUNC(strtran)
   if (!is_text(s) || !is_text(search) || (with_given && !is_text(with))) return ERROR_VAR;
   Replace rp{text(s), text(search), with_given ? text(with) : std::string_view{},
              at_least_one(arg(argc, argv, 3), 1), at_least_one(arg(argc, argv, 4), kCountLimit)};
-  const int64_t changed = rp.search.empty() ? 0 : hits_changed(rp);
-  const int64_t size = static_cast<int64_t>(rp.src.size()) +
-                       changed * (static_cast<int64_t>(rp.with.size()) - static_cast<int64_t>(rp.search.size()));
-  var* r;
-  char* out = new_text(size, &r, "STRTRAN");
-  if (!out) return NULLSTR_VAR;
-  write_replaced(rp, changed, out);
-  return r;
+  TextBuilder out;
+  replace(rp, out);
+  return finish_text(out, "STRTRAN");
 }

@@ -162,6 +162,9 @@ TEST_F(Strings, BuildingTextsAndHugeCounts)
   EXPECT_EQ(vl_call(_bb_replicate, {text("abc"), n(1e9)}), NULLSTR_VAR);
   EXPECT_EQ(last_code(), 319);
   EXPECT_EQ(vl_call(_bb_replicate, {text("abc"), n(1e300)}), NULLSTR_VAR);
+  const std::string mib(1 << 20, 'x');
+  EXPECT_EQ(vl_call(_bb_strtran, {text(mib), text("x"), text(std::string(257, 'y'))}), NULLSTR_VAR);
+  EXPECT_NE(reports().back().description.find("STRTRAN: result longer than"), std::string::npos);
   EXPECT_EQ(vl_call(_bb_padl, {text("a"), n(1e12)}), NULLSTR_VAR);
   EXPECT_NE(reports().back().description.find("PADL"), std::string::npos);
   reports().clear();
