@@ -9,7 +9,7 @@
 
 namespace {
 
-class LockList : public ::testing::Test {
+class dbLockList : public ::testing::Test {
  protected:
   void SetUp() override { vlnLockAreaInit(&area_); }
   void TearDown() override
@@ -21,7 +21,7 @@ class LockList : public ::testing::Test {
 
 // Random adds and removes against a std::set; every search must answer as
 // lower_bound does, and the list must stay sorted without duplicates.
-TEST_F(LockList, SearchAgreesWithLowerBound)
+TEST_F(dbLockList, SearchAgreesWithLowerBound)
 {
   std::mt19937 rng(7);
   std::uniform_int_distribution<int> recno(1, 300);
@@ -48,7 +48,7 @@ TEST_F(LockList, SearchAgreesWithLowerBound)
   EXPECT_EQ(diIsRecLocked(&area_, 0), model.empty() ? 0 : *model.begin());
 }
 
-TEST_F(LockList, GrowsAtSeventeenthAndShrinksOnlyPastSixteenSpare)
+TEST_F(dbLockList, GrowsAtSeventeenthAndShrinksOnlyPastSixteenSpare)
 {
   for (int32_t r = 1; r <= 16; ++r) ASSERT_EQ(diAd2LckList(&area_, r * 10), 0);
   EXPECT_EQ(area_.lockcap, 16);

@@ -33,7 +33,7 @@ int lockRange(int fd, int cmd, int type, long start, long len)
   return fcntl(fd, cmd, &fl);
 }
 
-class Primitives : public ::testing::Test {
+class dbLockPrimitives : public ::testing::Test {
  protected:
   void SetUp() override
   {
@@ -62,7 +62,7 @@ class Primitives : public ::testing::Test {
   int saved_retry_ = 0;
 };
 
-TEST_F(Primitives, SharedAgainstExclusiveHolderFailsAtTheGateWithNoSlot)
+TEST_F(dbLockPrimitives, SharedAgainstExclusiveHolderFailsAtTheGateWithNoSlot)
 {
   Holder excl([f = file_] {
     const int fd = open(f.c_str(), O_RDWR);
@@ -80,7 +80,7 @@ TEST_F(Primitives, SharedAgainstExclusiveHolderFailsAtTheGateWithNoSlot)
   EXPECT_EQ(mine[0].type, F_RDLCK);
 }
 
-TEST_F(Primitives, ExclusiveAgainstSlotHolderReleasesItsRange)
+TEST_F(dbLockPrimitives, ExclusiveAgainstSlotHolderReleasesItsRange)
 {
   Holder shared([f = file_] {
     const int fd = open(f.c_str(), O_RDWR);
@@ -95,7 +95,7 @@ TEST_F(Primitives, ExclusiveAgainstSlotHolderReleasesItsRange)
   EXPECT_EQ(mine[0].start, kFirstSlot + 1);
 }
 
-TEST_F(Primitives, AllSlotsTakenRefusesTheNextUser)
+TEST_F(dbLockPrimitives, AllSlotsTakenRefusesTheNextUser)
 {
   Holder full = holding(F_RDLCK, kFirstSlot, kSlots);
   EXPECT_EQ(diLockShared(fd_, kBase), -1);
@@ -111,7 +111,7 @@ TEST_F(Primitives, AllSlotsTakenRefusesTheNextUser)
 
 // Parent holds A and asks for B while a child holding B waits for A: the
 // kernel answers EDEADLK, and the ladder decides how long to insist.
-TEST_F(Primitives, DeadLockLadderAndSectionFallback)
+TEST_F(dbLockPrimitives, DeadLockLadderAndSectionFallback)
 {
   const std::string other = dir_.table("u.dbf");
   const std::string mine = file_;
@@ -142,7 +142,7 @@ TEST_F(Primitives, DeadLockLadderAndSectionFallback)
   close(fdB);
 }
 
-TEST_F(Primitives, LocalLockNamesTheHolderOfTheSectionBytes)
+TEST_F(dbLockPrimitives, LocalLockNamesTheHolderOfTheSectionBytes)
 {
   int type = 0, from = -1, to = -1, pid = 0;
   EXPECT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 1);
@@ -170,7 +170,7 @@ TEST_F(Primitives, LocalLockNamesTheHolderOfTheSectionBytes)
   }
 }
 
-TEST_F(Primitives, IndexOpenLocksNeverWait)
+TEST_F(dbLockPrimitives, IndexOpenLocksNeverWait)
 {
   Holder h = holding(F_WRLCK, VLN_IDX_LOCK_BYTE, 1);
   const double t0 = monotonic();
@@ -181,7 +181,7 @@ TEST_F(Primitives, IndexOpenLocksNeverWait)
   EXPECT_EQ(diLockIndexExcl(fd_, kBase), 0);
 }
 
-TEST_F(Primitives, EveryPrimitiveKeepsTheFilePosition)
+TEST_F(dbLockPrimitives, EveryPrimitiveKeepsTheFilePosition)
 {
   constexpr off_t kPos = 1234;
   lseek(fd_, kPos, SEEK_SET);
@@ -197,7 +197,7 @@ TEST_F(Primitives, EveryPrimitiveKeepsTheFilePosition)
   EXPECT_EQ(lseek(fd_, 0, SEEK_CUR), kPos);
 }
 
-TEST_F(Primitives, TraceFileStartsWithItsHeadingOnlyWhenTracing)
+TEST_F(dbLockPrimitives, TraceFileStartsWithItsHeadingOnlyWhenTracing)
 {
   char cwd[4096];
   ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);

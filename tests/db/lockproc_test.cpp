@@ -17,7 +17,7 @@ using locktest::Tool;
 
 constexpr int kNoWaitMs = 200;  // an answer that must not wait comes in this
 
-class Processes : public ::testing::Test {
+class dbLockProcesses : public ::testing::Test {
  protected:
   void SetUp() override { t1_ = dir_.table("t1.dbf"); }
   // Open file shared in the tool's selected area.
@@ -38,7 +38,7 @@ class Processes : public ::testing::Test {
   std::string t1_;
 };
 
-TEST_F(Processes, ReaderWaitsForWriterAndReadersShare)
+TEST_F(dbLockProcesses, ReaderWaitsForWriterAndReadersShare)
 {
   Tool a, b;
   useShared(a, t1_);
@@ -66,7 +66,7 @@ TEST_F(Processes, ReaderWaitsForWriterAndReadersShare)
   EXPECT_TRUE(c.reply().ok());
 }
 
-TEST_F(Processes, RecordFileUseAndIndexLocksNeverWait)
+TEST_F(dbLockProcesses, RecordFileUseAndIndexLocksNeverWait)
 {
   const std::string t2 = dir_.table("t2.dbf");
   const std::string idx = dir_.table("t1.idx");
@@ -98,7 +98,7 @@ TEST_F(Processes, RecordFileUseAndIndexLocksNeverWait)
 
 // A holds the section of T1 and waits for T2; B holds T2 and asks for T1.
 // Exactly one of them reports the dead lock, and both go on.
-TEST_F(Processes, CrossFileDeadLockIsReportedOnce)
+TEST_F(dbLockProcesses, CrossFileDeadLockIsReportedOnce)
 {
   const std::string t2 = dir_.table("t2.dbf");
   Tool a, b;
@@ -145,7 +145,7 @@ TEST_F(Processes, CrossFileDeadLockIsReportedOnce)
   EXPECT_TRUE(other.reports().empty());
 }
 
-TEST_F(Processes, KilledProcessLeavesNoLocks)
+TEST_F(dbLockProcesses, KilledProcessLeavesNoLocks)
 {
   const std::string t2 = dir_.table("t2.dbf");
   Tool a;
@@ -172,7 +172,7 @@ TEST_F(Processes, KilledProcessLeavesNoLocks)
 
 // Exclusive against shared opens, raced many times: both may fail, but
 // never both succeed.
-TEST_F(Processes, IncompatibleOpensNeverBothSucceed)
+TEST_F(dbLockProcesses, IncompatibleOpensNeverBothSucceed)
 {
   Tool a, b;
   a.run("open " + t1_);

@@ -1,4 +1,4 @@
-// Areas of one process: nested sections and their counters, the chain of
+// dbLockAreas of one process: nested sections and their counters, the chain of
 // areas on one file, the record map's limit, and the 4.2 scheme.  The
 // kernel's view is probed from a forked child, which sees this process's
 // locks as a stranger does.
@@ -19,7 +19,7 @@ using locktest::Held;
 using locktest::probe;
 using locktest::ScratchDir;
 
-class Areas : public vltest::VlTest {
+class dbLockAreas : public vltest::VlTest {
  protected:
   void SetUp() override
   {
@@ -66,7 +66,7 @@ class Areas : public vltest::VlTest {
 // Random properly nested brackets: the counters keep one of Read and Write
 // at zero, the kernel lock is held exactly while a section is open, and it
 // is a write lock from the first write section to the outermost release.
-TEST_F(Areas, NestedSectionsFollowTheCounters)
+TEST_F(dbLockAreas, NestedSectionsFollowTheCounters)
 {
   ASSERT_EQ(use(&a1_), 0);
   std::mt19937 rng(11);
@@ -99,7 +99,7 @@ TEST_F(Areas, NestedSectionsFollowTheCounters)
   }
 }
 
-TEST_F(Areas, TwoAreasOnOneFileShareOneNesting)
+TEST_F(dbLockAreas, TwoAreasOnOneFileShareOneNesting)
 {
   ASSERT_EQ(use(&a1_), 0);
   ASSERT_EQ(use(&a2_), 0);
@@ -111,7 +111,7 @@ TEST_F(Areas, TwoAreasOnOneFileShareOneNesting)
   EXPECT_EQ(section().type, F_UNLCK);
 }
 
-TEST_F(Areas, ExclusiveTablesAndSwitchedOffSectionsTakeNoLock)
+TEST_F(dbLockAreas, ExclusiveTablesAndSwitchedOffSectionsTakeNoLock)
 {
   ASSERT_EQ(use(&a1_, VLN_LKST_EXCL), 0);
   ASSERT_EQ(local_wrlock2(&a1_, "T()"), 0);
@@ -134,7 +134,7 @@ TEST_F(Areas, ExclusiveTablesAndSwitchedOffSectionsTakeNoLock)
 }
 
 // The kernel never makes two areas of one process conflict: the chain does.
-TEST_F(Areas, AreasOnOneFileConflictThroughTheChain)
+TEST_F(dbLockAreas, AreasOnOneFileConflictThroughTheChain)
 {
   ASSERT_EQ(use(&a1_), 0);
   ASSERT_EQ(use(&a2_), 0);
@@ -155,7 +155,7 @@ TEST_F(Areas, AreasOnOneFileConflictThroughTheChain)
   diCloseFile(a3.fd);
 }
 
-TEST_F(Areas, ClosingOneAreaKeepsTheOthersLocks)
+TEST_F(dbLockAreas, ClosingOneAreaKeepsTheOthersLocks)
 {
   ASSERT_EQ(use(&a1_), 0);
   ASSERT_EQ(use(&a2_), 0);
@@ -171,7 +171,7 @@ TEST_F(Areas, ClosingOneAreaKeepsTheOthersLocks)
   EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "the last close closes the descriptor";
 }
 
-TEST_F(Areas, ParkedDescriptorIsReusedForTheSameMode)
+TEST_F(dbLockAreas, ParkedDescriptorIsReusedForTheSameMode)
 {
   const int first = diOpenFile(file_.c_str(), nullptr, O_RDWR);
   const int second = diOpenFile(file_.c_str(), nullptr, O_RDWR);
@@ -187,7 +187,7 @@ TEST_F(Areas, ParkedDescriptorIsReusedForTheSameMode)
 
 // A forked child is a new lock owner: fresh pid for l_pid and the trace,
 // and none of the parent's pooled descriptors or areas.
-TEST_F(Areas, ForkedChildDropsThePool)
+TEST_F(dbLockAreas, ForkedChildDropsThePool)
 {
   ASSERT_EQ(use(&a1_), 0);
   ASSERT_EQ(dbf_rlock(&a1_, 2), 0);
@@ -204,7 +204,7 @@ TEST_F(Areas, ForkedChildDropsThePool)
   EXPECT_EQ(record(2).pid, getpid()) << "the parent keeps its locks";
 }
 
-TEST_F(Areas, RecordWhoseBytesLeaveTheMapIsRefused)
+TEST_F(dbLockAreas, RecordWhoseBytesLeaveTheMapIsRefused)
 {
   ASSERT_EQ(use(&a1_), 0);
   a1_.reclen = 1000;
@@ -219,7 +219,7 @@ TEST_F(Areas, RecordWhoseBytesLeaveTheMapIsRefused)
   EXPECT_EQ(locktest::procLocks(file_, getpid()).size(), 2u);
 }
 
-TEST_F(Areas, ReadOnlyTableTakesReadLocks)
+TEST_F(dbLockAreas, ReadOnlyTableTakesReadLocks)
 {
   ASSERT_EQ(use(&a1_, VLN_LKST_READONLY), 0);
   ASSERT_EQ(dbf_rlock(&a1_, 2), 0);
@@ -231,7 +231,7 @@ TEST_F(Areas, ReadOnlyTableTakesReadLocks)
 
 // Letting go of a 4.2 write section must not let go of the record locks
 // and the USE byte this process still holds.
-TEST_F(Areas, Compat42ReleaseKeepsOwnRecordLocks)
+TEST_F(dbLockAreas, Compat42ReleaseKeepsOwnRecordLocks)
 {
   vlnFCNTLcompat42 = 1;
   ASSERT_EQ(use(&a1_), 0);
