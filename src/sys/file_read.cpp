@@ -155,7 +155,7 @@ VLN_FUNC(freadtxt)
     vln_ferror = -1;
     return NULLSTR_VAR;
   }
-  if (ended) line.pop_back();
+  if (line.back() == '\n' || line.back() == '\0') line.pop_back();
   if (!line.empty() && line.back() == '\r') line.pop_back();
   return bytes_result(line);
 }
