@@ -1,11 +1,17 @@
 // lang_funcs.cpp -- LOADLANG, SETLANG and _LANGNAMES.
 //
 // LOADLANG only loads: a language becomes active through SETLANG.  The
-// file name is taken as given (relative to the working directory).
+// file is looked for along SET DEFAULT, SET PATH and the system
+// directories; a failed search is reported as such only in developer mode.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
+#include "files.h"
 #include "natlang.h"
+#include "set.h"
 #include "strings_args.hpp"
 
 using namespace vl::args;
@@ -53,8 +59,10 @@ VLN_FUNC(loadlang)
                   "LOADLANG(): requires language number in the range 1 to %d", VLN_LANGUAGES);
     return report(kWrongValue);
   }
-  FILE* stream = std::fopen(name->Value.w1.str, "r");
+  const int fd = path_open_fil(name->Value.w1.str, O_RDONLY, 0, nullptr, 1, vlnGetDevel());
+  FILE* stream = fd >= 0 ? fdopen(fd, "r") : nullptr;
   if (!stream) {
+    if (fd >= 0) close(fd);
     std::snprintf(repdum, sizeof repdum, "LOADLANG(): cannot open '%s'", name->Value.w1.str);
     return report(kWrongFileName);
   }
