@@ -9,6 +9,7 @@
 #include "kernel.h"
 #include "vlerror.h"
 #include "vlgen.h"
+#include "arrays.h"
 #include "operators.h"
 #include "set.h"
 #include "natlang.h"

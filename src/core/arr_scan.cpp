@@ -1,0 +1,56 @@
+// arr_scan.cpp -- ASCAN: the position of the first element that equals a
+// value or satisfies a block.
+#include <algorithm>
+
+#include "arr_args.hpp"
+#include "arrays.h"
+#include "blocks.h"
+#include "frame.h"
+#include "operators.h"
+#include "vlerror.h"
+#include "vlgen.h"
+
+using vl::arr::arg_int;
+using vl::arr::arg_num;
+
+namespace {
+
+// Whether element e matches x: a block's true result, or the language's `=`
+// with the element on the left (SET EXACT as it stands) for comparable types.
+bool matches(var* x, var* e)
+{
+  var* r;
+  if (vl::kBb.has(x->Type))
+    r = simplfun(2, _bb_eval, x, e, (var*)0);
+  else if (vlnRTypesCompatible(x->Type, e->Type))
+    r = u_equ_u(e, x);
+  else
+    return false;
+  return vl::kNFIL.has(r->Type) && vlnLogVar(r);
+}
+
+}  // namespace
+
+// ASCAN(a, x, start, count): 1-based position of the first hit, or 0.
+VLN_FUNC(ascan)
+{
+  if (argc < 2) return rt_error(311, "in ASCAN"), ZERO_VAR;
+  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(312, "in ASCAN"), ZERO_VAR;
+  const int64_t size = VARR(argv[0])->A_size;
+  int64_t start = 1;
+  if (arg_num(argc, argv, 2)) start = std::max<int64_t>(arg_int(argv, 2), 1);
+  if (start > size) return ZERO_VAR;
+  int64_t count = size - start + 1;
+  if (arg_num(argc, argv, 3)) {
+    if (arg_int(argv, 3) < 0) return ZERO_VAR;
+    count = std::min(count, arg_int(argv, 3));
+  }
+  const ArrRec* a = vl::arr::hold(argv[0]);
+  const int32_t mark = tmpvar_cnt;
+  for (int64_t pos = start; pos < start + count && pos <= a->A_size; ++pos) {
+    const bool hit = matches(argv[1], vl::arr::element(a, static_cast<uint32_t>(pos)));
+    del_tmpvars(mark);
+    if (hit) return set_Iv(static_cast<int32_t>(pos));
+  }
+  return ZERO_VAR;
+}
