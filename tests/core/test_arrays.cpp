@@ -1,0 +1,202 @@
+// Arrays: creation and resizing, element access, the subscript hook, and
+// sharing of one array record by several variables.
+#include "test_arrays.hpp"
+
+using arrtest::arr;
+using arrtest::num;
+using arrtest::show;
+
+class ArraysCreate : public arrtest::ArrayTest {};
+class ArraysAccess : public arrtest::ArrayTest {};
+
+TEST_F(ArraysCreate, SizesOutsideZeroTo65535Report409)
+{
+  for (int32_t size : {-1, 65536}) {
+    reports().clear();
+    var* v = cre_tmpvar();
+    EXPECT_EQ(cre_arr(v, size, VL_ARR_NIL, (var*)0), ERROR_VAR);
+    ASSERT_EQ(codes(), std::vector<int>{409});
+    EXPECT_TRUE(arrtest::contains(reports()[0].description,
+                                  "dimension overflow, requested array size=" + std::to_string(size)));
+    EXPECT_EQ(v->Type, 'U');
+  }
+  var* big = cre_arr(cre_tmpvar(), 65535, VL_ARR_NIL, (var*)0);
+  ASSERT_EQ(big->Type, 'A');
+  EXPECT_EQ(VARR(big)->A_size, 65535u);
+  EXPECT_EQ(VARR(big)->A_vec[65535], nullptr);
+  EXPECT_EQ(VARR(big)->A_vec[65534]->Type, 'U');
+}
+
+TEST_F(ArraysCreate, NewArraysFillByFlag)
+{
+  var* inner = arr({num(1)});
+  struct Case {
+    int flag;
+    std::string want;
+  } cases[] = {
+      {VL_ARR_NIL, "{NIL, NIL, NIL}"},
+      {VL_ARR_LIST, "{\"a\", {1}, NIL}"},
+      {VL_ARR_APPEND, "{\"a\", {1}, NIL}"},
+      {VL_ARR_DEEP_ONE, "{\"a\", \"a\", \"a\"}"},
+      {VL_ARR_DEEP_LIST, "{\"a\", {1}, NIL}"},
+  };
+  for (const Case& c : cases) {
+    var* v = cre_arr(cre_tmpvar(), 3, c.flag, set_cv("a"), inner, (var*)0);
+    EXPECT_EQ(show(v), c.want) << "flag " << c.flag;
+    const bool deep = c.flag == VL_ARR_DEEP_LIST;
+    if (c.flag == VL_ARR_LIST || deep)
+      EXPECT_EQ(VARR(VARR(v)->A_vec[1]) == VARR(inner), !deep) << "flag " << c.flag;
+  }
+  // Flag 3 gives each element its own copy of a nested value.
+  var* grid = cre_arr(cre_tmpvar(), 2, VL_ARR_DEEP_ONE, inner, (var*)0);
+  EXPECT_NE(VARR(VARR(grid)->A_vec[0]), VARR(VARR(grid)->A_vec[1]));
+  EXPECT_NE(VARR(VARR(grid)->A_vec[0]), VARR(inner));
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(ArraysCreate, ResizeInPlaceIsSeenByEveryHolder)
+{
+  struct Case {
+    int32_t size;
+    int flag;
+    std::string want;
+  } cases[] = {
+      {2, VL_ARR_APPEND, "{1, 2}"},
+      {5, VL_ARR_APPEND, "{1, 2, 3, 9, NIL}"},
+      {4, VL_ARR_LIST, "{9, NIL, NIL, NIL}"},
+      {2, VL_ARR_NIL, "{NIL, NIL}"},
+      {0, VL_ARR_APPEND, "{}"},
+  };
+  for (const Case& c : cases) {
+    var* a = variable(arr({num(1), num(2), num(3)}));
+    var* other = variable(a);
+    const ArrRec* rec = VARR(a);
+    const uint32_t links = rec->A_links;
+    EXPECT_EQ(cre_arr(a, c.size, c.flag, num(9), (var*)0), a);
+    EXPECT_EQ(VARR(a), rec);
+    EXPECT_EQ(rec->A_links, links);
+    EXPECT_EQ(show(other), c.want) << "size " << c.size << " flag " << c.flag;
+    EXPECT_EQ(rec->A_vec[rec->A_size], nullptr);
+  }
+}
+
+TEST_F(ArraysCreate, AValueTakenFromAReleasedElementSurvives)
+{
+  var* a = variable(arr({num(1), num(2), set_cv("kept")}));
+  cre_arr(a, 1, VL_ARR_LIST, dget_arr(a, 3), (var*)0);
+  EXPECT_EQ(show(a), "{\"kept\"}");
+  var* b = variable(arr({num(1), set_cv("x")}));
+  cre_arr(b, 1, VL_ARR_APPEND, dget_arr(b, 2), (var*)0);  // shrink, not append
+  EXPECT_EQ(show(b), "{1}");
+}
+
+TEST_F(ArraysCreate, CreArrvNeedsANumericSize)
+{
+  EXPECT_EQ(cre_arrv(cre_tmpvar(), set_cv("2"), VL_ARR_NIL, nullptr), ERROR_VAR);
+  ASSERT_EQ(codes(), std::vector<int>{201});
+  EXPECT_TRUE(arrtest::contains(reports()[0].description, "array dimension not numeric"));
+  EXPECT_EQ(show(cre_arrv(cre_tmpvar(), num(2.7), VL_ARR_DEEP_ONE, set_cv("z"))),
+            "{\"z\", \"z\"}");
+  EXPECT_EQ(show(cre_arrv(cre_tmpvar(), TRUE_VAR, VL_ARR_LIST, num(4))), "{4}");
+}
+
+TEST_F(ArraysCreate, AStrictlyTypedTextRefusesAnArray)
+{
+  var* typed = variable(set_cv("text"));
+  typed->Mode = 'S';
+  EXPECT_EQ(cre_arr(typed, 2, VL_ARR_NIL, (var*)0), ERROR_VAR);
+  EXPECT_EQ(codes(), std::vector<int>{332});
+  EXPECT_EQ(show(typed), "\"text\"");
+}
+
+TEST_F(ArraysAccess, DgetArrReportsAndGivesErrorVar)
+{
+  var* a = arr({num(1), num(2), num(3)});
+  struct Case {
+    var* array;
+    int32_t index;
+    int code;
+    std::string text;
+  } cases[] = {
+      {nullptr, 1, 407, "DGET_ARR: null array pointer"},
+      {set_cv("abc"), 1, 404, "array required, received var type 'C'"},
+      {set_Ov(0, axNullObj, NIL_VAR), 1, 404, "array required, received var type 'O'"},
+      {a, 0, 409, "array index 0 not in limits (1..3) "},
+      {a, 4, 409, "array index 4 not in limits (1..3) "},
+  };
+  for (const Case& c : cases) {
+    reports().clear();
+    EXPECT_EQ(dget_arr(c.array, c.index), ERROR_VAR) << c.text;
+    ASSERT_EQ(codes(), std::vector<int>{c.code}) << c.text;
+    EXPECT_TRUE(arrtest::contains(reports()[0].description, c.text));
+  }
+}
+
+TEST_F(ArraysAccess, DgetArrvReportsAndGivesNil)
+{
+  var* a = arr({num(1), num(2)});
+  struct Case {
+    var* array;
+    var* index;
+    int code;
+    std::string text;
+  } cases[] = {
+      {nullptr, num(1), 407, "DGET_ARR: null array pointer"},
+      {num(5), num(1), 404, "array required, cannot be 'N'"},
+      {a, nullptr, 407, "DGET_ARR: null array index pointer"},
+      {a, set_cv("1"), 404, "array index required, cannot be 'C'"},
+      {a, num(3), 409, "array index 3 not in limits (1..2) "},
+      {a, num(-1), 409, "array index -1 not in limits (1..2) "},
+  };
+  for (const Case& c : cases) {
+    reports().clear();
+    EXPECT_EQ(dget_arrv(c.array, c.index), NIL_VAR) << c.text;
+    ASSERT_EQ(codes(), std::vector<int>{c.code}) << c.text;
+    EXPECT_TRUE(arrtest::contains(reports()[0].description, c.text));
+  }
+}
+
+TEST_F(ArraysAccess, ElementsAreTheRecordsThemselves)
+{
+  var* a = variable(arr({num(1), num(2), num(3)}));
+  cpy_var(dget_arr(a, 2), set_cv("two"));
+  EXPECT_EQ(dget_arrv(a, num(2.9)), dget_arr(a, 2));
+  EXPECT_EQ(dget_arrv(a, TRUE_VAR), dget_arr(a, 1));
+  EXPECT_EQ(dget_arrv(a, set_Iv(3)), dget_arr(a, 3));
+  EXPECT_EQ(show(a), "{1, \"two\", 3}");
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(ArraysAccess, OneArrayHeldByTwoVariables)
+{
+  var* x = variable(arr({num(1), arr({num(2)})}));
+  var* y = variable(x);
+  cpy_var(dget_arr(y, 1), set_cv("via y"));
+  cpy_var(dget_arr(dget_arr(x, 2), 1), num(20));
+  EXPECT_EQ(show(x), "{\"via y\", {20}}");
+  const uint32_t links = VARR(x)->A_links;
+  vl_call(_bb_aadd, {x, num(3)});
+  EXPECT_EQ(show(y), "{\"via y\", {20}, 3}");
+  EXPECT_EQ(VARR(x)->A_links, links);
+}
+
+TEST_F(ArraysAccess, SubscriptRecordingListsTheLatestAccess)
+{
+  const int32_t list = locate_var("__subscarr");
+  ASSERT_GE(list, 0);
+  var* a = variable(cre_arr(cre_tmpvar(), 2, VL_ARR_DEEP_ONE, arr({num(1), num(2), num(3)}),
+                            (var*)0));
+  EXPECT_EQ(vl_call(_bb___subscarr, {TRUE_VAR}), FALSE_VAR);
+  EXPECT_EQ(show(vlnGetVar(list)), "{NIL}");
+  cre_arr(vlnGetVar(list), 0, VL_ARR_NIL, (var*)0);
+  dget_arrv(dget_arr(a, 2), num(3));
+  EXPECT_EQ(show(vlnGetVar(list)), "{2, 3}");
+  EXPECT_EQ(vl_call(_bb___subscarr, {NIL_VAR}), TRUE_VAR);  // NIL only asks
+  EXPECT_EQ(vl_call(_bb___subscarr, {FALSE_VAR}), TRUE_VAR);
+  EXPECT_EQ(vln_subscarr, nullptr);
+  cre_arr(vlnGetVar(list), 0, VL_ARR_NIL, (var*)0);
+  dget_arr(a, 1);
+  EXPECT_EQ(show(vlnGetVar(list)), "{}");
+  EXPECT_EQ(vl_call(_bb___subscarr, {}), FALSE_VAR);
+  EXPECT_TRUE(reports().empty());
+}

@@ -1,0 +1,97 @@
+// Helpers of the array tests: building arrays from C++ and showing them as
+// text, so that a whole array is checked in one comparison.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "vltest.h"
+
+namespace arrtest {
+
+// A new array temporary holding the values (shared, as a literal does).
+inline var* arr(std::initializer_list<var*> values)
+{
+  return cre_arr(cre_tmpvar(), static_cast<int32_t>(values.size()), VL_ARR_LIST, values);
+}
+
+inline var* num(double d) { return set_nv(d, 0); }
+
+// A memo value.
+inline var* memo(const char* text)
+{
+  var* v = set_cv(text);
+  v->Type = 'M';
+  return v;
+}
+
+// The value as the tests write it: 1, 2.5, "a", .T., NIL, D5, {1, {2}}.
+inline std::string show(var* v)
+{
+  char buf[64];
+  switch (v->Type) {
+    case 'N':
+    case 'F':
+      std::snprintf(buf, sizeof buf, "%g", VDBL(v));
+      return buf;
+    case 'I':
+      return std::to_string(VINT(v));
+    case 'D':
+      return "D" + std::to_string(VINT(v));
+    case 'L':
+      return VINT(v) ? ".T." : ".F.";
+    case 'C':
+      return "\"" + vltest::str(v) + "\"";
+    case 'M':
+      return "M\"" + vltest::str(v) + "\"";
+    case 'A': {
+      std::string s = "{";
+      for (uint32_t i = 0; i < VARR(v)->A_size; ++i)
+        s += (i ? ", " : "") + show(VARR(v)->A_vec[i]);
+      return s + "}";
+    }
+    case 'U':
+      return "NIL";
+    default:
+      return std::string(1, v->Type);
+  }
+}
+
+// Whether text holds part, telling both when not.
+inline testing::AssertionResult contains(const std::string& text, const std::string& part)
+{
+  if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "\"" << text << "\" lacks \"" << part << "\"";
+}
+
+// Fixture: the error capture of VlTest, plus variables (non-temporary
+// records, as a LOCAL of a program would be) released at the end.
+class ArrayTest : public vltest::VlTest {
+ protected:
+  void TearDown() override
+  {
+    for (var* v : vars_) del_var(v);
+    vltest::VlTest::TearDown();
+  }
+  // A variable holding a copy of value (arrays shared).
+  var* variable(var* value)
+  {
+    var* v = mak_var('N', 'U');
+    cpy_var(v, value);
+    vars_.push_back(v);
+    return v;
+  }
+  // Codes of the reports seen so far.
+  std::vector<int> codes() const
+  {
+    std::vector<int> c;
+    for (const auto& r : reports()) c.push_back(r.code);
+    return c;
+  }
+
+ private:
+  std::vector<var*> vars_;
+};
+
+}  // namespace arrtest
