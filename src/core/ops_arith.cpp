@@ -58,12 +58,33 @@ bool numeric(const var* v) { return kNFIL.has(v->Type); }
 // 'N' with dec decimals.  Both values are read before the store, which may
 // overwrite either operand.
 template <class Op>
-inline var* combine(const Site& site, const var* l, const var* r, bool as_int, int dec)
+[[gnu::always_inline]] inline var* combine(const Site& site, const var* l, const var* r,
+                                           bool as_int, int dec)
 {
   var* res = site.choose();
   res = as_int ? put_int(res, Op::word(whole(l), whole(r)))
                : put_num(res, Op::real(num(l), num(r)), dec);
   return site.finish(res);
+}
+
+// The common case of + - *: two plain numbers and no assignment.  The
+// result goes into a temporary operand, which holds a number, or a new
+// temporary, which holds nothing, so it is written without further checks.
+template <class Op>
+[[gnu::always_inline]] inline var* numbers(var* l, var* r, int dec)
+{
+  const double d = Op::real(l->Value.w1.d, r->Value.w1.d);
+  var* res = l->Mode == 'T' ? l : r->Mode == 'T' ? r : cre_tmpvar();
+  res->Type = 'N';
+  res->Decimals = static_cast<uint8_t>(dec);
+  res->Length = kNoWidth;
+  store_double(res, d);
+  return res;
+}
+
+inline bool plain_numbers(const var* l, const var* r, int assign)
+{
+  return l->Type == 'N' && r->Type == 'N' && !assign;
 }
 
 inline var* date_into(const Site& site, int32_t day) { return site.finish(put_date(site.choose(), day)); }
@@ -109,6 +130,15 @@ var* power(const Site& site, const var* l, const var* r, bool as_int)
   var* res = site.choose();
   res = as_int ? put_int(res, vlnDoubleToInt(p)) : put_num(res, p, vlnGetDecimals());
   return site.finish(res);
+}
+
+// The * table: two 'I' multiply as a wrapping 'I'; otherwise 'N' with the
+// sum of the Decimals.
+[[gnu::noinline]] var* mul_values(var* l, var* r, int assign)
+{
+  if (!numeric(l) || !numeric(r)) return fail(kIllegalOp, kMulText);
+  return combine<Mul>(Site{l, r, assign}, l, r, l->Type == 'I' && r->Type == 'I',
+                      sum_dec(l->Decimals, r->Decimals));
 }
 
 }  // namespace
@@ -184,16 +214,14 @@ extern "C" {
 // l + r.  Two plain numbers take the short road.
 var* u_add_u(var* l, var* r, int assign)
 {
-  if (l->Type == 'N' && r->Type == 'N')
-    return combine<Add>(additive(l, r, assign), l, r, false, max_dec(l, r));
+  if (plain_numbers(l, r, assign)) return numbers<Add>(l, r, max_dec(l, r));
   return add_values(l, r, assign);
 }
 
 // l - r.
 var* u_sub_u(var* l, var* r, int assign)
 {
-  if (l->Type == 'N' && r->Type == 'N')
-    return combine<Sub>(additive(l, r, assign), l, r, false, max_dec(l, r));
+  if (plain_numbers(l, r, assign)) return numbers<Sub>(l, r, max_dec(l, r));
   return sub_values(l, r, assign);
 }
 
@@ -257,13 +285,11 @@ var* u_sub_n(var* v, double d, int dec, int assign)
   }
 }
 
-// l * r: two 'I' multiply as a wrapping 'I'; otherwise 'N' with the sum of
-// the Decimals.
+// l * r.
 var* u_mul_u(var* l, var* r, int assign)
 {
-  if (!numeric(l) || !numeric(r)) return fail(kIllegalOp, kMulText);
-  return combine<Mul>(Site{l, r, assign}, l, r, l->Type == 'I' && r->Type == 'I',
-                      sum_dec(l->Decimals, r->Decimals));
+  if (plain_numbers(l, r, assign)) return numbers<Mul>(l, r, sum_dec(l->Decimals, r->Decimals));
+  return mul_values(l, r, assign);
 }
 
 // d * v (the target is v); dec -1 stands for SET DECIMALS.

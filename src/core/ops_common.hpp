@@ -135,7 +135,7 @@ struct Site {
   const LetterSet& in_place = kModeInPlace;
   bool other_text_ok = true;
 
-  var* choose() const
+  [[gnu::always_inline]] var* choose() const
   {
     if (target->Mode == 'T') return target;
     if (assign && in_place.has(target->Mode)) return target;
@@ -144,7 +144,7 @@ struct Site {
   }
 
   // After a compound assignment the target holds the result.
-  var* finish(var* res) const
+  [[gnu::always_inline]] var* finish(var* res) const
   {
     if (!assign || res == target || res == ERROR_VAR) return res;
     return cpy_var(target, res);
@@ -152,6 +152,20 @@ struct Site {
 };
 
 // ---- Storing a scalar into the chosen record. ----
+
+// The whole 16-byte value is written by one store, word 2 cleared: the
+// next reader (cpy_var, mk_var_cp) loads the value as one 16-byte unit, and
+// that load stalls when it must be pieced together from two smaller stores.
+typedef uint64_t ValueLanes __attribute__((vector_size(16)));
+
+inline void store_value(var* v, uint64_t word1)
+{
+  const ValueLanes lanes = {word1, 0};
+  static_assert(sizeof lanes == sizeof v->Value);
+  std::memcpy(&v->Value, &lanes, sizeof lanes);
+}
+inline void store_double(var* v, double d) { store_value(v, std::bit_cast<uint64_t>(d)); }
+inline void store_word(var* v, int32_t word) { store_value(v, static_cast<uint32_t>(word)); }
 
 inline bool direct(const var* v) { return kModeDirect.has(v->Mode) && kPlain.has(v->Type); }
 
@@ -161,7 +175,7 @@ inline var* put_num(var* v, double d, int dec)
   v->Type = 'N';
   v->Decimals = static_cast<uint8_t>(dec);
   v->Length = kNoWidth;
-  v->Value.w1.d = d;
+  store_double(v, d);
   return v;
 }
 
@@ -170,7 +184,7 @@ inline var* put_word(var* v, char type, int32_t length, int32_t word)
   v->Type = type;
   v->Decimals = 0;
   v->Length = length;
-  v->Value.w1.bits = static_cast<uint32_t>(word);
+  store_word(v, word);
   return v;
 }
 
