@@ -6,6 +6,7 @@
 
 #include "var.h"
 #include "frame.h"
+#include "blocks.h"
 #include "kernel.h"
 #include "vlerror.h"
 #include "vlgen.h"

@@ -101,7 +101,8 @@ struct var {
 
 /* Flags bits. */
 enum {
-  VF_STATIC = 1 /* one of the constant records: never written or freed */
+  VF_STATIC = 1, /* never written or freed: a constant or a compiled literal */
+  VF_LITERAL = 2 /* a literal owned by a compiled expression */
 };
 
 /* The array record shared by 'A', 'O', 'B' and 'b' values. */
@@ -112,6 +113,7 @@ struct ArrRec {
   uint32_t A_cap;    /* allocated element slots (excluding the null) */
   uint32_t A_flags;  /* AF_* bits */
   char* A_text;      /* 'b' blocks: the block's text, owned here */
+  void* A_code;      /* 'b' blocks: the compiled form, owned by the evaluator */
 };
 
 enum {

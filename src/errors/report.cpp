@@ -56,6 +56,7 @@ void report(int code, int severity, const char* text, const char* module, int li
             bool internal)
 {
   err_check_recursion(1);
+  ++vln_error_count;
   last_errno = code;
   if (errstat) call_errcaller(code, severity, text, module, line, internal);
   err_check_recursion(0);
@@ -66,6 +67,7 @@ void report(int code, int severity, const char* text, const char* module, int li
 extern "C" {
 
 int32_t alreadyin = 0;
+uint32_t vln_error_count = 0;
 
 void err_check_recursion(int on)
 {

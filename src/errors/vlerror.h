@@ -68,6 +68,9 @@ const VlnErrRow* vln_err_row(int code);
 void err_check_recursion(int on);
 /* Number of error reports now in progress. */
 extern int32_t alreadyin;
+/* Number of errors reported so far (counted whether or not errstat is
+** on): a caller compares two readings to learn whether anything failed. */
+extern uint32_t vln_error_count;
 
 /* The report threshold: rows below it are not reported. */
 int32_t vln_report_level(void);

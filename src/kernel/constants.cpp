@@ -46,8 +46,8 @@ var* nil_block_fn(int, var**) { return NIL_VAR; }
 var* true_block_fn(int, var**) { return TRUE_VAR; }
 
 var* null_vec[1] = {nullptr};
-ArrRec nil_block_rec = {1, 0, null_vec, 0, AF_STATIC, nullptr};
-ArrRec true_block_rec = {1, 0, null_vec, 0, AF_STATIC, nullptr};
+ArrRec nil_block_rec = {1, 0, null_vec, 0, AF_STATIC, nullptr, nullptr};
+ArrRec true_block_rec = {1, 0, null_vec, 0, AF_STATIC, nullptr, nullptr};
 
 var block(ArrRec* rec, BbFn fn)
 {

@@ -62,6 +62,22 @@ var* vlnGetVarForWrite(int32_t index);
 ** references, the text is copied with surrounding blanks removed. */
 char* exp_pp(const char* text, char* buffer, size_t size, int flag);
 
+/* ---- Names. ---- */
+
+/* The full name of a function the language accepts cut to four or more
+** letters ("subs" -> "substr"); any other name as it stands. */
+const char* short_fun(const char* name);
+
+/* A keyword table entry; a table ends with a null or empty name. */
+typedef struct VlnKeyword {
+  const char* name;
+  int value;
+} VlnKeyword;
+
+/* The value of the first keyword that text (trimmed, folded) abbreviates:
+** the text's length n is at least min or the whole keyword.  -1 for none. */
+int get_tok(const char* text, const VlnKeyword* table, int min);
+
 /* ---- Function registry. ---- */
 
 typedef struct VlnFnRec {

@@ -119,12 +119,16 @@ void _vln_signal_n(void)
   for (auto fn : signal_polls()) fn();
 }
 
+// The break gate is a switch, not a counter: the lock protocol turns it
+// off after every write lock and on at the end of the section, however
+// many calls came between.
 static sigset_t saved_break_mask;
-static int break_disabled = 0;
+static bool break_disabled = false;
 
 void vln_disable_break(void)
 {
-  if (break_disabled++ > 0) return;
+  if (break_disabled) return;
+  break_disabled = true;
   sigset_t block;
   sigemptyset(&block);
   sigaddset(&block, SIGINT);
@@ -134,7 +138,8 @@ void vln_disable_break(void)
 
 void vln_enable_break(void)
 {
-  if (break_disabled == 0 || --break_disabled > 0) return;
+  if (!break_disabled) return;
+  break_disabled = false;
   sigprocmask(SIG_SETMASK, &saved_break_mask, nullptr);
 }
 

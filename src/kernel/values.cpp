@@ -118,6 +118,7 @@ ArrRec* arr_alloc(uint32_t n)
   a->A_cap = n;
   a->A_flags = 0;
   a->A_text = nullptr;
+  a->A_code = nullptr;
   return a;
 }
 

@@ -1,0 +1,232 @@
+// evalapi.cpp -- the evaluator's entry points and its cache of compiled
+// texts.
+//
+// A text is compiled once: filters, index keys and report columns run the
+// same text for every record.  Compiled programs live in the cache for the
+// whole run, so that a macro block can point at its program from its array
+// record.  Past kMaxCached entries a text is compiled for one run and freed
+// after it, through a sequence frame of our own when a BREAK passes.
+#include <alloca.h>
+
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "blocks.h"
+#include "exprexec.hpp"
+#include "exprtree.hpp"
+#include "frame.h"
+#include "kernel.h"
+#include "letters.hpp"
+#include "valrec.hpp"
+#include "vlerror.h"
+
+namespace vl::expr {
+
+namespace {
+
+constexpr size_t kMaxCached = 16384;
+constexpr size_t kMessageSize = 1024;
+constexpr int kWrongType = 312;
+constexpr int kTooLong = 315;
+
+struct TextHash {
+  using is_transparent = void;
+  size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+};
+
+using ProgramMap = std::unordered_map<std::string, Program*, TextHash, std::equal_to<>>;
+
+ProgramMap& cache_for(bool as_block)
+{
+  static ProgramMap exprs;
+  static ProgramMap blocks;
+  return as_block ? blocks : exprs;
+}
+
+// The program for text, from the cache or freshly compiled.  *cached tells
+// whether the cache owns it; on a syntax error null, with code and message.
+Program* program_for(const char* text, bool as_block, bool* cached, int* code, char* message)
+{
+  ProgramMap& map = cache_for(as_block);
+  if (auto it = map.find(std::string_view(text)); it != map.end()) {
+    *cached = true;
+    return it->second;
+  }
+  Compiled c = compile(text, as_block);
+  if (!c.program) {
+    *code = c.code;
+    std::snprintf(message, kMessageSize, "%s", c.message.c_str());
+    return nullptr;
+  }
+  *cached = map.size() < kMaxCached;
+  if (*cached) map.emplace(text, c.program);
+  return c.program;
+}
+
+bool blank(const char* text)
+{
+  for (; *text; ++text)
+    if (*text != ' ' && *text != '\t') return false;
+  return true;
+}
+
+// A literal of the program is copied out, so that the result never points
+// into a program.
+var* result_of(var* r) { return (r->Flags & VF_LITERAL) ? mk_var_cp(r) : r; }
+
+var* run(Program* prog, var** params)
+{
+  Ctx ctx{prog, params, vln_error_count};
+  return result_of(eval_node(ctx, prog->root));
+}
+
+// Run a program the cache does not own and free it, on a BREAK too.
+var* run_and_free(Program* prog, var** params)
+{
+  jmp_buf guard;
+  jmp_buf* outer = glob_sequencebuf;
+  glob_sequencebuf = &guard;
+  if (setjmp(guard) != 0) {
+    glob_sequencebuf = outer;
+    delete prog;
+    if (!outer) vl_break_error();
+    longjmp(*outer, 1);
+  }
+  var* r = run(prog, params);
+  glob_sequencebuf = outer;
+  delete prog;
+  return r;
+}
+
+var* report_compile_error(int code, const char* message)
+{
+  rt_error(code, message);
+  return ERROR_VAR;
+}
+
+// The block's program: compiled on first use and remembered in its record.
+Program* block_program(ArrRec* a, bool* cached, int* code, char* message)
+{
+  if (a->A_code) {
+    *cached = true;
+    return static_cast<Program*>(a->A_code);
+  }
+  Program* prog = program_for(a->A_text ? a->A_text : "", true, cached, code, message);
+  if (prog && *cached) a->A_code = prog;
+  return prog;
+}
+
+// The body of a macro block, run in a frame of its own (marked as a block
+// frame, which PROCNAME skips); the parameters become its locals.
+var* run_block_body(Program* prog, bool cached, int argc, var** argv)
+{
+  frame f;
+  vln_fn_start(&f, "macro", "block", -1, argc);
+  f.Spare[0] |= VL_FRAME_BLOCK;
+  const size_t npars = prog->params.size();
+  auto** params = static_cast<var**>(alloca(sizeof(var*) * (npars + 1)));
+  for (size_t i = 0; i < npars; ++i)
+    params[i] = vln_local_param(argc, static_cast<int>(i), argv, 'U');
+  var* r = cached ? run(prog, params) : run_and_free(prog, params);
+  f.RetVal = mk_var_cp(r);
+  return vln_fn_end(&f, 'U');
+}
+
+}  // namespace
+
+}  // namespace vl::expr
+
+using namespace vl::expr;
+
+extern "C" {
+
+var* exp_eval(const char* text)
+{
+  if (!text) return NIL_VAR;
+  int code = 0;
+  char message[kMessageSize] = "";
+  bool cached = false;
+  bool empty = false;
+  Program* prog = nullptr;
+  {
+    std::string expanded;
+    const char* source = text;
+    if (std::strchr(text, '&')) {
+      code = expand_macros(text, expanded);
+      source = expanded.c_str();
+      if (code) std::snprintf(message, sizeof message, "%s", text);
+    }
+    empty = !code && blank(source);
+    if (!code && !empty) prog = program_for(source, false, &cached, &code, message);
+  }
+  if (code) return report_compile_error(code, message);
+  if (empty) return NIL_VAR;
+  return cached ? run(prog, nullptr) : run_and_free(prog, nullptr);
+}
+
+var* vln_run_macro_block(var* block, int argc, var** argv)
+{
+  int code = 0;
+  char message[kMessageSize] = "";
+  bool cached = false;
+  Program* prog = block_program(block->Value.w1.arr, &cached, &code, message);
+  if (!prog) return report_compile_error(code, message);
+  return run_block_body(prog, cached, argc, argv);
+}
+
+var* exp_evalb(int argc, var** argv)
+{
+  if (argc < 1 || argv[0]->Type != 'b') return rt_error(kWrongType, "in EVAL()"), NIL_VAR;
+  return vln_run_macro_block(argv[0], argc - 1, argv + 1);
+}
+
+var* vlnCMxV(const char* text, int n)
+{
+  int code = 0;
+  var* r = cre_tmpvar();
+  {
+    std::string expanded;
+    code = expand_macros(text ? text : "", expanded);
+    set_Cvar(r, expanded.data(), static_cast<int32_t>(expanded.size()));
+  }
+  if (code) rt_error(code, text);
+  return r;
+}
+
+var* vlnVMxC(var* v, int n)
+{
+  return vl::kCM.has(v->Type) ? vlnCMxV(v->Value.w1.str, n) : v;
+}
+
+var* vlnVMxV(var* v, int n) { return vlnVMxC(v, n); }
+
+char* filorexp(const char* text, int size)
+{
+  static char buffer[4096];
+  const size_t room = size > 0 && static_cast<size_t>(size) < sizeof buffer
+                          ? static_cast<size_t>(size)
+                          : sizeof buffer;
+  const char* t = text ? text : "";
+  while (*t == ' ') ++t;
+  if (*t != '(') return exp_pp(t, buffer, room, 1);
+  var* v = exp_eval(t);
+  if (!vl::kCM.has(v->Type)) {
+    rt_error(kWrongType, "file name expression must give a string");
+    buffer[0] = '\0';
+    return buffer;
+  }
+  size_t n = static_cast<size_t>(v->Length - 1);
+  if (n >= room) {
+    rt_error(kTooLong, t);
+    n = room - 1;
+  }
+  std::memcpy(buffer, v->Value.w1.str, n);
+  buffer[n] = '\0';
+  return buffer;
+}
+
+}  // extern "C"

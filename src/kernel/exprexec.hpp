@@ -1,0 +1,26 @@
+// exprexec.hpp -- running a compiled expression.
+#pragma once
+
+#include <cstdint>
+
+#include "exprtree.hpp"
+
+namespace vl::expr {
+
+// The state of one run: the program, the parameters of the block being
+// run (its locals), and the error count at the start, so that with errstat
+// off the run stops at the first error.
+struct Ctx {
+  const Program* prog;
+  var** params;
+  uint32_t err_mark;
+};
+
+// The value of node i: a record of the program, a variable, element or
+// field record itself, a temporary, or a constant.  Never null.
+var* eval_node(const Ctx& ctx, int32_t i);
+
+// Whether the run must stop: an error was reported while errstat is off.
+bool stopped(const Ctx& ctx);
+
+}  // namespace vl::expr

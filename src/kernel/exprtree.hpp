@@ -1,0 +1,93 @@
+// exprtree.hpp -- the compiled form of an expression text.
+//
+// The parser turns a text into a Program: a flat vector of nodes whose
+// children are indices into the same vector, and the literals as records
+// the program owns.  A Program is compiled once per text and kept in the
+// evaluator's cache; running it is a walk over the nodes that calls the
+// same operator entry points and language functions generated code calls.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "var.h"
+
+namespace vl::expr {
+
+enum class Op : uint8_t {
+  Literal,     // lit
+  Name,        // name: block parameter, field of the selected area, memvar
+  Param,       // slot: parameter of the block being compiled
+  Memvar,      // name: M->name, MEMVAR->name
+  Field,       // name: FIELD->name, _FIELD->name
+  AliasField,  // a = alias expression or -1 with alias text in name2; name
+  AliasList,   // a = alias expression or -1 (alias text in name2); b = list
+  NoDebugInfo, // name: _L->, _S->, _P-> (needs debug information)
+  Call,        // name; kids = arguments (-1 for an omitted one)
+  Iif,         // kids = condition, then, else
+  Binary,      // bin; a, b
+  And,         // a, b (short-circuit)
+  Or,          // a, b (short-circuit)
+  Not,         // a
+  Negate,      // a
+  UnaryPlus,   // a
+  Assign,      // bin (Bin::None for :=); a = target, b = value
+  PreInc,      // a
+  PreDec,      // a
+  PostInc,     // a
+  PostDec,     // a
+  Index,       // a = base; kids = subscripts
+  Send,        // a = object; name = message; kids = arguments; flag = call
+  ArrayLit,    // kids
+  BlockLit,    // name = the block's whole text; slot = parameter count
+  List,        // kids: the last value counts
+  ByRef,       // a: @name in an argument list
+};
+
+enum class Bin : uint8_t {
+  None, Add, Sub, Mul, Div, Mod, Pow, Eq, EqEq, Ne, Lt, Le, Gt, Ge, In
+};
+
+struct Node {
+  Op op = Op::Literal;
+  Bin bin = Bin::None;
+  bool flag = false;
+  int32_t a = -1;
+  int32_t b = -1;
+  int32_t slot = -1;            // parameter index, count
+  mutable int32_t cache = 0;    // memvar or function index once found (+1)
+  std::vector<int32_t> kids;
+  std::string name;
+  std::string name2;
+  var* lit = nullptr;
+};
+
+struct Program {
+  std::vector<Node> nodes;
+  std::vector<std::string> params;  // block parameters, by position
+  int32_t root = -1;
+  bool is_block = false;
+
+  Program() = default;
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+  ~Program();
+};
+
+// The result of compiling: a program, or the code and text of the error.
+struct Compiled {
+  Program* program = nullptr;  // owned by the caller
+  int code = 0;
+  std::string message;
+};
+
+// Expand the "&name" references of text into out (trimmed).  Returns 0, or
+// the code of the error to report (314, an endless expansion).
+int expand_macros(const char* text, std::string& out);
+
+// Compile an expression list.  A text of the form "{|p, ...| list}" that
+// fills the whole text compiles as a block when as_block is set.
+Compiled compile(const std::string& text, bool as_block);
+
+}  // namespace vl::expr

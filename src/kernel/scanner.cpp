@@ -1,0 +1,186 @@
+// scanner.cpp -- the lexical analyser of expression text, and the two name
+// helpers beside it: short function names and keyword matching.
+#include "scanner.hpp"
+
+#include <cctype>
+#include <cstring>
+
+#include "kernel.h"
+
+namespace vl::expr {
+
+namespace {
+
+bool name_start(char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_'; }
+bool name_char(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+bool digit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
+
+struct Pair {
+  const char* text;
+  Tok kind;
+};
+
+// Longest first, so that "**=" wins over "**" and "*".
+constexpr Pair kOperators[] = {
+    {"**=", Tok::PowerEq}, {"**", Tok::Power},    {":=", Tok::Assign}, {"+=", Tok::PlusEq},
+    {"-=", Tok::MinusEq},  {"*=", Tok::StarEq},   {"/=", Tok::SlashEq}, {"%=", Tok::PercentEq},
+    {"^=", Tok::PowerEq},  {"++", Tok::Inc},      {"--", Tok::Dec},    {"->", Tok::Arrow},
+    {"==", Tok::EqEq},     {"!=", Tok::Ne},       {"<>", Tok::Ne},     {"<=", Tok::Le},
+    {">=", Tok::Ge},       {"+", Tok::Plus},      {"-", Tok::Minus},   {"*", Tok::Star},
+    {"/", Tok::Slash},     {"%", Tok::Percent},   {"^", Tok::Power},   {"=", Tok::Eq},
+    {"#", Tok::Ne},        {"<", Tok::Lt},        {">", Tok::Gt},      {"$", Tok::Dollar},
+    {"!", Tok::Not},       {":", Tok::Colon},     {"(", Tok::LParen},  {")", Tok::RParen},
+    {"[", Tok::LBracket},  {"]", Tok::RBracket},  {"{", Tok::LBrace},  {"}", Tok::RBrace},
+    {"|", Tok::Bar},       {",", Tok::Comma},     {"@", Tok::At},      {"&", Tok::Macro},
+};
+
+struct Word {
+  const char* text;
+  Tok kind;
+};
+
+constexpr Word kDotted[] = {
+    {".t.", Tok::True}, {".y.", Tok::True},    {".f.", Tok::False}, {".n.", Tok::False},
+    {".and.", Tok::And}, {".or.", Tok::Or},    {".not.", Tok::Not},
+};
+
+}  // namespace
+
+void Scanner::skip_blanks()
+{
+  while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_]))) ++pos_;
+}
+
+Token Scanner::next(bool operand_expected)
+{
+  skip_blanks();
+  if (pos_ >= text_.size()) return Token{Tok::End, pos_};
+  const char c = peek();
+  if (digit(c) || (c == '.' && digit(peek(1)))) return scan_number();
+  if (c == '"' || c == '\'') return scan_string(c);
+  if (c == '[' && operand_expected) return scan_string(']');
+  if (name_start(c)) return scan_name();
+  if (c == '.') return scan_dotted();
+  return scan_operator();
+}
+
+Token Scanner::scan_number()
+{
+  Token t{Tok::Number, pos_};
+  const size_t start = pos_;
+  while (digit(peek())) ++pos_;
+  if (peek() == '.' && digit(peek(1))) {
+    ++pos_;
+    const size_t frac = pos_;
+    while (digit(peek())) ++pos_;
+    t.decimals = static_cast<int>(pos_ - frac);
+  }
+  t.text.assign(text_.substr(start, pos_ - start));
+  t.number = std::strtod(t.text.c_str(), nullptr);
+  return t;
+}
+
+Token Scanner::scan_string(char close)
+{
+  Token t{Tok::String, pos_};
+  ++pos_;
+  const size_t start = pos_;
+  while (pos_ < text_.size() && text_[pos_] != close) ++pos_;
+  if (pos_ >= text_.size()) return Token{Tok::Bad, t.pos, "unterminated string"};
+  t.text.assign(text_.substr(start, pos_ - start));
+  ++pos_;
+  return t;
+}
+
+Token Scanner::scan_name()
+{
+  Token t{Tok::Name, pos_};
+  const size_t start = pos_;
+  while (name_char(peek())) ++pos_;
+  const size_t n = std::min(pos_ - start, kNameLength);
+  t.text.reserve(n);
+  for (size_t i = 0; i < n; ++i)
+    t.text += static_cast<char>(std::tolower(static_cast<unsigned char>(text_[start + i])));
+  return t;
+}
+
+Token Scanner::scan_dotted()
+{
+  for (const Word& w : kDotted) {
+    const size_t n = std::strlen(w.text);
+    if (pos_ + n > text_.size()) continue;
+    bool same = true;
+    for (size_t i = 0; i < n && same; ++i)
+      same = std::tolower(static_cast<unsigned char>(text_[pos_ + i])) == w.text[i];
+    if (same) {
+      Token t{w.kind, pos_};
+      pos_ += n;
+      return t;
+    }
+  }
+  return Token{Tok::Bad, pos_++, "."};
+}
+
+Token Scanner::scan_operator()
+{
+  for (const Pair& p : kOperators) {
+    const size_t n = std::strlen(p.text);
+    if (text_.substr(pos_, n) == p.text) {
+      Token t{p.kind, pos_};
+      pos_ += n;
+      return t;
+    }
+  }
+  return Token{Tok::Bad, pos_++, std::string(1, peek())};
+}
+
+}  // namespace vl::expr
+
+namespace {
+
+// Functions whose names the language accepts cut to four or more letters.
+constexpr const char* kShortNames[] = {
+    "cmonth", "deleted", "empty",  "fcount",  "flock",   "field",  "found",
+    "lastrec", "lower",  "ltrim",  "month",   "pcount",  "reccount", "recno",
+    "replicate", "rlock", "round", "rtrim",   "seconds", "select", "setprc",
+    "space",  "substr",  "transform", "upper",
+};
+constexpr size_t kShortLeast = 4;
+
+}  // namespace
+
+extern "C" {
+
+const char* short_fun(const char* name)
+{
+  static char folded[64];
+  size_t n = 0;
+  for (; name[n] && n < sizeof folded - 1; ++n)
+    folded[n] = static_cast<char>(std::tolower(static_cast<unsigned char>(name[n])));
+  folded[n] = '\0';
+  if (n < kShortLeast) return name;
+  for (const char* full : kShortNames)
+    if (std::strncmp(full, folded, n) == 0) return full;
+  return name;
+}
+
+int get_tok(const char* text, const VlnKeyword* table, int min)
+{
+  char key[64];
+  while (*text == ' ') ++text;
+  size_t n = 0;
+  for (; text[n] && n < sizeof key - 1; ++n)
+    key[n] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[n])));
+  while (n > 0 && key[n - 1] == ' ') --n;
+  key[n] = '\0';
+  if (n == 0) return -1;
+  for (; table->name && table->name[0]; ++table) {
+    const size_t whole = std::strlen(table->name);
+    if (n <= whole && (n >= static_cast<size_t>(min) || n == whole) &&
+        std::strncmp(table->name, key, n) == 0)
+      return table->value;
+  }
+  return -1;
+}
+
+}  // extern "C"
