@@ -160,3 +160,14 @@ TEST_F(ArraysBlocks, BreakOutOfTheLoopLeavesNoLink)
     EXPECT_EQ(show(a), "{1, 2, 3, 4}");
   }
 }
+
+TEST_F(ArraysBlocks, TextBlocksRunThroughTheEvaluator)
+{
+  var* a = one_to_four();
+  vl_call(_bb_asort, {a, NIL_VAR, NIL_VAR, exp_eval("{|x, y| x > y}")});
+  EXPECT_EQ(show(a), "{4, 3, 2, 1}");
+  EXPECT_EQ(vlnIntVar(vl_call(_bb_ascan, {a, exp_eval("{|e| e < 3}")})), 3);
+  vl_call(_bb_aeval, {a, exp_eval("{|e, i| e := e * i}")});
+  EXPECT_EQ(show(a), "{4, 6, 6, 4}");
+  EXPECT_TRUE(reports().empty());
+}
