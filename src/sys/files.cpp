@@ -41,8 +41,8 @@ void last_name_out(const std::string& last, char* out)
   vln::copy_out(abs, out, VLN_OPEN_NAME_SIZE);
 }
 
-int path_open(const char* name, int flags, int mode, char* out, bool system, bool report,
-              VlnNameReport* rep)
+int path_open(const char* asked, const char* name, int flags, int mode, char* out, bool system,
+              bool report, VlnNameReport* rep)
 {
   std::string last;
   int fd = -1;
@@ -55,7 +55,7 @@ int path_open(const char* name, int flags, int mode, char* out, bool system, boo
   if (fd < 0) {
     __oserr = err;
     if (report)
-      vln::note(rep, 101, 1, "Open error for '%s' (requested '%s') ", last.c_str(), name);
+      vln::note(rep, 101, 1, "Open error for '%s' (requested '%s') ", last.c_str(), asked);
   }
   if (out) last_name_out(last, out);
   errno = err;
@@ -116,8 +116,9 @@ int open_fil(const char* name, int flags, int mode)
 int path_open_fil(const char* name, int flags, int mode, char* out, int system, int report)
 {
   if (!name) return -1;
+  const char* expanded = vln::expand_name(name);
   VlnNameReport rep{};
-  const int fd = path_open(name, flags, mode, out, system != 0, report != 0, &rep);
+  const int fd = path_open(name, expanded, flags, mode, out, system != 0, report != 0, &rep);
   vln_name_report(&rep);
   return fd;
 }
@@ -125,6 +126,7 @@ int path_open_fil(const char* name, int flags, int mode, char* out, int system, 
 int creat_fil(const char* name, int mode)
 {
   if (!name) return -1;
+  name = vln::expand_name(name);
   VlnNameReport rep{};
   const int fd = create(name, mode, &rep);
   vln_name_report(&rep);
@@ -173,6 +175,7 @@ ssize_t write_fil(int fd, const void* buf, size_t n)
 int erase_fil(const char* name)
 {
   if (!name) return -1;
+  name = vln::expand_name(name);
   VlnNameReport rep{};
   const int result = erase(name, &rep);
   vln_name_report(&rep);
@@ -182,6 +185,7 @@ int erase_fil(const char* name)
 FILE* fopen_fil(const char* name, const char* mode)
 {
   if (!name || !mode) return nullptr;
+  name = vln::expand_name(name);
   VlnNameReport rep{};
   FILE* stream = open_stream(name, mode, &rep);
   vln_name_report(&rep);

@@ -39,15 +39,11 @@ typedef struct VlnNameReport {
 /* Make the report, if any, and clear it. */
 void vln_name_report(VlnNameReport* report);
 
-/* The kernel's expansion of a name that may be an expression or hold
-** macros, in place in text of size bytes.  Null until the kernel fills it:
-** names are then taken as they are. */
-extern char* (*vln_filorexp_hook)(char* text, int size);
-
 /* Translate name in place (buffer of size bytes).  Returns name; null
 ** stays null. */
 char* vlnConvertFile(char* name, size_t size);
-/* Expand and translate name; a name without '/' gets, with dir null, the
+/* Expand name (macros, or an expression in parentheses) and translate
+** it; a name without '/' gets, with dir null, the
 ** SET DEFAULT prefix, with dir non-empty dir and a '/', with dir "" none.
 ** A result that doesn't fit size bytes reports 319 and leaves out "".
 ** Returns out. */
@@ -86,6 +82,7 @@ namespace vln {
 /* The size the C++ routines measure against in their reports. */
 constexpr size_t kNameMax = 4096;
 
+/* The C++ forms take names as given: no macro expansion. */
 std::string convert_file(std::string name, size_t limit = kNameMax,
                          VlnNameReport* report = nullptr);
 std::string form_fnam(const char* dir, const std::string& name,

@@ -2,8 +2,8 @@
 // name (extension, default directory, base name).
 #include <cctype>
 #include <cstring>
-#include <vector>
 
+#include "blocks.h"
 #include "fname.h"
 #include "fname_util.hpp"
 #include "set.h"
@@ -14,15 +14,6 @@ namespace {
 // The kernel expands names in a buffer of this size.
 constexpr int kExpandSize = 4096;
 
-std::string expand(const std::string& name)
-{
-  if (!vln_filorexp_hook || name.size() >= static_cast<size_t>(kExpandSize)) return name;
-  std::vector<char> buf(kExpandSize);
-  std::memcpy(buf.data(), name.c_str(), name.size() + 1);
-  const char* result = vln_filorexp_hook(buf.data(), kExpandSize);
-  return result ? std::string(result) : name;
-}
-
 bool is_slash(char c) { return c == '/' || c == '\\'; }
 
 bool form_into(const char* dir, const char* name, char* out, size_t size, VlnNameReport* report)
@@ -32,15 +23,15 @@ bool form_into(const char* dir, const char* name, char* out, size_t size, VlnNam
 
 }  // namespace
 
-extern "C" {
-
-char* (*vln_filorexp_hook)(char*, int) = nullptr;
-
-}  // extern "C"
+const char* vln::expand_name(const char* name)
+{
+  if (!name || std::strlen(name) >= static_cast<size_t>(kExpandSize)) return name;
+  return filorexp(name, kExpandSize);
+}
 
 std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameReport* report)
 {
-  std::string n = convert_file(expand(name), kNameMax, report);
+  std::string n = convert_file(name, kNameMax, report);
   if (n.find('/') != std::string::npos) return n;
   if (!dir) return vlnGetDefault() + n;
   if (!*dir) return n;
@@ -51,25 +42,28 @@ std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameRepo
 extern "C" char* form_fnam(const char* dir, const char* name, char* out, size_t size)
 {
   if (!out || size == 0) return out;
+  name = expand_name(name ? name : "");
   VlnNameReport report{};
-  const bool fits = form_into(dir, name ? name : "", out, size, &report);
+  const bool fits = form_into(dir, name, out, size, &report);
   if (!fits) out[0] = '\0';
   vln_name_report(&report);
   if (!fits) rt_error(319, "form_fnam: file name too long");
   return out;
 }
 
-// name with SET DEFAULT in place; false (name unchanged) when it doesn't fit.
-static bool add_def_path(char* name, size_t size, VlnNameReport* report)
+// The expanded name with SET DEFAULT into name; false (name unchanged)
+// when it doesn't fit.
+static bool add_def_path(const char* expanded, char* name, size_t size, VlnNameReport* report)
 {
-  return vln::copy_out(vln::form_fnam(nullptr, name, report), name, size);
+  return vln::copy_out(vln::form_fnam(nullptr, expanded, report), name, size);
 }
 
 extern "C" char* vlnAddDefPath(char* name, size_t size)
 {
   if (!name || size == 0) return name;
+  const char* expanded = vln::expand_name(name);
   VlnNameReport report{};
-  const bool fits = add_def_path(name, size, &report);
+  const bool fits = add_def_path(expanded, name, size, &report);
   vln_name_report(&report);
   if (!fits) rt_error(319, "to add default path");
   return name;

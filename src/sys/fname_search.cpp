@@ -96,6 +96,6 @@ extern "C" char* vlnPathFile(const char* name, char* out, size_t size)
 {
   if (!out || size == 0) return out;
   out[0] = '\0';
-  if (name) path_file_into(name, out, size);
+  if (name) path_file_into(vln::expand_name(name), out, size);
   return out;
 }

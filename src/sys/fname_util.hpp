@@ -12,6 +12,11 @@ namespace vln {
 void note(VlnNameReport* report, int code, int io, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 
+// name with its macros expanded, or evaluated when it opens with "(", by
+// the kernel (filorexp); a static buffer.  The C entry points call it
+// before anything else, since the evaluator may report.
+const char* expand_name(const char* name);
+
 // Copy text into a C buffer of size bytes; false (buffer untouched) when it
 // doesn't fit.
 inline bool copy_out(const std::string& text, char* out, size_t size)

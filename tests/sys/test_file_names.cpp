@@ -31,7 +31,6 @@ class FileNames : public SetTest {
   void TearDown() override
   {
     unsetenv("C_VLDRIVE");
-    vln_filorexp_hook = nullptr;
     std::system(("rm -rf " + dir_).c_str());
     SetTest::TearDown();
   }
@@ -181,14 +180,16 @@ TEST_F(FileNames, FormFnamAddsTheDefaultOnlyToBareNames)
   EXPECT_STREQ(vlnAddDefPath(name, sizeof name), "x");
 }
 
-TEST_F(FileNames, NamesMayBeExpandedByTheKernel)
+TEST_F(FileNames, NamesAreExpandedByTheKernel)
 {
-  vln_filorexp_hook = [](char* text, int) {
-    if (std::string(text) == "&f") std::strcpy(text, "expanded.dbf");
-    return text;
-  };
-  EXPECT_EQ(form(nullptr, "&f"), "expanded.dbf");
-  EXPECT_EQ(form(nullptr, "plain"), "plain");
+  EXPECT_EQ(form(nullptr, "(\"ab\" + \"c.dbf\")"), "abc.dbf");
+  EXPECT_EQ(form(nullptr, "  plain"), "plain");
+  touch("found.txt");
+  set(7, txt(dir_.c_str()));
+  char out[512];
+  EXPECT_EQ(std::string(vlnPathFile("(\"found\" + \".txt\")", out, sizeof out)),
+            dir_ + "/found.txt");
+  EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(FileNames, AbsolutePathsCollapseDotsAndSlashes)
