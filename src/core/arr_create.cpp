@@ -6,6 +6,7 @@
 // its own copy.
 #include <alloca.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -49,7 +50,7 @@ bool size_allowed(int32_t size)
 uint32_t values_used(Fill kind, var* const* list, uint32_t max)
 {
   if (kind == Fill::kNone || !list) return 0;
-  if (kind == Fill::kDeepOne) max = max < 1 ? max : 1;
+  if (kind == Fill::kDeepOne) max = std::min<uint32_t>(max, 1);
   uint32_t n = 0;
   while (n < max && list[n]) ++n;
   return n;
