@@ -42,7 +42,7 @@ std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameRepo
 extern "C" char* form_fnam(const char* dir, const char* name, char* out, size_t size)
 {
   if (!out || size == 0) return out;
-  name = expand_name(name ? name : "");
+  name = vln::expand_name(name ? name : "");
   VlnNameReport report{};
   const bool fits = form_into(dir, name, out, size, &report);
   if (!fits) out[0] = '\0';

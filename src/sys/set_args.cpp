@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "arrays.h"
 #include "letters.hpp"
 
 namespace vlset {
@@ -73,12 +74,8 @@ var* text_result(const char* text)
 
 var* array_result(uint32_t n)
 {
-  ArrRec* a = vln_arr_new(n);
-  if (!a) return NIL_VAR;
-  var* v = cre_tmpvar();
-  v->Type = 'A';
-  VARR(v) = a;
-  return v;
+  var* v = cre_arr(cre_tmpvar(), static_cast<int32_t>(n), VL_ARR_NIL, nullptr);
+  return v == ERROR_VAR ? NIL_VAR : v;
 }
 
 }  // namespace vlset

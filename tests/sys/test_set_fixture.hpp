@@ -6,7 +6,9 @@
 #include <cstring>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
+#include "arrays.h"
 #include "set.h"
 #include "sethooks.h"
 #include "vltest.h"
@@ -16,12 +18,9 @@ namespace settest {
 // An array temporary holding copies of the values.
 inline var* arr(std::initializer_list<var*> values)
 {
-  var* a = cre_tmpvar();
-  a->Type = 'A';
-  VARR(a) = vln_arr_new(static_cast<uint32_t>(values.size()));
-  uint32_t i = 0;
-  for (var* v : values) cpy_var(VARR(a)->A_vec[i++], v);
-  return a;
+  std::vector<var*> list(values);
+  list.push_back(nullptr);
+  return cre_arra(cre_tmpvar(), static_cast<int32_t>(values.size()), VL_ARR_LIST, list.data());
 }
 
 inline var* num(double n) { return set_nv(n, 0); }
