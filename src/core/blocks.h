@@ -40,6 +40,9 @@ var* vlnMakeCB(const char* text);
 var* exp_eval(const char* text);
 /* Run the 'b' block in argv[0] with argv[1..argc-1] as its parameters. */
 var* exp_evalb(int argc, var** argv);
+/* How many texts the evaluator has compiled so far (a text compiles once;
+** later runs take the cached form). */
+extern uint64_t vln_expr_compile_count;
 /* The same with the block apart from its arguments. */
 var* vln_run_macro_block(var* block, int argc, var** argv);
 /* Text of an argument that may be a file name or an expression: a text

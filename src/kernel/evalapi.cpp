@@ -11,6 +11,7 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -29,6 +30,10 @@ namespace vl::expr {
 namespace {
 
 constexpr size_t kMaxCached = 16384;
+// Macro blocks that run one another deeper than this are refused: a block
+// that evaluates itself would otherwise exhaust the stack.
+constexpr int32_t kMaxBlockDepth = 2000;
+constexpr int kTooDeep = 416;
 constexpr size_t kMessageSize = 1024;
 constexpr int kWrongType = 312;
 constexpr int kTooLong = 315;
@@ -38,7 +43,8 @@ struct TextHash {
   size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
 };
 
-using ProgramMap = std::unordered_map<std::string, Program*, TextHash, std::equal_to<>>;
+using ProgramMap =
+    std::unordered_map<std::string, std::unique_ptr<Program>, TextHash, std::equal_to<>>;
 
 ProgramMap& cache_for(bool as_block)
 {
@@ -54,7 +60,7 @@ Program* program_for(const char* text, bool as_block, bool* cached, int* code, c
   ProgramMap& map = cache_for(as_block);
   if (auto it = map.find(std::string_view(text)); it != map.end()) {
     *cached = true;
-    return it->second;
+    return it->second.get();
   }
   Compiled c = compile(text, as_block);
   if (!c.program) {
@@ -63,7 +69,7 @@ Program* program_for(const char* text, bool as_block, bool* cached, int* code, c
     return nullptr;
   }
   *cached = map.size() < kMaxCached;
-  if (*cached) map.emplace(text, c.program);
+  if (*cached) map.emplace(text, std::unique_ptr<Program>(c.program));
   return c.program;
 }
 
@@ -124,6 +130,10 @@ Program* block_program(ArrRec* a, bool* cached, int* code, char* message)
 // frame, which PROCNAME skips); the parameters become its locals.
 var* run_block_body(Program* prog, bool cached, int argc, var** argv)
 {
+  if (glob_depth >= kMaxBlockDepth) {
+    if (!cached) delete prog;
+    return rt_error(kTooDeep, "code blocks nested too deeply");
+  }
   frame f;
   vln_fn_start(&f, "macro", "block", -1, argc);
   f.Spare[0] |= VL_FRAME_BLOCK;

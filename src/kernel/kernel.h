@@ -103,6 +103,8 @@ typedef struct GlobFtabEntry {
 
 /* Entry 0 is reserved; find_fun returns indices above 0. */
 extern GlobFtabEntry* glob_ftab;
+/* Number of entries of glob_ftab in use, entry 0 included. */
+int32_t vln_ftab_size(void);
 
 /* Index of the function (name folded and cut to 10), above 0 when found,
 ** 0 or below when unknown. */

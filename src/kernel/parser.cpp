@@ -14,6 +14,8 @@
 #include "kernel.h"
 #include "scanner.hpp"
 
+extern "C" uint64_t vln_expr_compile_count = 0;
+
 namespace vl::expr {
 
 namespace {
@@ -21,6 +23,8 @@ namespace {
 constexpr int kSyntax = 309;
 constexpr int kMacro = 202;
 constexpr size_t kMaxArgs = 255;
+// Deeper nesting than this is refused rather than risking the stack.
+constexpr int kMaxNesting = 200;
 
 // Binding powers.
 enum Bp : int {
@@ -145,6 +149,14 @@ class Parser {
   }
 
   int32_t expression(int min_bp)
+  {
+    if (++depth_ > kMaxNesting) return fail("expression nested too deeply"), -1;
+    const int32_t r = expression_at(min_bp);
+    --depth_;
+    return r;
+  }
+
+  int32_t expression_at(int min_bp)
   {
     int32_t left = prefix();
     while (left >= 0) {
@@ -509,6 +521,7 @@ class Parser {
   Scanner scan_;
   Program& prog_;
   Token tok_;
+  int depth_ = 0;
 };
 
 }  // namespace
@@ -525,6 +538,7 @@ Program::~Program()
 
 Compiled compile(const std::string& text, bool as_block)
 {
+  ++vln_expr_compile_count;
   auto* prog = new Program;
   Parser parser(text, *prog);
   if (parser.parse(as_block)) return Compiled{prog, 0, {}};

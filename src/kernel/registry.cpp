@@ -83,6 +83,8 @@ void vln_register_module(const VlnFnRec* fns, const VlnVarRec* vars,
   for (; inits && inits->name; ++inits) pending_inits().push_back(*inits);
 }
 
+int32_t vln_ftab_size(void) { return ftab_used; }
+
 // Run the registered start-up routines once each, by ascending order.
 void vln_run_inits(void)
 {
