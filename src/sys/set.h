@@ -70,8 +70,7 @@ enum {
   VL_SLOT_STRIP = 17,     /* safe characters only, names clipped to 8.3 */
   VL_SLOT_NULTEXT = 18,   /* a 0 byte does not end a text line */
   VL_SLOT_COMPAT42 = 19,  /* the 4.2-compatible lock scheme */
-  VL_SLOT_ESCDELAY = 21,  /* escape delay, 1 to 100 */
-  VL_SLOT_MULTIUSER = 23  /* multi-user security level, 0 to 3 */
+  VL_SLOT_ESCDELAY = 21   /* escape delay, 1 to 100 */
 };
 
 #define VL_FLAGS_SIZE 32
@@ -137,8 +136,6 @@ int vlnGet42Compatible(void);
 /* SET 40 (multiple locks): stored only; the former value is returned. */
 int vlnGetMultilocks(void);
 int vlnSetMultilocks(int on);
-/* The multi-user security level of VL_Set("multiUserSecur"), 0 to 3. */
-int vlnGetMultiUserSecur(void);
 /* The integer-variable switch: VALTYPE shows 'F' and 'I' as such. */
 int vlnGetIntvar(void);
 void vlnSetIntvar(int on);

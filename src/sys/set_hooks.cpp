@@ -23,7 +23,6 @@ int (*vln_printer_ready_hook)(void) = nullptr;
 int (*vln_autolock_get_hook)(void) = nullptr;
 int (*vln_autolock_set_hook)(int) = nullptr;
 int (*vln_autolock_on_hook)(void) = nullptr;
-void (*vln_multiuser_hook)(int) = nullptr;
 void (*vln_datefmt_hook)(const char*) = nullptr;
 
 }  // extern "C"

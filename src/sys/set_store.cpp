@@ -4,7 +4,7 @@
 // EXCLUSIVE, CANCEL, CURSOR, CONSOLE, ESCAPE, INTENSITY, SCOREBOARD (and the
 // keyboard's key repeat); DECIMALS 2, DATE "MM/DD/YY", EPOCH 1900,
 // TYPEAHEAD 50, DEVICE "SCREEN", delimiters "::"; report level 800, escape
-// delay 10, multi-user security 3.  The bytes of the kernel's `__status`
+// delay 10.  The bytes of the kernel's `__status`
 // take their defaults at start-up.
 #include "set.h"
 
@@ -21,7 +21,6 @@ constexpr int kDefaultDecimals = 2;
 constexpr int kDefaultEpoch = 1900;
 constexpr int kDefaultTypeahead = 50;
 constexpr int kDefaultEscDelay = 10;
-constexpr int kDefaultMultiUser = 3;
 
 // Owned texts start as literals; the first change replaces them by heap
 // copies.  Kept apart so that vln_flagto_settext never frees a literal.
@@ -65,7 +64,6 @@ int vlnGetUnique(void) { return flags[VL_FLAG_UNIQUE] != 0; }
 int vlnGetLowerFiles(void) { return vl_set_flag[VL_SLOT_LOWERFILE] != 0; }
 int vlnGetUpperFiles(void) { return vl_set_flag[VL_SLOT_UPPERFILE] != 0; }
 int vlnGet42Compatible(void) { return vl_set_flag[VL_SLOT_COMPAT42] != 0; }
-int vlnGetMultiUserSecur(void) { return vl_set_flag[VL_SLOT_MULTIUSER]; }
 int vlnGetDevel(void) { return vl_set_flag[VL_SLOT_LEVEL] <= VL_DEVEL_LEVEL; }
 int vlnGetIntvar(void) { return iIV; }
 void vlnSetIntvar(int on) { iIV = on != 0; }
@@ -94,7 +92,6 @@ int vlnSetMultilocks(int on)
     flags[on] = 1;
   vl_set_flag[VL_SLOT_LEVEL] = VL_NORMAL_LEVEL;
   vl_set_flag[VL_SLOT_ESCDELAY] = kDefaultEscDelay;
-  vl_set_flag[VL_SLOT_MULTIUSER] = kDefaultMultiUser;
   VlnFlagTo& f = vln_flagto;
   f.decimals = kDefaultDecimals;
   std::strcpy(f.date_format, "MM/DD/YY");

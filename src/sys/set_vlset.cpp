@@ -12,6 +12,7 @@
 #include <string>
 
 #include "kernel.h"
+#include "locks.h"
 #include "letters.hpp"
 #include "fname.h"
 #include "set.h"
@@ -230,19 +231,19 @@ var* intvar(int argc, var** argv)
   return logical(former);
 }
 
+// The level is the lock layer's own switch word.
 var* multiuser(int argc, var** argv)
 {
-  const int former = vl_set_flag[VL_SLOT_MULTIUSER];
+  const int former = vlnFCNTLreadwrite;
   if (present(argc, argv, 1)) {
     const int n = is_number_arg(argv[1]) ? vlnIntVar(argv[1]) : -1;
     if (n < 0 || n > kMultiUserMax) {
       rt_error(312, "expected NIL or numeric 0..3 for 2nd argument");
     } else {
-      vl_set_flag[VL_SLOT_MULTIUSER] = n;
-      if (vln_multiuser_hook) vln_multiuser_hook(n);
+      vlnFCNTLreadwrite = n;
     }
   }
-  const int now = vl_set_flag[VL_SLOT_MULTIUSER];
+  const int now = vlnFCNTLreadwrite;
   if (now < kMultiUserSafe) {
     char text[128];
     std::snprintf(text, sizeof text,
@@ -257,6 +258,14 @@ var* multiuser(int argc, var** argv)
 var* logic_slot(int argc, var** argv, int slot, int excl)
 {
   return vl_setlogic(argc, argc > 1 ? argv[1] : nullptr, slot, excl);
+}
+
+// The lock layer follows the switch in a word of its own.
+var* compat42(int argc, var** argv)
+{
+  var* former = logic_slot(argc, argv, VL_SLOT_COMPAT42, -1);
+  vlnFCNTLcompat42 = vl_set_flag[VL_SLOT_COMPAT42];
+  return former;
 }
 
 }  // namespace
@@ -301,7 +310,7 @@ VLN_FUNC(vl_set)
     case kConvert: return convert(argc, argv);
     case kStrip: return logic_slot(argc, argv, VL_SLOT_STRIP, -1);
     case kSlot18: return logic_slot(argc, argv, VL_SLOT_NULTEXT, -1);
-    case kCompat42: return logic_slot(argc, argv, VL_SLOT_COMPAT42, -1);
+    case kCompat42: return compat42(argc, argv);
     case kEnvironment: return environment(argc, argv);
     case kEscDelay: return escdelay(argc, argv);
     case kIntvar: return intvar(argc, argv);

@@ -61,8 +61,6 @@ extern int (*vln_printer_ready_hook)(void);
 extern int (*vln_autolock_get_hook)(void);
 extern int (*vln_autolock_set_hook)(int seconds);
 extern int (*vln_autolock_on_hook)(void);
-/* VL_Set("multiUserSecur"): the new level, 0 to 3. */
-extern void (*vln_multiuser_hook)(int level);
 
 /* ---- Dates. ---- */
 

@@ -71,7 +71,6 @@ class SetTest : public vltest::VlTest {
     vln_autolock_get_hook = nullptr;
     vln_autolock_set_hook = nullptr;
     vln_autolock_on_hook = nullptr;
-    vln_multiuser_hook = nullptr;
     vln_datefmt_hook = nullptr;
   }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "fname.h"
+#include "locks.h"
 #include "test_set_fixture.hpp"
 
 using namespace settest;
@@ -100,6 +101,9 @@ TEST_F(VlSet, PlainLogicalSlots)
     EXPECT_EQ(vlset({txt(s.kw)}), TRUE_VAR) << s.kw;
   }
   EXPECT_EQ(vlnGet42Compatible(), 1);
+  EXPECT_EQ(vlnFCNTLcompat42, 1);
+  vlset({txt("4.2"), FALSE_VAR});
+  EXPECT_EQ(vlnFCNTLcompat42, 0);
   vlset({txt("strip"), txt("ON")});
   vlset({txt("strip"), TRUE_VAR, TRUE_VAR});
   EXPECT_TRUE(reported(312, "expected logical for 2.nd argument"));
@@ -139,7 +143,7 @@ TEST_F(VlSet, MultiUserSecurityWarnsWhileBelowTwo)
   EXPECT_EQ(VDBL(vlset({txt("multiUserSecur")})), 3);
   EXPECT_EQ(count(902), 0);
   EXPECT_EQ(VDBL(vlset({txt("multiusersecur"), num(1)})), 3);
-  EXPECT_EQ(vlnGetMultiUserSecur(), 1);
+  EXPECT_EQ(vlnFCNTLreadwrite, 1) << "the lock layer's switch";
   vlset({txt("multiusersecur"), NIL_VAR});
   vlset({txt("multiusersecur")});
   EXPECT_EQ(count(902), 3) << "each call warns, even when only asked";
@@ -153,6 +157,7 @@ TEST_F(VlSet, MultiUserSecurityWarnsWhileBelowTwo)
   EXPECT_EQ(count(902), 5);
   vlset({txt("multiusersecur")});
   EXPECT_EQ(count(902), 5);
+  vlset({txt("multiusersecur"), num(3)});
 }
 
 TEST_F(VlSet, ConvertMapsExtensions)
