@@ -74,7 +74,7 @@ bool reserve_text(TextBuilder& tb, size_t n)
 bool append_text(TextBuilder& tb, const char* p, size_t n)
 {
   if (!reserve_text(tb, tb.len + n)) return false;
-  std::memcpy(tb.buf + tb.len, p, n);
+  if (n > 0) std::memcpy(tb.buf + tb.len, p, n);
   tb.len += n;
   return true;
 }

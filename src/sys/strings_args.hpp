@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "kernel.h"
@@ -38,6 +39,12 @@ inline char type_of(const var* v) { return v ? v->Type : 'U'; }
 inline std::string_view text(const var* v)
 {
   return {v->Value.w1.str, v->Length > 0 ? static_cast<size_t>(v->Length - 1) : 0};
+}
+
+// Copy the bytes of s to dst; an empty view may have no data at all.
+inline void put_bytes(char* dst, std::string_view s)
+{
+  if (!s.empty()) std::memcpy(dst, s.data(), s.size());
 }
 
 // Counts beyond this are all "more than any text holds".

@@ -91,7 +91,7 @@ var* vln_pad(int argc, var** argv, int mode)
   const int64_t room = width - static_cast<int64_t>(src.size());
   const int64_t left = mode == 'L' ? room : (mode == 'C' ? room / 2 : 0);
   std::memset(out, fill, static_cast<size_t>(left));
-  std::memcpy(out + left, src.data(), src.size());
+  put_bytes(out + left, src);
   std::memset(out + left + src.size(), fill, static_cast<size_t>(room - left));
   return r;
 }

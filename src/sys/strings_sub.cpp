@@ -105,9 +105,8 @@ VLN_FUNC(stuff)
   var* r;
   char* out = new_text(cut.offset + static_cast<int64_t>(add.size()) + tail, &r, "STUFF");
   if (!out) return NULLSTR_VAR;
-  std::memcpy(out, src.data(), static_cast<size_t>(cut.offset));
-  std::memcpy(out + cut.offset, add.data(), add.size());
-  std::memcpy(out + cut.offset + add.size(), src.data() + cut.offset + cut.count,
-              static_cast<size_t>(tail));
+  put_bytes(out, src.substr(0, static_cast<size_t>(cut.offset)));
+  put_bytes(out + cut.offset, add);
+  put_bytes(out + cut.offset + add.size(), src.substr(static_cast<size_t>(cut.offset + cut.count)));
   return r;
 }
