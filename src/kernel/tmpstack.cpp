@@ -65,14 +65,22 @@ void add_tmpvar(var* v)
   tmp_stack[tmpvar_cnt++] = v;
 }
 
+// Release the temporary in slot i, which holds more than a plain scalar.
+static __attribute__((noinline)) void release_slot(int32_t i)
+{
+  var* v = tmp_stack[i];
+  tmp_stack[i] = nullptr;
+  del_var(v);
+}
+
 void del_tmpvars(int32_t mark)
 {
   if (mark < 0) mark = 0;
+  // A release may run an object's axit, which may push temporaries of its
+  // own: they are popped by the same loop.
   while (tmpvar_cnt > mark) {
-    var* v = tmp_stack[--tmpvar_cnt];
-    if (spare(v)) continue;
-    tmp_stack[tmpvar_cnt] = nullptr;
-    del_var(v);
+    const int32_t i = --tmpvar_cnt;
+    if (!spare(tmp_stack[i])) release_slot(i);
   }
 }
 

@@ -38,12 +38,8 @@ inline bool is_field(const var* v) { return kModeField.has(v->Mode); }
 // record, or a window.
 inline bool has_content(const var* v)
 {
-  switch (v->Type) {
-    case 'C': case 'M': case 'A': case 'O': case 'B': case 'b': case 'S':
-      return true;
-    default:
-      return false;
-  }
+  constexpr uint64_t kContent = word_of("CMAOBbS");
+  return in_word(kContent, v->Type);
 }
 
 // Free v's content (string buffer it owns, array-record link, window it

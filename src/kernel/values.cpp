@@ -270,7 +270,21 @@ var* release_v_cont(var* v, int newtype)
   return v;
 }
 
-var* cpy_var(var* dst, var* src)
+// Whether a store of src into dst is a plain copy of a scalar over a
+// record without content: the common `x := x + 1`.
+static inline bool plain_scalar_store(const var* dst, const var* src)
+{
+  constexpr uint64_t kScalar = word_of("NFILD");
+  constexpr uint64_t kScalarOrNil = word_of("NFILDU");
+  constexpr uint64_t kSpecialDst = word_of("SsFfU");
+  constexpr uint64_t kSpecialSrc = word_of("FfU");
+  return in_word(kScalar, src->Type) && in_word(kScalarOrNil, dst->Type) &&
+         !in_word(kSpecialDst, dst->Mode) && !in_word(kSpecialSrc, src->Mode) &&
+         !is_static(dst);
+}
+
+// The general assignment: strings, shared records, fields, strict types.
+static __attribute__((noinline)) var* cpy_var_slow(var* dst, var* src)
 {
   if (dst == src) return dst;
   if (is_static(dst)) return ERROR_VAR;
@@ -290,6 +304,17 @@ var* cpy_var(var* dst, var* src)
   dst->Decimals = tmp.Decimals;
   dst->Length = tmp.Length;
   dst->Value = tmp.Value;
+  return dst;
+}
+
+var* cpy_var(var* dst, var* src)
+{
+  if (!plain_scalar_store(dst, src)) return cpy_var_slow(dst, src);
+  dst->Type = src->Type;
+  dst->Decimals = src->Decimals;
+  dst->Length = src->Length;
+  dst->Value.w1.bits = src->Value.w1.bits;
+  dst->Value.w2.bits = 0;
   return dst;
 }
 
