@@ -216,6 +216,8 @@ TEST_F(Eval, LanguageFunctionsAroundMacros)
   exp_eval("total := 0");
   exp_eval("__FOREVAL(1, 4, 1, {|i| total := total + i})");
   EXPECT_EQ(shown("total"), "        10");
+  exp_eval("__WHILEVAL({|| total < 15}, {|| total := total + 2})");
+  EXPECT_EQ(shown("total"), "        16");
   EXPECT_EQ(str(vlnCMxV("&mname", 2)), "Ada");
   EXPECT_STREQ(filorexp("('abc' + '.txt')", 4096), "abc.txt");
   EXPECT_STREQ(filorexp("  plain.txt", 4096), "plain.txt");
