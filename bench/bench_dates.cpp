@@ -114,12 +114,3 @@ void BM_NativeStrptime(benchmark::State& state)
 BENCHMARK(BM_NativeStrptime)->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-int main(int argc, char** argv)
-{
-  vln_start(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

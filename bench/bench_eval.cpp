@@ -109,12 +109,3 @@ BENCHMARK(BM_LuaLoadAndCall)->Name("LuaLoadAndCall");
 #endif
 
 }  // namespace
-
-int main(int argc, char** argv)
-{
-  vln_start(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

@@ -91,12 +91,3 @@ void BM_FrameWithTwoLocals(benchmark::State& state)
 BENCHMARK(BM_FrameWithTwoLocals);
 
 }  // namespace
-
-int main(int argc, char** argv)
-{
-  vln_start(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

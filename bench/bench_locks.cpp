@@ -88,12 +88,3 @@ void BM_ReadSection(benchmark::State& state)
 BENCHMARK(BM_ReadSection)->Iterations(kIterations);
 
 }  // namespace
-
-int main(int argc, char** argv)
-{
-  vln_start(1, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

@@ -141,12 +141,3 @@ void BM_Native(benchmark::State& state)
 BENCHMARK(BM_Native)->Name("Native")->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-int main(int argc, char** argv)
-{
-  vln_start(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

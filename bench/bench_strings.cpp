@@ -138,12 +138,3 @@ void BM_NativeUpper(benchmark::State& state)
 BENCHMARK(BM_NativeUpper);
 
 }  // namespace
-
-int main(int argc, char** argv)
-{
-  vln_start(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
