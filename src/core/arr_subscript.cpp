@@ -9,11 +9,7 @@
 #include "frame.h"
 #include "vlgen.h"
 
-// The marker only declares the index word; the braces define it.
 VLN_MEMVAR(__subscarr);
-extern "C" {
-int32_t _bbvar___subscarr = -1;
-}
 
 namespace {
 

@@ -22,7 +22,7 @@ BbFn lookup(const char* name)
 {
   const int32_t pos = find_fun(name);
   if (pos > 0) return glob_ftab[pos].fn;
-  std::snprintf(repdum, sizeof repdum, "access of undefined function %s", name);
+  std::snprintf(repdum, sizeof repdum, "access of undefined function %.200s", name);
   rt_error(308, repdum);
   return nil_function();
 }

@@ -32,8 +32,11 @@
 #define VLN_FUNC(name) VL_EXTERN_C var* _bb_##name(int argc, var** argv)
 /* A start-up routine `_bbi_<name>`; lower order runs first. */
 #define VLN_INIT(name, order) VL_EXTERN_C void _bbi_##name(void)
-/* A memory-variable name the module refers to; the word holds its index. */
-#define VLN_MEMVAR(name) VL_EXTERN_C int32_t _bbvar_##name
+/* A memory-variable name the module refers to: defines the word that holds
+** its index, -1 until the start-up enters the name. */
+#define VLN_MEMVAR(name)                \
+  VL_EXTERN_C int32_t _bbvar_##name;    \
+  int32_t _bbvar_##name = -1
 
 /* Open the frame of the running function (argc and argv in scope). */
 #define VL_BEGIN(file, func)                                        \

@@ -44,6 +44,15 @@ constexpr Word kDotted[] = {
     {".and.", Tok::And}, {".or.", Tok::Or},    {".not.", Tok::Not},
 };
 
+Token make(Tok kind, size_t pos, std::string text = {})
+{
+  Token t;
+  t.kind = kind;
+  t.pos = pos;
+  t.text = std::move(text);
+  return t;
+}
+
 }  // namespace
 
 void Scanner::skip_blanks()
@@ -54,7 +63,7 @@ void Scanner::skip_blanks()
 Token Scanner::next(bool operand_expected)
 {
   skip_blanks();
-  if (pos_ >= text_.size()) return Token{Tok::End, pos_};
+  if (pos_ >= text_.size()) return make(Tok::End, pos_);
   const char c = peek();
   if (digit(c) || (c == '.' && digit(peek(1)))) return scan_number();
   if (c == '"' || c == '\'') return scan_string(c);
@@ -66,7 +75,7 @@ Token Scanner::next(bool operand_expected)
 
 Token Scanner::scan_number()
 {
-  Token t{Tok::Number, pos_};
+  Token t = make(Tok::Number, pos_);
   const size_t start = pos_;
   while (digit(peek())) ++pos_;
   if (peek() == '.' && digit(peek(1))) {
@@ -82,11 +91,11 @@ Token Scanner::scan_number()
 
 Token Scanner::scan_string(char close)
 {
-  Token t{Tok::String, pos_};
+  Token t = make(Tok::String, pos_);
   ++pos_;
   const size_t start = pos_;
   while (pos_ < text_.size() && text_[pos_] != close) ++pos_;
-  if (pos_ >= text_.size()) return Token{Tok::Bad, t.pos, "unterminated string"};
+  if (pos_ >= text_.size()) return make(Tok::Bad, t.pos, "unterminated string");
   t.text.assign(text_.substr(start, pos_ - start));
   ++pos_;
   return t;
@@ -94,7 +103,7 @@ Token Scanner::scan_string(char close)
 
 Token Scanner::scan_name()
 {
-  Token t{Tok::Name, pos_};
+  Token t = make(Tok::Name, pos_);
   const size_t start = pos_;
   while (name_char(peek())) ++pos_;
   const size_t n = std::min(pos_ - start, kNameLength);
@@ -113,12 +122,12 @@ Token Scanner::scan_dotted()
     for (size_t i = 0; i < n && same; ++i)
       same = std::tolower(static_cast<unsigned char>(text_[pos_ + i])) == w.text[i];
     if (same) {
-      Token t{w.kind, pos_};
+      Token t = make(w.kind, pos_);
       pos_ += n;
       return t;
     }
   }
-  return Token{Tok::Bad, pos_++, "."};
+  return make(Tok::Bad, pos_++, ".");
 }
 
 Token Scanner::scan_operator()
@@ -126,12 +135,12 @@ Token Scanner::scan_operator()
   for (const Pair& p : kOperators) {
     const size_t n = std::strlen(p.text);
     if (text_.substr(pos_, n) == p.text) {
-      Token t{p.kind, pos_};
+      Token t = make(p.kind, pos_);
       pos_ += n;
       return t;
     }
   }
-  return Token{Tok::Bad, pos_++, std::string(1, peek())};
+  return make(Tok::Bad, pos_++, std::string(1, peek()));
 }
 
 }  // namespace vl::expr

@@ -196,7 +196,8 @@ extern "C" {
 ArrRec* vln_arr_new(uint32_t n)
 {
   if (n > VL_MAX_ARRAY) {
-    rt_error(409, "array too large");
+    std::snprintf(repdum, sizeof repdum, "dimension overflow, requested array size=%u", n);
+    int_error(409, repdum, kModule, __LINE__);
     return nullptr;
   }
   ArrRec* a = arr_alloc(n);

@@ -89,15 +89,21 @@ void traceCounts(const VlnLockArea* a, const char* text)
             a->node->Read, a->node->Write);
 }
 
+// Trace the turn onto the dead-lock road; which names the section and the
+// lock call that failed.
+void traceAvoiding(const VlnLockArea* a, const char* which)
+{
+  if (vlnFCNTLprot != 0)
+    lockTrace(a->fd,
+              "%s fd=%d, Excl=%d, Read=%d, Write=%d ---> AVOIDING DEADLOCK on file %s",
+              which, a->fd, isExcl(a) ? 1 : 0, a->node->Read, a->node->Write, lockAreaName(a));
+}
+
 // The dead-lock road of a read section.  *asWrite tells whether the lock
 // taken is a write lock.
 int avoidDeadlockOnRead(VlnLockArea* a, bool* asWrite)
 {
-  if (vlnFCNTLprot != 0)
-    lockTrace(a->fd,
-              "local_rdlock() after diReadLock() fd=%d, Excl=%d, Read=%d, Write=%d ---> "
-              "AVOIDING DEADLOCK on file %s",
-              a->fd, isExcl(a) ? 1 : 0, a->node->Read, a->node->Write, lockAreaName(a));
+  traceAvoiding(a, "local_rdlock() after diReadLock()");
   if (vlnFCNTLcompat42) {
     loc42_rwulock(a);
     *asWrite = true;
@@ -112,11 +118,7 @@ int avoidDeadlockOnRead(VlnLockArea* a, bool* asWrite)
 // the kernel sees no cycle.  A poll that still conflicts stays a dead lock.
 int avoidDeadlockOnWrite(VlnLockArea* a)
 {
-  if (vlnFCNTLprot != 0)
-    lockTrace(a->fd,
-              "local_wrlock() after diWriteLock() fd=%d, Excl=%d, Read=%d, Write=%d ---> "
-              "AVOIDING DEADLOCK on file %s",
-              a->fd, isExcl(a) ? 1 : 0, a->node->Read, a->node->Write, lockAreaName(a));
+  traceAvoiding(a, "local_wrlock() after diWriteLock()");
   if (vlnFCNTLcompat42) {
     loc42_rwulock(a);
     return loc42_wrlock(a);
