@@ -11,6 +11,7 @@
 #include "vlerror.h"
 #include "vlgen.h"
 #include "arrays.h"
+#include "objects.h"
 #include "operators.h"
 #include "set.h"
 #include "natlang.h"

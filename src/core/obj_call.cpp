@@ -1,0 +1,123 @@
+// Calling the methods of an object.
+#include "obj_call.hpp"
+
+#include <setjmp.h>
+
+#include <cstdio>
+
+#include "blocks.h"
+#include "frame.h"
+#include "kernel.h"
+#include "vlerror.h"
+
+namespace {
+
+constexpr char kModule[] = "obj_call.cpp";
+// Argument vectors up to this length live on the C stack.
+constexpr int kLocalVector = 16;
+// Report level of the vector allocation.
+constexpr int kVectorLevel = 1000;
+// Severity of a failed vector allocation: message and immediate end.
+constexpr int kVectorSeverity = 16;
+
+var* call_block_word(var* elem, int kind, int n, var** args)
+{
+  switch (kind) {
+    case VL_KIND_ACCESS:
+      return reinterpret_cast<VlnAccessFn>(elem->Value.w2.fn)(args[0]);
+    case VL_KIND_ASSIGN:
+      return reinterpret_cast<VlnAssignFn>(elem->Value.w2.fn)(args[0], args[1]);
+    default:
+      return reinterpret_cast<BbFn>(elem->Value.w2.fn)(n, args);
+  }
+}
+
+// vec[0] is reserved for the block itself, so a 'b' element can be run by
+// the evaluator without a second vector.
+var* call_vector(var* elem, int kind, int n, var** vec)
+{
+  if (elem->Type == 'b') {
+    vec[0] = elem;
+    return exp_evalb(n + 1, vec);
+  }
+  return call_block_word(elem, kind, n, vec + 1);
+}
+
+void fill(var** vec, var** head, int nhead, var** rest, int nrest)
+{
+  for (int i = 0; i < nhead; ++i) vec[1 + i] = head[i];
+  for (int i = 0; i < nrest; ++i) vec[1 + nhead + i] = rest[i];
+}
+
+// The same with an allocated vector, freed on return and on BREAK.
+var* call_allocated(var* elem, int kind, var** head, int nhead, var** rest, int nrest)
+{
+  int n = nhead + nrest;
+  auto** vec = static_cast<var**>(vln_malloc(sizeof(var*) * static_cast<size_t>(n + 1),
+                                             vln_errmsg[9], kVectorSeverity, kVectorLevel,
+                                             kModule, __LINE__));
+  fill(vec, head, nhead, rest, nrest);
+  jmp_buf guard;
+  jmp_buf* outer = glob_sequencebuf;
+  glob_sequencebuf = &guard;
+  if (setjmp(guard) != 0) {
+    glob_sequencebuf = outer;
+    vln_free(vec, kModule, __LINE__);
+    if (!outer) vl_break_error();
+    longjmp(*outer, 1);
+  }
+  var* r = call_vector(elem, kind, n, vec);
+  glob_sequencebuf = outer;
+  vln_free(vec, kModule, __LINE__);
+  return r;
+}
+
+}  // namespace
+
+namespace vlobj {
+
+bool check_object(var* obj)
+{
+  if (obj && (obj->Type == 'O' || obj->Type == 'u')) return true;
+  rt_error(317, "object required");
+  return false;
+}
+
+int32_t super_level() { return old_fn_stack ? old_fn_stack->SuperLevel : VL_NO_LEVEL_LIMIT; }
+
+var* method_element(var* obj, int32_t index)
+{
+  ArrRec* a = obj->Value.w1.arr;
+  if (!a || a->A_size < 2 || index < 0) return nullptr;
+  var* methods = a->A_vec[1];
+  if (methods->Type != 'A' || !methods->Value.w1.arr) return nullptr;
+  ArrRec* m = methods->Value.w1.arr;
+  return static_cast<uint32_t>(index) < m->A_size ? m->A_vec[index] : nullptr;
+}
+
+bool is_linked(const var* elem)
+{
+  if (!elem) return false;
+  if (elem->Type == 'b') return true;
+  return elem->Type == 'B' && elem->Value.w2.fn &&
+         elem->Value.w2.fn != NILCB_VAR->Value.w2.fn;
+}
+
+var* invoke(var* elem, int kind, var** head, int nhead, var** rest, int nrest)
+{
+  if (elem->Type == 'B' && nhead == 0) return call_block_word(elem, kind, nrest, rest);
+  if (elem->Type == 'B' && nrest == 0) return call_block_word(elem, kind, nhead, head);
+  if (nhead + nrest >= kLocalVector) return call_allocated(elem, kind, head, nhead, rest, nrest);
+  var* vec[kLocalVector];
+  fill(vec, head, nhead, rest, nrest);
+  return call_vector(elem, kind, nhead + nrest, vec);
+}
+
+var* report2(int code, const char* fmt, const char* a, const char* b)
+{
+  std::snprintf(repdum, sizeof repdum, fmt, a, b);
+  rt_error(code, repdum);
+  return NIL_VAR;
+}
+
+}  // namespace vlobj

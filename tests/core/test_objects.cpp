@@ -1,0 +1,252 @@
+// Classes and dispatch: a small class pair built the way generated code
+// builds classes, sent messages by slot and by name.
+#include <string>
+
+#include "arrays.h"
+#include "objects.h"
+#include "vlgen.h"
+#include "vltest.h"
+
+namespace {
+
+using vltest::str;
+
+// Method indices of the dog class, in class-record order.
+enum { kAxit, kInit, kNameAc, kNameAs, kNoMethod, kSpeakBase, kSpeakDog, kMethodCount };
+// Slots of a dog: legs, name (special), the stored name.
+enum { kLegs = 2, kName = 3, kStoredName = 4, kDogSlots = 3 };
+
+int g_axit_calls = 0;
+int g_access_calls = 0;
+int g_assign_calls = 0;
+std::string g_nomethod_name;
+int g_nomethod_argc = 0;
+
+const VlnClassRow kDogClass[] = {
+    {'O', 2, kMethodCount, 3},
+    {reinterpret_cast<intptr_t>("animal"), 2, 6, 0},
+    {reinterpret_cast<intptr_t>("dog"), 2, 1, 0},
+    {reinterpret_cast<intptr_t>("legs"), kLegs, 0, 'E'},
+    {reinterpret_cast<intptr_t>("name"), kName, 0, 'A'},
+    {reinterpret_cast<intptr_t>("axit"), kAxit, 0, 'M'},
+    {reinterpret_cast<intptr_t>("init"), kInit, 0, 'M'},
+    {reinterpret_cast<intptr_t>("name"), kNameAc, 0, 'A'},
+    {reinterpret_cast<intptr_t>("name"), kNameAs, 0, '='},
+    {reinterpret_cast<intptr_t>("nomethod"), kNoMethod, 0, 'M'},
+    {reinterpret_cast<intptr_t>("speak"), kSpeakBase, 0, 'M'},
+    {reinterpret_cast<intptr_t>("speak"), kSpeakDog, 1, 'M'},
+};
+
+// A class with one plain instance variable and no methods at all.
+const VlnClassRow kBareClass[] = {
+    {'O', 1, 0, 2},
+    {reinterpret_cast<intptr_t>("bare"), 1, 0, 0},
+    {reinterpret_cast<intptr_t>("x"), 2, 0, 'E'},
+};
+
+var* dog_axit(int argc, var** argv)
+{
+  VL_BEGIN("dog.prg", "dog_axit");
+  ++g_axit_calls;
+  VL_RETURN(argv[0]);
+}
+
+// init(nLegs): stores the leg count.
+var* dog_init(int argc, var** argv)
+{
+  VL_BEGIN("dog.prg", "dog_init");
+  VL_STMT(if (argc > 1) cpy_var(vlnGetObj(argv[0], kLegs), argv[1]));
+  VL_RETURN(argv[0]);
+}
+
+var* dog_name_ac(var* obj)
+{
+  ++g_access_calls;
+  return vlnGetObj(obj, kStoredName);
+}
+
+var* dog_name_as(var* obj, var* value)
+{
+  ++g_assign_calls;
+  return cpy_var(vlnGetObj(obj, kStoredName), value);
+}
+
+var* dog_nomethod(int argc, var** argv)
+{
+  VL_BEGIN("dog.prg", "dog_nomethod");
+  g_nomethod_name = str(argv[1]);
+  g_nomethod_argc = argc;
+  VL_RETURN(set_cv("handled"));
+}
+
+var* animal_speak(int argc, var** argv)
+{
+  VL_BEGIN("animal.prg", "animal_speak");
+  vl_frame_.SuperLevel = 0;
+  VL_RETURN(set_cv("..."));
+}
+
+// The subclass's speak adds to what the base class says (a super call).
+var* dog_speak(int argc, var** argv)
+{
+  VL_BEGIN("dog.prg", "dog_speak");
+  vl_frame_.SuperLevel = 1;
+  var* r = VL_LOCAL('U');
+  VL_STMT(var* base = vlnNoDoMethod("speak", 1, argc, argv);
+          set_cvar(r, ("woof" + str(base)).c_str()));
+  VL_RETURN(r);
+}
+
+var* dog_collect_methods()
+{
+  static var* methods = nullptr;
+  if (methods) return methods;
+  methods = cre_arr(mak_var('N', 'U'), kMethodCount, 0, static_cast<var*>(nullptr));
+  vlnAddMethod(methods, kAxit, reinterpret_cast<AnyFn>(dog_axit), 0);
+  vlnAddMethod(methods, kInit, reinterpret_cast<AnyFn>(dog_init), 1);
+  vlnAddMethod(methods, kNameAc, reinterpret_cast<AnyFn>(dog_name_ac), 0);
+  vlnAddMethod(methods, kNameAs, reinterpret_cast<AnyFn>(dog_name_as), 1);
+  vlnAddMethod(methods, kNoMethod, reinterpret_cast<AnyFn>(dog_nomethod), 0);
+  vlnAddMethod(methods, kSpeakBase, reinterpret_cast<AnyFn>(animal_speak), 0);
+  vlnAddMethod(methods, kSpeakDog, reinterpret_cast<AnyFn>(dog_speak), 0);
+  return methods;
+}
+
+var* dog_new(int argc, var** argv)
+{
+  VL_BEGIN("dog.prg", "dognew");
+  var* obj = set_Ov(kDogSlots, kDogClass, dog_collect_methods());
+  vlnSetDefault(obj, kLegs, 'N', nullptr);
+  vlnDoSpecial(obj, kName, kStoredName, kNameAc, kNameAs);
+  VL_RETURN_T(vlnDoInit(obj, argc, argv), 'O');
+}
+
+class Objects : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    g_axit_calls = g_access_calls = g_assign_calls = g_nomethod_argc = 0;
+    g_nomethod_name.clear();
+  }
+  var* new_dog(double legs) { return vl_call(dog_new, {set_nv(legs, 0)}); }
+  // Send by name from outside any method.
+  var* send(const char* name, var* obj, int argc = 0, var** args = nullptr)
+  {
+    var* vec[8] = {obj};
+    for (int i = 0; i < argc; ++i) vec[i + 1] = args[i];
+    return vlnNoDoMethod(name, 0, argc + 1, vec);
+  }
+};
+
+TEST_F(Objects, ConstructorRunsInitAndTypesSlots)
+{
+  var* dog = new_dog(4);
+  ASSERT_EQ(dog->Type, 'O');
+  EXPECT_EQ(VDBL(vlnGetObj(dog, kLegs)), 4.0);
+  EXPECT_EQ(vlnGetObj(dog, kName)->Type, '?');
+  var* names = _bb_isobjclass(1, &dog);
+  ASSERT_EQ(VARR(names)->A_size, 2u);
+  EXPECT_EQ(str(VARR(names)->A_vec[0]), "DOG");
+  EXPECT_EQ(str(VARR(names)->A_vec[1]), "ANIMAL");
+  EXPECT_EQ(last_code(), 0);
+}
+
+TEST_F(Objects, SlotAndNameDispatchAgreeAndSuperReachesTheBase)
+{
+  var* dog = new_dog(4);
+  var* by_slot = vlnDoMethod("speak", kSpeakDog, 0, 1, &dog);
+  EXPECT_EQ(str(by_slot), "woof...");
+  EXPECT_EQ(str(send("speak", dog)), "woof...");
+  EXPECT_EQ(str(send("SPEAK", dog)), "woof...");
+  EXPECT_EQ(last_code(), 0);
+}
+
+TEST_F(Objects, AccessAndAssignMethodsGuardTheSpecialSlot)
+{
+  var* dog = new_dog(4);
+  vlnNoIVar(dog, "name", 0, set_cv("Rex"));
+  EXPECT_EQ(g_assign_calls, 1);
+  EXPECT_EQ(str(vlnNoIVar(dog, "NAME", 0, nullptr)), "Rex");
+  EXPECT_EQ(g_access_calls, 1);
+  EXPECT_EQ(str(vlnDoInstance(dog, "name", kName, 0, nullptr)), "Rex");
+  EXPECT_EQ(g_access_calls, 2);
+  // Plain slots are read and written in place.
+  vlnDoInstance(dog, "legs", kLegs, 0, set_nv(3, 0));
+  EXPECT_EQ(VDBL(vlnNoIVar(dog, "legs", 0, nullptr)), 3.0);
+  EXPECT_EQ(last_code(), 0);
+}
+
+TEST_F(Objects, UnknownMessageFallsBackToNomethod)
+{
+  var* dog = new_dog(4);
+  var* arg = set_nv(7, 0);
+  EXPECT_EQ(str(send("fetch", dog, 1, &arg)), "handled");
+  EXPECT_EQ(g_nomethod_name, "fetch");
+  EXPECT_EQ(g_nomethod_argc, 3);
+  // An index past the class's methods takes the same road.
+  EXPECT_EQ(str(vlnDoMethod("fetch", kMethodCount + 3, 0, 1, &dog)), "handled");
+  EXPECT_EQ(last_code(), 0);
+}
+
+TEST_F(Objects, ReleasingTheLastReferenceRunsAxitOnce)
+{
+  int32_t mark = tmpvar_cnt;
+  var* dog = new_dog(4);
+  var* holder = mak_var('N', 'U');
+  cpy_var(holder, dog);
+  del_tmpvars(mark);
+  EXPECT_EQ(g_axit_calls, 0);
+  del_var(holder);
+  EXPECT_EQ(g_axit_calls, 1);
+}
+
+TEST_F(Objects, MissingMethodsAndInstancesAreReported)
+{
+  var* bare = set_Ov(1, kBareClass, cre_arr(cre_tmpvar(), 0, 0, static_cast<var*>(nullptr)));
+  EXPECT_EQ(send("fly", bare), NIL_VAR);
+  EXPECT_EQ(last_code(), 343);
+  EXPECT_EQ(reports().back().description, "Illegal method;Class 'bare' has no method 'fly'");
+  EXPECT_EQ(vlnNoIVar(bare, "y", 0, nullptr), NIL_VAR);
+  EXPECT_EQ(reports().back().description, "Illegal instance;Class 'bare' has no instance 'y'");
+  vlnNoIVar(bare, "X", 0, set_nv(9, 0));
+  EXPECT_EQ(VDBL(vlnGetObj(bare, 2)), 9.0);
+}
+
+TEST_F(Objects, EmptyObjectsAndNonObjects)
+{
+  var* empty = vlnSetFixedEmpty(cre_tmpvar(), 'O');
+  EXPECT_EQ(send("fly", empty), NIL_VAR);
+  EXPECT_EQ(reports().back().description, "Illegal method;Class for method 'fly' has not been instantiated yet");
+  vlnNoIVar(empty, "x", 0, nullptr);
+  EXPECT_EQ(reports().back().description,
+            "Illegal instance;Class for instance 'x' has not been instantiated yet");
+  var* n = set_nv(1, 0);
+  EXPECT_EQ(vlnDoMethod("fly", 0, 0, 1, &n), NIL_VAR);
+  EXPECT_EQ(last_code(), 317);
+  EXPECT_EQ(vlnGetObj(n, 1), NIL_VAR);
+  EXPECT_EQ(last_code(), 404);
+}
+
+TEST_F(Objects, TableSearchAndSpecialSlotLimits)
+{
+  EXPECT_EQ(vlnLocateInstance("LEGS", kDogClass), kLegs);
+  EXPECT_EQ(vlnLocateInstance("legsandmorex", kDogClass), -1);
+  int32_t lim = -2;
+  EXPECT_EQ(vlnLocateMethod("speak", kDogClass, 'M', &lim), kSpeakDog);
+  EXPECT_EQ(lim, 1);
+  lim = 0;
+  EXPECT_EQ(vlnLocateMethod("speak", kDogClass, 'M', &lim), kSpeakBase);
+  lim = -1;
+  EXPECT_EQ(vlnLocateMethod("bark", kDogClass, 'M', &lim), -1);
+  EXPECT_EQ(lim, -2);
+  var* dog = new_dog(4);
+  EXPECT_EQ(vlnDoSpecial(dog, 99, -1, -1, -1), FALSE_VAR);
+  EXPECT_EQ(vlnDoSpecial(dog, kLegs, -1, kMethodCount, -1), FALSE_VAR);
+  EXPECT_EQ(vlnGetObj(dog, kLegs)->Type, 'N');
+  EXPECT_EQ(vlnIsMethod(dog, "nomethod", 'M'), kNoMethod);
+  EXPECT_EQ(vlnIsMethod(dog, "name", '='), kNameAs);
+  EXPECT_EQ(vlnIsMethod(dog, "bark", 'M'), -1);
+}
+
+}  // namespace
