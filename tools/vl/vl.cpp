@@ -81,7 +81,10 @@ void report_and_return(const VlnErrReport* r)
   std::fflush(stdout);
   if (vln_error_is_warning(r)) return;
   had_error = true;
-  longjmp(prompt_buf, 1);
+  // Leave as a BREAK does, so that library code on the way out (which may
+  // have sequence frames of its own) releases what it holds.
+  vln_break_value = NIL_VAR;
+  longjmp(*glob_sequencebuf, 1);
 }
 
 void interactive()
@@ -95,6 +98,7 @@ void interactive()
       del_tmpvars(mark);
       alreadyin = 0;
     }
+    glob_sequencebuf = &prompt_buf;
     char* line = readline("vl> ");
     if (!line) break;
     if (*line) {

@@ -1,0 +1,41 @@
+#!/bin/bash
+# The vl command: -e expressions, standard input, errors and the prompt.
+set -u
+build="$1"
+vl="$build/vl"
+fails=0
+check() {  # check NAME EXPECTED ACTUAL
+  if [ "$2" == "$3" ]; then echo "ok   $1"; else echo "FAIL $1: expected [$2] got [$3]"; fails=$((fails + 1)); fi
+}
+
+check "EVAL of a block" "        42" "$("$vl" -e 'EVAL({|x| x*2}, 21)')"
+check "TYPE of a syntax error" "UE" "$("$vl" -e 'TYPE("1 +")')"
+check "variables persist across -e" "$(printf '         5\n        10')" "$("$vl" -e 'x := 5' -e 'x * 2')"
+check "logicals, NIL and dates" "$(printf '.T.\nNIL\n01/02/03')" \
+  "$("$vl" -e '1 < 2' -e 'NIL' -e 'STOD("20030102")')"
+
+out="$("$vl" -e 'x := 1' -e 'zz + x')"; rc=$?
+check "error report" "$(printf '         1\nRun-time error 307 in VL(2);undefined variable;undefined variable zz')" "$out"
+check "error exit status" "1" "$rc"
+
+out="$(printf 'name := "target"\n&name := 7\ntarget + 1\n' | "$vl")"
+check "macro assignment from standard input" "$(printf "target\n         7\n         8")" "$out"
+
+"$vl" --help | grep -q -- '-e EXPR'; check "help text" "0" "$?"
+"$vl" -x > /dev/null 2>&1; check "unknown argument" "2" "$?"
+
+if command -v tmux > /dev/null; then
+  sock="vltest$$"
+  tmux -L "$sock" new-session -d -x 100 -y 20 "$vl"
+  sleep 0.5
+  tmux -L "$sock" send-keys 'y := 3' Enter 'nosuch()' Enter 'y + 1' Enter
+  sleep 0.7
+  screen="$(tmux -L "$sock" capture-pane -p)"
+  tmux -L "$sock" kill-server
+  echo "$screen" | grep -q 'Run-time error 308' ; check "prompt shows the error" "0" "$?"
+  echo "$screen" | grep -q '^         4$' ; check "prompt goes on after an error" "0" "$?"
+else
+  echo "skip prompt tests: tmux is not installed"
+fi
+
+exit $fails
