@@ -54,6 +54,22 @@ TEST_F(Errors, EveryCodeReportsItsTableTextAtItsLevel)
   }
 }
 
+TEST_F(Errors, EveryCodeCanBeRaisedInDeveloperMode)
+{
+  vl_set_flag[0] = VL_LEVEL_DEVEL;
+  for (int code = 0; code < VL_ERR_ROWS; ++code) {
+    reports().clear();
+    EXPECT_EQ(rt_error(code, "x"), ERROR_VAR);
+    EXPECT_EQ(last_errno, code);
+    if (__error_report[code].level == VL_LEVEL_NEVER) {
+      EXPECT_TRUE(reports().empty()) << code;
+      continue;
+    }
+    ASSERT_EQ(reports().size(), 1u) << code;
+    EXPECT_EQ(reports()[0].description, std::string(__error_report[code].text) + ";x");
+  }
+}
+
 TEST_F(Errors, EveryListedRowHasItsText)
 {
   int listed = 0;
