@@ -12,6 +12,8 @@
 #include "vlgen.h"
 #include "arrays.h"
 #include "objects.h"
+#include "errclass.h"
+#include "dumps.h"
 #include "operators.h"
 #include "set.h"
 #include "natlang.h"

@@ -1,7 +1,5 @@
 // Class records: reading the rows and finding instance variables and
 // methods by name.
-#include <cctype>
-
 #include "objects.h"
 
 namespace {
@@ -18,13 +16,16 @@ struct RowRange {
   int32_t count;
 };
 
+// Names are ASCII: fold without the locale.
+inline int lower(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; }
+
 const char* row_name(const VlnClassRow& row) { return reinterpret_cast<const char*>(row.w1); }
 
 void fold_lower(const char* name, char* out)
 {
   int i = 0;
   for (; name[i] && i < kNameBuffer - 1; ++i)
-    out[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(name[i])));
+    out[i] = static_cast<char>(lower(static_cast<unsigned char>(name[i])));
   out[i] = '\0';
 }
 
@@ -67,8 +68,8 @@ const char* vlnClassName(const VlnClassRow* cls)
 int vlnStrNLCmp(const char* a, const char* b, int n)
 {
   for (int i = 0; i < n; ++i) {
-    int ca = std::tolower(static_cast<unsigned char>(a[i]));
-    int cb = std::tolower(static_cast<unsigned char>(b[i]));
+    int ca = lower(static_cast<unsigned char>(a[i]));
+    int cb = lower(static_cast<unsigned char>(b[i]));
     if (ca != cb) return ca - cb;
     if (ca == 0) return 0;
   }
@@ -78,9 +79,9 @@ int vlnStrNLCmp(const char* a, const char* b, int n)
 int32_t vlnLocateInstance(const char* name, const VlnClassRow* cls)
 {
   if (!cls || !name || cls[0].w2 <= 0) return -1;
-  char lower[kNameBuffer];
-  fold_lower(name, lower);
-  int32_t row = last_equal(cls, {cls[0].w4, cls[0].w2}, lower, kInstanceNameLength);
+  char folded[kNameBuffer];
+  fold_lower(name, folded);
+  int32_t row = last_equal(cls, {cls[0].w4, cls[0].w2}, folded, kInstanceNameLength);
   return row < 0 ? -1 : cls[row].w2;
 }
 
@@ -89,12 +90,12 @@ int32_t vlnLocateMethod(const char* name, const VlnClassRow* cls, int kind, int3
   int32_t lim = *limit;
   *limit = VL_NO_LEVEL_LIMIT;
   if (!cls || !name || cls[0].w3 <= 0) return -1;
-  char lower[kNameBuffer];
-  fold_lower(name, lower);
+  char folded[kNameBuffer];
+  fold_lower(name, folded);
   RowRange r{cls[0].w4 + cls[0].w2, cls[0].w3};
-  int32_t row = last_equal(cls, r, lower, kMethodNameLength);
+  int32_t row = last_equal(cls, r, folded, kMethodNameLength);
   if (kind == VL_KIND_PROC) kind = VL_KIND_METHOD;
-  for (; row >= r.first && vlnStrNLCmp(lower, row_name(cls[row]), kMethodNameLength) == 0; --row) {
+  for (; row >= r.first && vlnStrNLCmp(folded, row_name(cls[row]), kMethodNameLength) == 0; --row) {
     int32_t rk = cls[row].w4 == VL_KIND_PROC ? VL_KIND_METHOD : cls[row].w4;
     if (rk == kind && level_allowed(lim, cls[row].w3)) {
       *limit = cls[row].w3;

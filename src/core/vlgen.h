@@ -27,6 +27,7 @@
 #include "frame.h"
 #include "kernel.h"
 #include "var.h"
+#include "vlerror.h"
 
 /* A language-level function `_bb_<name>(argc, argv)`. */
 #define VLN_FUNC(name) VL_EXTERN_C var* _bb_##name(int argc, var** argv)
@@ -66,6 +67,41 @@
 #define VL_RETURN(x) VL_RETURN_T(x, 'U')
 /* RETURN without a value: NIL. */
 #define VL_RETURN_NIL() return vln_fn_end(&vl_frame_, 'U')
+
+/* BEGIN SEQUENCE ... RECOVER USING v ... END SEQUENCE, as generated code
+** writes it inside a function opened with VL_BEGIN:
+**
+**   VL_BEGIN_SEQUENCE
+**     VL_STMT(...);          body; a BREAK anywhere below lands in RECOVER
+**   VL_RECOVER(e)            e receives the BREAK value (null: no USING)
+**     VL_STMT(...);
+**   VL_END_SEQUENCE;
+**
+** On recovery the frames, PRIVATEs and the error-nesting count are put back
+** as they were at BEGIN SEQUENCE, and the anchor is the outer sequence's
+** again, so a BREAK inside RECOVER goes outward.  A RETURN from inside the
+** sequence must first run vln_cleanup(vl_seq_saved_). */
+#define VL_BEGIN_SEQUENCE                                 \
+  do {                                                    \
+    jmp_buf vl_seq_buf_;                                  \
+    jmp_buf* const vl_seq_saved_ = glob_sequencebuf;      \
+    const int32_t vl_seq_alreadyin_ = alreadyin;          \
+    _vln_signal_n();                                      \
+    glob_sequencebuf = &vl_seq_buf_;                      \
+    if (setjmp(vl_seq_buf_) == 0) {                       \
+      _vtmp_1_ = 0;
+#define VL_RECOVER(v)                                     \
+    } else {                                              \
+      var* const vl_seq_using_ = (v);                     \
+      _vtmp_1_ = 1;                                       \
+      vln_after_break(&vl_frame_);                        \
+      alreadyin = vl_seq_alreadyin_;                      \
+      glob_sequencebuf = vl_seq_saved_;                   \
+      if (vl_seq_using_) cpy_var(vl_seq_using_, vln_break_value);
+#define VL_END_SEQUENCE                                   \
+    }                                                     \
+    vln_cleanup(vl_seq_saved_);                           \
+  } while (0)
 
 #ifdef __cplusplus
 #include <initializer_list>

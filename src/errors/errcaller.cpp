@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "errclass.h"
 #include "frame.h"
 #include "kernel.h"
 #include "vlerror.h"
@@ -102,6 +103,16 @@ void heal_nesting()
   }
 }
 
+// A replaced handler takes the report itself; the default one goes through
+// an Error object and the error block.
+void deliver(const VlnErrReport* report)
+{
+  if (vln_error_handler == vln_default_error_handler)
+    vlnErrorRaise(report);
+  else
+    vln_error_handler(report);
+}
+
 const char* text_arg(int argc, var** argv, int i)
 {
   return i < argc && (argv[i]->Type == 'C' || argv[i]->Type == 'M') ? VSTR(argv[i]) : nullptr;
@@ -123,6 +134,6 @@ VLN_FUNC(_errcaller)
   VlnErrReport report{code, severity, desc,
                       argc > 3 && argv[3]->Type != 'U' ? vlnIntVar(argv[3]) : 0,
                       module ? module : "BASE"};
-  VL_STMT(vln_error_handler(&report));
+  VL_STMT(deliver(&report));
   VL_RETURN_NIL();
 }

@@ -93,7 +93,7 @@ var* dog_speak(int argc, var** argv)
   vl_frame_.SuperLevel = 1;
   var* r = VL_LOCAL('U');
   VL_STMT(var* base = vlnNoDoMethod("speak", 1, argc, argv);
-          set_cvar(r, ("woof" + str(base)).c_str()));
+          set_Cvar(r, ("woof" + str(base)).c_str(), -1));
   VL_RETURN(r);
 }
 

@@ -1,0 +1,229 @@
+// Error objects, the error block and BEGIN SEQUENCE: an error three calls
+// below a sequence unwinds to its RECOVER when the block BREAKs, and the
+// program goes on behind the failing operator when the block returns.
+#include <cstdio>
+#include <string>
+
+#include "errclass.h"
+#include "objects.h"
+#include "operators.h"
+#include "vlgen.h"
+#include "vltest.h"
+
+namespace {
+
+using vltest::str;
+
+// What the functions below saw, for the test to check.
+struct Trace {
+  bool after_failure = false;  // the statement behind the failing one ran
+  bool recovered = false;
+  int32_t depth_at_begin = 0, depth_in_recover = 0;
+  int32_t varstack_at_begin = 0, varstack_in_recover = 0;
+  int32_t floor_at_begin = 0, tmp_after_sequence = 0;
+  const frame* frame_at_begin = nullptr;
+  const frame* frame_in_recover = nullptr;
+  bool private_seen_inside = false;
+  int block_calls = 0;
+} g;
+int32_t g_private = -1;
+
+// The failing operation: 1 + "a".
+var* inner(int argc, var** argv)
+{
+  VL_BEGIN("seq.prg", "inner");
+  var* n = VL_LOCAL('U');
+  VL_STMT(set_nvar(n, 1, 0); u_add_u(n, set_cv("a"), 0));
+  VL_STMT(g.after_failure = true);
+  VL_RETURN(n);
+}
+
+var* middle(int argc, var** argv)
+{
+  VL_BEGIN("seq.prg", "middle");
+  VL_STMT(vln_declare(g_private); set_nvar(vlnGetVarForWrite(g_private), 7, 0));
+  VL_STMT(g.private_seen_inside = vlnGetVar(g_private)->Type == 'N');
+  VL_STMT(vl_call(inner, {}));
+  VL_RETURN_NIL();
+}
+
+var* outer(int argc, var** argv)
+{
+  VL_BEGIN("seq.prg", "outer");
+  var* e = VL_LOCAL('U');
+  g.depth_at_begin = glob_depth;
+  g.varstack_at_begin = cur_var_stack;
+  g.frame_at_begin = old_fn_stack;
+  g.floor_at_begin = vl_frame_.TmvNp;
+  VL_BEGIN_SEQUENCE
+    VL_STMT(vl_call(middle, {}));
+  VL_RECOVER(e)
+    g.recovered = true;
+    g.depth_in_recover = glob_depth;
+    g.varstack_in_recover = cur_var_stack;
+    g.frame_in_recover = old_fn_stack;
+  VL_END_SEQUENCE;
+  g.tmp_after_sequence = tmpvar_cnt;
+  VL_RETURN(e);
+}
+
+// {|e| BREAK(e)}
+var* breaking_block(int argc, var** argv, var**)
+{
+  ++g.block_calls;
+  return _bb_break(argc, argv);
+}
+
+// {|e| NIL}: counts and returns.
+var* returning_block(int argc, var** argv, var**)
+{
+  ++g.block_calls;
+  EXPECT_EQ(argc, 1);
+  EXPECT_EQ(vlnIntVar(vlnNoIVar(argv[0], "gencode", 0, nullptr)), 201);
+  return NIL_VAR;
+}
+
+class Sequence : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    vln_error_handler = vln_default_error_handler;  // the real object path
+    g = Trace{};
+    if (g_private < 0) g_private = vln_add_var("seqpriv");
+    saved_block_ = cre_tmpvar();
+    cpy_var(saved_block_, _bb_errorblock(0, nullptr));
+  }
+  void TearDown() override
+  {
+    _bb_errorblock(1, &saved_block_);
+    VlTest::TearDown();
+  }
+  void install(BlockFn fn)
+  {
+    var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(fn), 1, static_cast<var*>(nullptr));
+    _bb_errorblock(1, &block);
+  }
+  var* saved_block_ = nullptr;
+};
+
+TEST_F(Sequence, BreakFromTheErrorBlockReachesRecoverWithTheObject)
+{
+  install(breaking_block);
+  const int32_t alreadyin_before = alreadyin, varstack_before = cur_var_stack;
+  var* e = vl_call(outer, {});
+  EXPECT_TRUE(g.recovered);
+  EXPECT_FALSE(g.after_failure);
+  EXPECT_TRUE(g.private_seen_inside);
+  EXPECT_EQ(g.block_calls, 1);
+  ASSERT_EQ(e->Type, 'O');
+  EXPECT_EQ(vlnIntVar(vlnNoIVar(e, "gencode", 0, nullptr)), 201);
+  EXPECT_EQ(vlnIntVar(vlnNoIVar(e, "subcode", 0, nullptr)), 0);
+  EXPECT_EQ(vlnIntVar(vlnNoIVar(e, "severity", 0, nullptr)), VL_SEV_RUNTIME);
+  EXPECT_EQ(str(vlnNoIVar(e, "description", 0, nullptr)),
+            "data type mismatch;only dates/numerics can be added to numerics");
+  EXPECT_EQ(str(vlnNoIVar(e, "subsystem", 0, nullptr)), "BASE");
+  EXPECT_EQ(str(vlnNoIVar(e, "operation", 0, nullptr)), "");
+  var* args = vlnNoIVar(e, "args", 0, nullptr);
+  ASSERT_EQ(args->Type, 'A');
+  ASSERT_EQ(VARR(args)->A_size, 1u);
+  EXPECT_EQ(VARR(args)->A_vec[0]->Type, 'U');
+  EXPECT_EQ(vlnLogVar(vlnNoIVar(e, "canretry", 0, nullptr)), 0);
+  // Frames, PRIVATEs, the temporary stack and the nesting count as they were.
+  EXPECT_EQ(g.frame_in_recover, g.frame_at_begin);
+  EXPECT_EQ(g.depth_in_recover, g.depth_at_begin);
+  EXPECT_EQ(g.varstack_in_recover, g.varstack_at_begin);
+  EXPECT_EQ(g.tmp_after_sequence, g.floor_at_begin);
+  EXPECT_EQ(cur_var_stack, varstack_before);
+  EXPECT_EQ(alreadyin, alreadyin_before);
+  EXPECT_EQ(glob_sequencebuf, nullptr);
+}
+
+TEST_F(Sequence, AReturningBlockLetsTheProgramGoOn)
+{
+  install(returning_block);
+  var* n = set_nv(1, 0);
+  EXPECT_EQ(u_add_u(n, set_cv("a"), 0), ERROR_VAR);
+  EXPECT_EQ(g.block_calls, 1);
+  vl_call(outer, {});
+  EXPECT_TRUE(g.after_failure);
+  EXPECT_FALSE(g.recovered);
+  EXPECT_EQ(g.block_calls, 2);
+}
+
+TEST_F(Sequence, BreakWithoutValueAndIsBegSeq)
+{
+  volatile bool inside = false;
+  bool outside = true;
+  var* got = cre_tmpvar();
+  set_nvar(got, 1, 0);
+  {
+    int argc = 0;
+    var** argv = nullptr;
+    VL_BEGIN("seq.prg", "nobreakval");
+    outside = _bb_isbegseq(0, nullptr) == TRUE_VAR;
+    VL_BEGIN_SEQUENCE
+      inside = _bb_isbegseq(0, nullptr) == TRUE_VAR;
+      _bb_break(0, nullptr);
+    VL_RECOVER(got)
+    VL_END_SEQUENCE;
+    (void)argv;
+    vln_fn_end(&vl_frame_, 'U');
+  }
+  EXPECT_TRUE(inside);
+  EXPECT_FALSE(outside);
+  EXPECT_EQ(got->Type, 'U');
+}
+
+TEST_F(Sequence, DefaultBlockKeepsTheLastObjectAfterAWarning)
+{
+  var* e = _bb_errornew(0, nullptr);
+  vlnNoIVar(e, "gencode", 0, set_nv(902, 0));
+  vlnNoIVar(e, "severity", 0, set_nv(VL_SEV_RUNTIME, 0));
+  _bb__deferror(1, &e);
+  var* last = vlnGetVar(locate_var("vl2yy_last"));
+  ASSERT_EQ(last->Type, 'O');
+  EXPECT_EQ(last->Value.w1.arr, e->Value.w1.arr);
+}
+
+TEST_F(Sequence, ErrorBlockKeepsItsBlockForANonBlockAndErrorNewIsTyped)
+{
+  var* five = set_nv(5, 0);
+  var* before = _bb_errorblock(0, nullptr);
+  var* r = _bb_errorblock(1, &five);
+  EXPECT_EQ(r->Type, before->Type);
+  EXPECT_EQ(r->Value.w2.fn, before->Value.w2.fn);
+  var* e = _bb_errornew(0, nullptr);
+  var* cls = _bb_isobjclass(1, &e);
+  ASSERT_EQ(VARR(cls)->A_size, 1u);
+  EXPECT_EQ(str(VARR(cls)->A_vec[0]), "ERROR");
+  vlnNoIVar(e, "gencode", 0, set_nv(5, 0));
+  var* code = vlnNoIVar(e, "gencode", 0, nullptr);
+  EXPECT_EQ(code->Type, 'I');
+  EXPECT_EQ(vlnIntVar(code), 5);
+  EXPECT_EQ(_bb_errsys(0, nullptr), TRUE_VAR);
+}
+
+// The vl tool's output for expression text.
+std::string run_vl(const char* expression)
+{
+  std::string cmd = std::string(VL_BINARY_DIR) + "/vl -e '" + expression + "' 2>&1";
+  std::string out;
+  if (FILE* p = popen(cmd.c_str(), "r")) {
+    char buf[256];
+    while (std::fgets(buf, sizeof buf, p)) out += buf;
+    pclose(p);
+  }
+  return out;
+}
+
+TEST(SequenceTool, MessagesInExpressionText)
+{
+  EXPECT_EQ(run_vl("e := ErrorNew(), e:gencode := 5, e:gencode"), "         5\n");
+  EXPECT_EQ(run_vl("ErrorBlock({|e| Break(e)}), IsBegSeq()"), ".F.\n");
+  EXPECT_EQ(run_vl("1 + \"a\""),
+            "Run-time error 201 in VL(1);data type mismatch;"
+            "only dates/numerics can be added to numerics\n");
+}
+
+}  // namespace
