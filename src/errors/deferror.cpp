@@ -10,6 +10,7 @@
 
 #include "frame.h"
 #include "kernel.h"
+#include "errclass.h"
 #include "vlerror.h"
 
 namespace {
@@ -17,6 +18,8 @@ namespace {
 constexpr int kWarning = 902;
 constexpr int kNoSubcode = -9999;
 constexpr size_t kHeadingSize = 8192;
+// Room for "FUNC(line)" or a file name as the place of an error.
+constexpr size_t kPlaceSize = 512;
 // The handler runs under _ERRCALLER's frame: level 1 is where the error
 // happened.
 constexpr int kPlaceLevel = 1;
@@ -41,16 +44,15 @@ void (*vln_error_handler)(const VlnErrReport* report) = vln_default_error_handle
 
 int vln_error_is_warning(const VlnErrReport* r) { return r->gencode == kWarning; }
 
-char* vln_error_heading(const VlnErrReport* r, char* buf, size_t size)
+char* vln_error_heading_at(const VlnErrReport* r, const char* place, char* buf, size_t size)
 {
   char code[32] = "";
   if (vln_error_is_warning(r))
     std::snprintf(code, sizeof code, "(Developer warning) ");
   else
     std::snprintf(code, sizeof code, "%3d", r->gencode);
-  int n = std::snprintf(buf, size, "%s error %s in %s(%d);%s", severity_word(r->severity),
-                        code, vln_proc_name(kPlaceLevel), vln_proc_line(kPlaceLevel),
-                        r->description ? r->description : "");
+  int n = std::snprintf(buf, size, "%s error %s in %s;%s", severity_word(r->severity), code,
+                        place, r->description ? r->description : "");
   if (r->subcode != 0 && n >= 0 && static_cast<size_t>(n) < size) {
     if (r->subcode == kNoSubcode)
       std::snprintf(buf + n, size - n, ";%s", r->subsystem);
@@ -60,17 +62,31 @@ char* vln_error_heading(const VlnErrReport* r, char* buf, size_t size)
   return buf;
 }
 
-void vln_default_error_handler(const VlnErrReport* r)
+char* vln_error_heading(const VlnErrReport* r, char* buf, size_t size)
+{
+  char place[kPlaceSize];
+  std::snprintf(place, sizeof place, "%s(%d)", vln_proc_name(kPlaceLevel),
+                vln_proc_line(kPlaceLevel));
+  return vln_error_heading_at(r, place, buf, size);
+}
+
+void vln_default_error_handler_at(const VlnErrReport* r, const char* place)
 {
   const bool warning = vln_error_is_warning(r);
   if (warning && (r->severity == VL_SEV_IO || r->severity == VL_SEV_RUNTIME) &&
       !developer_mode())
     return;
   char heading[kHeadingSize];
-  vln_qout_hook(vln_error_heading(r, heading, sizeof heading));
+  if (place)
+    vln_error_heading_at(r, place, heading, sizeof heading);
+  else
+    vln_error_heading(r, heading, sizeof heading);
+  vln_qout_hook(heading);
   if (warning) return;
   if (shell_return == 0) shell_return = 1;
   vln_quit();
 }
+
+void vln_default_error_handler(const VlnErrReport* r) { vln_default_error_handler_at(r, nullptr); }
 
 }  // extern "C"

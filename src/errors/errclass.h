@@ -9,6 +9,8 @@
 */
 #ifndef VL_ERRCLASS_H
 #define VL_ERRCLASS_H
+#include <stddef.h>
+
 #include "var.h"
 #include "vlerror.h"
 
@@ -59,6 +61,12 @@ var* _bb_errsys(int argc, var** argv);
 var* _bb_break(int argc, var** argv);
 /* ISBEGSEQ(): .T. inside a BEGIN SEQUENCE. */
 var* _bb_isbegseq(int argc, var** argv);
+
+/* The batch report with place ("FUNC(line)" or a file name) shown as where
+** the error happened; a null place names the failing function. */
+void vln_default_error_handler_at(const VlnErrReport* report, const char* place);
+/* The heading of that report into buf (size bytes); returns buf. */
+char* vln_error_heading_at(const VlnErrReport* report, const char* place, char* buf, size_t size);
 
 /* Build the Error object of report and run the error block with it.
 ** Before the error block exists, the default handler takes the report. */

@@ -3,6 +3,7 @@
 #include "arrays.h"
 #include "blocks.h"
 #include "errclass.h"
+#include "files.h"
 #include "objects.h"
 #include "vlgen.h"
 
@@ -39,6 +40,9 @@ void fill_from_report(var* e, const VlnErrReport* r)
   set_Cvar(slot(e, VL_ERR_DESCRIPTION), r->description ? r->description : "", -1);
   set_Cvar(slot(e, VL_ERR_SUBSYSTEM), r->subsystem ? r->subsystem : "", -1);
   set_Cvar(slot(e, VL_ERR_OPERATION), "", 0);
+  set_Cvar(slot(e, VL_ERR_FILENAME), "", 0);
+  set_Ivar(slot(e, VL_ERR_OSCODE), vlnIntVar(_bb_doserror(0, nullptr)));
+  set_Ivar(slot(e, VL_ERR_TRIES), 0);
   cre_arr(slot(e, VL_ERR_ARGS), 1, 0, static_cast<var*>(nullptr));
 }
 
@@ -78,7 +82,8 @@ VLN_FUNC(_deferror)
   VlnErrReport report{int_slot(e, VL_ERR_GENCODE), int_slot(e, VL_ERR_SEVERITY),
                       text_slot(e, VL_ERR_DESCRIPTION), int_slot(e, VL_ERR_SUBCODE),
                       text_slot(e, VL_ERR_SUBSYSTEM)};
-  vln_default_error_handler(&report);
+  const char* filename = text_slot(e, VL_ERR_FILENAME);
+  vln_default_error_handler_at(&report, *filename ? filename : nullptr);
   keep_last(e);
   return NIL_VAR;
 }

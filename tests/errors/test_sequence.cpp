@@ -129,6 +129,10 @@ TEST_F(Sequence, BreakFromTheErrorBlockReachesRecoverWithTheObject)
   ASSERT_EQ(VARR(args)->A_size, 1u);
   EXPECT_EQ(VARR(args)->A_vec[0]->Type, 'U');
   EXPECT_EQ(vlnLogVar(vlnNoIVar(e, "canretry", 0, nullptr)), 0);
+  EXPECT_EQ(vlnLogVar(vlnNoIVar(e, "cansubstitute", 0, nullptr)), 0);
+  EXPECT_EQ(str(vlnNoIVar(e, "filename", 0, nullptr)), "");
+  EXPECT_EQ(vlnNoIVar(e, "tries", 0, nullptr)->Type, 'I');
+  EXPECT_EQ(vlnNoIVar(e, "cargo", 0, nullptr)->Type, 'U');
   // Frames, PRIVATEs, the temporary stack and the nesting count as they were.
   EXPECT_EQ(g.frame_in_recover, g.frame_at_begin);
   EXPECT_EQ(g.depth_in_recover, g.depth_at_begin);
@@ -175,12 +179,21 @@ TEST_F(Sequence, BreakWithoutValueAndIsBegSeq)
   EXPECT_EQ(got->Type, 'U');
 }
 
-TEST_F(Sequence, DefaultBlockKeepsTheLastObjectAfterAWarning)
+std::string g_qout;
+void capture_qout(const char* text) { g_qout = text; }
+
+TEST_F(Sequence, DefaultBlockNamesTheFileAndKeepsTheLastObject)
 {
   var* e = _bb_errornew(0, nullptr);
   vlnNoIVar(e, "gencode", 0, set_nv(902, 0));
-  vlnNoIVar(e, "severity", 0, set_nv(VL_SEV_RUNTIME, 0));
+  vlnNoIVar(e, "severity", 0, set_nv(VL_SEV_FATAL, 0));
+  vlnNoIVar(e, "description", 0, set_cv("late"));
+  vlnNoIVar(e, "filename", 0, set_cv("report.prg"));
+  void (*saved)(const char*) = vln_qout_hook;
+  vln_qout_hook = capture_qout;
   _bb__deferror(1, &e);
+  vln_qout_hook = saved;
+  EXPECT_EQ(g_qout, "Fatal error (Developer warning)  in report.prg;late");
   var* last = vlnGetVar(locate_var("vl2yy_last"));
   ASSERT_EQ(last->Type, 'O');
   EXPECT_EQ(last->Value.w1.arr, e->Value.w1.arr);
