@@ -80,7 +80,7 @@
 ** On recovery the frames, PRIVATEs and the error-nesting count are put back
 ** as they were at BEGIN SEQUENCE, and the anchor is the outer sequence's
 ** again, so a BREAK inside RECOVER goes outward.  A RETURN from inside the
-** sequence must first run vln_cleanup(vl_seq_saved_). */
+** sequence is written VL_SEQ_RETURN(x): it gives the anchor back first. */
 #define VL_BEGIN_SEQUENCE                                 \
   do {                                                    \
     jmp_buf vl_seq_buf_;                                  \
@@ -101,6 +101,14 @@
 #define VL_END_SEQUENCE                                   \
     }                                                     \
     vln_cleanup(vl_seq_saved_);                           \
+  } while (0)
+
+/* RETURN x from inside a sequence of a function declared 'U'. */
+#define VL_SEQ_RETURN(x)                      \
+  do {                                        \
+    vl_frame_.RetVal = mk_var_cp(x);          \
+    glob_sequencebuf = vl_seq_saved_;         \
+    return vln_fn_end(&vl_frame_, 'U');       \
   } while (0)
 
 #ifdef __cplusplus

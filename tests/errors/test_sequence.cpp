@@ -83,6 +83,17 @@ var* returning_block(int argc, var** argv, var**)
   return NIL_VAR;
 }
 
+// RETURN from inside a sequence: the anchor goes back to the caller's.
+var* early_return(int argc, var** argv)
+{
+  VL_BEGIN("seq.prg", "early");
+  VL_BEGIN_SEQUENCE
+    VL_SEQ_RETURN(set_nv(3, 0));
+  VL_RECOVER(nullptr)
+  VL_END_SEQUENCE;
+  VL_RETURN_NIL();
+}
+
 class Sequence : public vltest::VlTest {
  protected:
   void SetUp() override
@@ -197,6 +208,12 @@ TEST_F(Sequence, DefaultBlockNamesTheFileAndKeepsTheLastObject)
   var* last = vlnGetVar(locate_var("vl2yy_last"));
   ASSERT_EQ(last->Type, 'O');
   EXPECT_EQ(last->Value.w1.arr, e->Value.w1.arr);
+}
+
+TEST_F(Sequence, ReturnInsideASequenceRestoresTheAnchor)
+{
+  EXPECT_EQ(vlnNumVar(vl_call(early_return, {})), 3.0);
+  EXPECT_EQ(glob_sequencebuf, nullptr);
 }
 
 TEST_F(Sequence, ErrorBlockKeepsItsBlockForANonBlockAndErrorNewIsTyped)
