@@ -70,12 +70,16 @@ struct Base {
   virtual int gamma(int x) = 0;
 };
 struct Derived : Base {
-  int gamma(int x) override { return x + 1; }
+  // Not inlined, so that the baseline makes a real call, as a send does.
+  __attribute__((noinline)) int gamma(int x) override { return x + 1; }
 };
+
+// Made out of line, so that the compiler cannot see the object's type.
+__attribute__((noinline)) std::unique_ptr<Base> make_base() { return std::make_unique<Derived>(); }
 
 void CppVirtual(benchmark::State& state)
 {
-  std::unique_ptr<Base> b = std::make_unique<Derived>();
+  std::unique_ptr<Base> b = make_base();
   benchmark::DoNotOptimize(b);
   int x = 0;
   for (auto _ : state) benchmark::DoNotOptimize(x = b->gamma(x));
