@@ -22,10 +22,11 @@ void BM_TempCreateRelease(benchmark::State& state)
 }
 BENCHMARK(BM_TempCreateRelease);
 
-void BM_TempCopyNumeric(benchmark::State& state)
+// mk_var_cp of a variable that holds what fill puts in it, and release.
+void temp_copy(benchmark::State& state, void (*fill)(var*))
 {
   var* x = mak_var('N', 'U');
-  set_nvar(x, 3.25, 2);
+  fill(x);
   const int32_t mark = tmpvar_cnt;
   for (auto _ : state) {
     benchmark::DoNotOptimize(mk_var_cp(x));
@@ -33,18 +34,16 @@ void BM_TempCopyNumeric(benchmark::State& state)
   }
   del_var(x);
 }
+
+void BM_TempCopyNumeric(benchmark::State& state)
+{
+  temp_copy(state, [](var* x) { set_nvar(x, 3.25, 2); });
+}
 BENCHMARK(BM_TempCopyNumeric);
 
 void BM_TempCopyString(benchmark::State& state)
 {
-  var* x = mak_var('N', 'U');
-  set_Cvar(x, "customer name", -1);
-  const int32_t mark = tmpvar_cnt;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(mk_var_cp(x));
-    del_tmpvars(mark);
-  }
-  del_var(x);
+  temp_copy(state, [](var* x) { set_Cvar(x, "customer name", -1); });
 }
 BENCHMARK(BM_TempCopyString);
 

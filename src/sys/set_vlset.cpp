@@ -34,12 +34,7 @@ enum Token {
   kEscDelay, kIntvar, kMultiUser, kPrinterSeq = 26, kNoToken = -1
 };
 
-struct Keyword {
-  const char* name;
-  Token token;
-};
-
-constexpr Keyword kKeywords[] = {
+constexpr VlnKeyword kKeywords[] = {
     {"developer", kDevel},          {"keyboardlookahead", kLookahead},
     {"lowerfilename", kLowerFile},  {"upperfilename", kUpperFile},
     {"loadlanguage", kLoadLang},    {"setlanguage", kSetLang},
@@ -52,7 +47,7 @@ constexpr Keyword kKeywords[] = {
     {"slot18", kSlot18},            {"4.2compatible", kCompat42},
     {"environment", kEnvironment},  {"escdelay", kEscDelay},
     {"intvar", kIntvar},            {"multiusersecur", kMultiUser},
-    {"printersequences", kPrinterSeq}};
+    {"printersequences", kPrinterSeq}, {nullptr, 0}};
 
 constexpr size_t kLeastLength = 3;
 constexpr size_t kFourCharLen = 4;
@@ -61,20 +56,10 @@ constexpr int kEscDelayMax = 100;
 constexpr int kMultiUserMax = 3;
 constexpr int kMultiUserSafe = 2;
 
+// The token of a keyword abbreviated to at least kLeastLength letters.
 Token keyword_token(const char* text)
 {
-  std::string key = text;
-  key.erase(0, key.find_first_not_of(' '));
-  key.erase(key.find_last_not_of(' ') + 1);
-  for (char& c : key) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  const size_t n = key.size();
-  for (const Keyword& k : kKeywords) {
-    const size_t whole = std::strlen(k.name);
-    if (n > 0 && n <= whole && (n >= kLeastLength || n == whole) &&
-        key.compare(0, n, k.name, n) == 0)
-      return k.token;
-  }
-  return kNoToken;
+  return static_cast<Token>(get_tok(text, kKeywords, static_cast<int>(kLeastLength)));
 }
 
 bool is_logical_arg(const var* v) { return v && vl::kNFIL.has(v->Type); }
