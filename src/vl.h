@@ -13,6 +13,7 @@
 #include "arrays.h"
 #include "objects.h"
 #include "errclass.h"
+#include "extend.h"
 #include "dumps.h"
 #include "operators.h"
 #include "set.h"
