@@ -1,6 +1,8 @@
 #!/bin/bash
-# Installs the library into a temporary prefix and builds a plain C program
-# against it with cc and pkg-config, then runs it.
+# Installs the library into a temporary prefix and builds plain C programs
+# against it with cc and pkg-config, then runs them: c_client.c calls
+# library functions inside a frame, extend_client.c writes functions with
+# the Extend interface and calls them by name.
 set -euo pipefail
 build="$1"
 src="$2"
@@ -12,6 +14,8 @@ flags=""
 if grep -q 'VL_SANITIZE:BOOL=ON' "$build/CMakeCache.txt"; then
   flags="-fsanitize=address,undefined"
 fi
-cc -std=c11 -Wall -Wextra -Wno-unused-parameter -Werror $flags -o "$prefix/c_client" "$src/tests/install/c_client.c" \
-  $(pkg-config --cflags --libs vl)
-"$prefix/c_client"
+for client in c_client extend_client; do
+  cc -std=c11 -Wall -Wextra -Wno-unused-parameter -Werror $flags -o "$prefix/$client" \
+    "$src/tests/install/$client.c" $(pkg-config --cflags --libs vl)
+  "$prefix/$client"
+done
