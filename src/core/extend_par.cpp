@@ -2,6 +2,7 @@
 // text, number, logical, date or window.  A value of another type gives
 // the reader's empty result without a report.
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 
 #include "dates.h"
@@ -12,8 +13,9 @@
 
 namespace {
 
-// Length of "YYYYMMDD" and its NUL.
-constexpr size_t kDateTextSize = 9;
+// "YYYYMMDD" and its NUL, with room for the longer years a 32-bit day
+// number reaches.
+constexpr size_t kDateTextSize = 16;
 
 var* text_or_null(var* v) { return v && vl::kCM.has(v->Type) ? v : nullptr; }
 var* number_or_null(var* v) { return v && vl::kNFI.has(v->Type) ? v : nullptr; }
@@ -88,10 +90,8 @@ const char*(_pards)(int n, ...)
   static char text[kDateTextSize];
   VLEXT_ADDRESS(v, n);
   if (!v || v->Type != 'D') return nullptr;
-  // set_dat gives eight blanks for the empty date; a year beyond 9999 has
-  // more digits than the buffer holds and is cut.
-  std::strncpy(text, set_dat(VINT(v)), kDateTextSize - 1);
-  text[kDateTextSize - 1] = '\0';
+  // set_dat gives eight blanks for the empty date.
+  std::snprintf(text, sizeof text, "%s", set_dat(VINT(v)));
   return text;
 }
 
