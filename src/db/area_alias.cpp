@@ -166,11 +166,13 @@ int vlnAnnounceAlias(var* obj, const char* name, char* buffer)
   else
     area = bind_selected(obj, alias);
   if (area) bind_known(area);
+  vlarea::set_unbound_owner(area ? nullptr : obj);
   return changed;
 }
 
 int vlnRetireAlias(var* obj)
 {
+  vlarea::forget_unbound_owner(obj);
   AreaRec* area = vlnObjectLocateArea(obj);
   if (!area) return -1;
   vlarea::chain_unlink(area);

@@ -42,6 +42,21 @@ void trim_right(char* s)
   while (n > 0 && std::isspace(static_cast<unsigned char>(s[n - 1]))) s[--n] = '\0';
 }
 
+// The function of the object's method name when the class links one (at any
+// level: the area calls it from outside any method), else null.
+BbFn quick_method(var* obj, const char* name)
+{
+  int32_t level = VL_NO_LEVEL_LIMIT;
+  const int32_t i = vlnLocateMethod(name, vlnClassOf(obj), VL_KIND_METHOD, &level);
+  const ArrRec* a = VARR(obj);
+  if (i < 0 || a->A_size < 2 || a->A_vec[1]->Type != 'A') return nullptr;
+  const ArrRec* methods = VARR(a->A_vec[1]);
+  if (!methods || static_cast<uint32_t>(i) >= methods->A_size) return nullptr;
+  const var* m = methods->A_vec[i];
+  const bool linked = m->Type == 'B' && m->Value.w2.fn && m->Value.w2.fn != NILCB_VAR->Value.w2.fn;
+  return linked ? reinterpret_cast<BbFn>(m->Value.w2.fn) : nullptr;
+}
+
 }  // namespace
 
 namespace vlarea {
@@ -157,10 +172,8 @@ AreaRec* vlnSetArea(AreaRec* area, int32_t number, const char* alias, var* obj)
   cpy_var(held, obj);
   area->obj = held;
   ++area->lnks;
-  const int32_t qg = vlnIsMethod(held, "quickfieldget", VL_KIND_METHOD);
-  const int32_t qp = vlnIsMethod(held, "quickfieldput", VL_KIND_METHOD);
-  area->qgm = qg >= 0 ? reinterpret_cast<BbFn>(vlnGetMethod(held, "quickfieldget", qg)) : nullptr;
-  area->qpm = qp >= 0 ? reinterpret_cast<BbFn>(vlnGetMethod(held, "quickfieldput", qp)) : nullptr;
+  area->qgm = quick_method(held, "quickfieldget");
+  area->qpm = quick_method(held, "quickfieldput");
   vlarea::chain_insert(area);
   if (old) del_var(old);
   return area;

@@ -47,6 +47,39 @@ std::vector<var*>& owned_texts()
   return fields;
 }
 
+// Fields of an object that no area holds (its alias was refused), with the
+// object's data as their owner.
+struct Unbound {
+  var* field;
+  const ArrRec* owner;
+};
+std::vector<Unbound>& unbound_fields()
+{
+  static std::vector<Unbound> fields;
+  return fields;
+}
+const ArrRec* g_unbound_owner = nullptr;
+
+// Whether field belongs to obj: through its area, or as an unbound field.
+bool owned_by(var* field, var* obj)
+{
+  if (AreaRec* a = field->W_area) return vlarea::same_object(a->obj, obj);
+  if (!vlarea::is_object(obj)) return false;
+  for (const Unbound& u : unbound_fields())
+    if (u.field == field) return u.owner == VARR(obj);
+  return false;
+}
+
+void forget_unbound(var* field)
+{
+  auto& list = unbound_fields();
+  for (auto it = list.begin(); it != list.end(); ++it)
+    if (it->field == field) {
+      list.erase(it);
+      return;
+    }
+}
+
 // A retired field record stops being a field: a text allocated here becomes
 // the record's own, so that it is freed with the record.
 void unfield(var* field)
@@ -136,6 +169,13 @@ AreaRec* area_of_value(var* alias)
   return nullptr;
 }
 
+void set_unbound_owner(var* obj) { g_unbound_owner = is_object(obj) ? VARR(obj) : nullptr; }
+
+void forget_unbound_owner(var* obj)
+{
+  if (is_object(obj) && VARR(obj) == g_unbound_owner) g_unbound_owner = nullptr;
+}
+
 void own_storage(var* field) { owned_texts().push_back(field); }
 
 var* field_record(AreaRec* area, int32_t sym)
@@ -202,7 +242,8 @@ var* vlnAnnounceField(const char* name, int32_t number, int type, int backed, in
       f->Length = 1;
       break;
   }
-  f->W_area = vlnSelectedArea;
+  f->W_area = g_unbound_owner ? nullptr : vlnSelectedArea;
+  if (g_unbound_owner) unbound_fields().push_back({f, g_unbound_owner});
   f->F_indx = static_cast<uint32_t>(number);
   int32_t sym = locate_var(name);
   if (sym < 0) sym = vln_add_var(name);
@@ -228,10 +269,8 @@ void vlnRetireField(var* obj, const char* name)
   if (sym < 0) return;
   MvEntry& e = mv_names[sym];
   uint32_t i = e.nfields;
-  while (i-- > 0) {
-    AreaRec* a = e.fields[i]->W_area;
-    if (a && vlarea::same_object(a->obj, obj)) break;
-  }
+  while (i-- > 0)
+    if (owned_by(e.fields[i], obj)) break;
   if (i >= e.nfields) return;
   var* gone = e.fields[i];
   std::memmove(&e.fields[i], &e.fields[i + 1], (e.nfields - i - 1) * sizeof(var*));
@@ -243,6 +282,7 @@ void vlnRetireField(var* obj, const char* name)
                                               vln_errmsg[kFieldListPurpose], VL_SEV_FATAL,
                                               VL_LEVEL_ALWAYS, kModule, __LINE__));
   }
+  forget_unbound(gone);
   unfield(gone);
   del_var(gone);
 }

@@ -62,7 +62,12 @@ VLN_FUNC(rddannalia)
     return rt_error(kArgType, "expected P[1..7] types AC");
   char alias[kAliasBuffer] = "";
   vlnAnnounceAlias(argv[0], VSTR(argv[1]), alias);
-  return set_cv(alias);
+  AreaRec* a = vlnObjectLocateArea(argv[0]);
+  if (a && a->alias == alias) {  // the area keeps the text itself
+    std::memcpy(a->aliasbuf, alias, sizeof a->aliasbuf);
+    a->alias = a->aliasbuf;
+  }
+  return set_Cvar(cre_tmpvar(), alias, -1);
 }
 
 // RDDANNOUNCEFIELD(cName, nField, cType, nBacked, nLen, nDec, aFields):

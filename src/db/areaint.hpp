@@ -51,6 +51,13 @@ AreaRec* area_of_known(int32_t known);
 AreaRec* area_of_number(int32_t number);
 AreaRec* area_of_value(var* alias);
 
+// The object whose alias was just refused (null after an announcement that
+// bound its object): the fields announced next belong to it but to no
+// area, and are retired by that object.
+void set_unbound_owner(var* obj);
+// Forget obj as the owner of the unbound fields to come (it is retired).
+void forget_unbound_owner(var* obj);
+
 // Record that field's text (a 'C' field's storage, a memo's buffer) was
 // allocated here: when the field is retired the record keeps it as a
 // value of its own, freed with the record.

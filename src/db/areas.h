@@ -45,6 +45,8 @@ typedef struct AreaRec {
   BbFn qgm;             /* the object's QuickFieldGet, or null */
   BbFn qpm;             /* the object's QuickFieldPut, or null */
   struct AreaRec* nxt;  /* next area on the chain */
+  char aliasbuf[VLN_ALIAS_CMP]; /* the alias of a driver written in the
+                                   language, which has no buffer of its own */
 } AreaRec;
 
 /* ---- The kernel's area globals. ---- */

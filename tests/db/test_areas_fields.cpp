@@ -1,0 +1,278 @@
+// Field variables: names in expressions resolved against fields and memory
+// variables, the getter families and their errors, stores through the
+// driver, and the announcements of drivers written in the language.
+#include <string>
+
+#include "arrays.h"
+#include "dsslots.h"
+#include "objects.h"
+#include "test_areas_toy.hpp"
+
+namespace {
+
+using vltest::str;
+
+class dbFields : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    toy::counters() = {};
+  }
+  void TearDown() override
+  {
+    while (vlnWAHead) toy::close(vlnWAHead->obj);
+    VlTest::TearDown();
+  }
+  static var* open_in(int n, const char* name, toy::Kind kind = toy::Kind::plain)
+  {
+    vlnSelect(set_nv(n, 0), 0);
+    return toy::open(name, {{"ANN", 30}, {"BOB", 40}}, kind);
+  }
+  static var* eval(const char* text) { return exp_eval(text); }
+  static std::string text(const char* expr) { return str(exp_eval(expr)); }
+  static double number(const char* expr) { return vlnNumVar(exp_eval(expr)); }
+  bool reported(int code, const std::string& what) const
+  {
+    for (const auto& r : reports())
+      if (r.code == code && r.description.find(what) != std::string::npos) return true;
+    return false;
+  }
+};
+
+TEST_F(dbFields, FieldOfTheSelectedAreaHidesAMemvarOfTheSameName)
+{
+  set_cvar(vlnGetVarForWrite(vln_add_var("name")), "memvar");
+  var* obj = open_in(1, "cust");
+  EXPECT_EQ(text("name"), "ANN       ");  // the field, its full width
+  EXPECT_EQ(text("M->name"), "memvar");
+  EXPECT_EQ(text("MEMVAR->name"), "memvar");
+  EXPECT_EQ(text("FIELD->name"), "ANN       ");
+  EXPECT_EQ(number("eval({|name| name}, 5)"), 5);  // a block parameter first
+  toy::go(obj, 1);
+  EXPECT_EQ(text("trim(name) + str(age, 3)"), "BOB 40");
+  vlnSelect(set_nv(2, 0), 0);  // an empty area: the memvar shows
+  EXPECT_EQ(text("name"), "memvar");
+  EXPECT_EQ(text("cust->name"), "BOB       ");
+  EXPECT_EQ(number("(1)->age"), 40);
+  EXPECT_EQ(number("cust->(SELECT())"), 1);  // evaluated in area 1
+  EXPECT_EQ(vlnSelectedArea->number, 2);  // and back again
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(dbFields, SameNameInTwoAreasResolvesPerArea)
+{
+  open_in(1, "cust");
+  vlnSelect(set_nv(2, 0), 0);
+  var* orders = toy::open("orders", {{"ORDER-1", 7}});
+  EXPECT_EQ(text("name"), "ORDER-1   ");
+  EXPECT_EQ(text("cust->name"), "ANN       ");
+  const int32_t sym = locate_var("name");
+  EXPECT_EQ(mv_names[sym].nfields, 2u);
+  EXPECT_EQ(vlnGetNAliasField(1, sym)->W_area, vlnNumberLocateArea(1));
+  toy::close(vlnNumberLocateArea(1)->obj);
+  EXPECT_EQ(mv_names[sym].nfields, 1u);
+  EXPECT_EQ(text("name"), "ORDER-1   ");
+  toy::close(orders);
+  EXPECT_EQ(mv_names[sym].nfields, 0u);
+  EXPECT_EQ(mv_names[sym].fields, nullptr);
+}
+
+TEST_F(dbFields, AssignmentsWriteThroughTheDriver)
+{
+  var* obj = open_in(1, "cust");
+  eval("name := 'Zed'");
+  eval("age := age + 1");
+  EXPECT_EQ(toy::rows(obj)[0].name, "Zed");
+  EXPECT_EQ(toy::rows(obj)[0].age, 31);
+  EXPECT_EQ(toy::counters().fieldputs, 2);
+  vlnSelect(set_nv(2, 0), 0);
+  eval("cust->age := 50");
+  eval("(1)->name := 'Yan'");
+  EXPECT_EQ(toy::rows(obj)[0].age, 50);
+  EXPECT_EQ(toy::rows(obj)[0].name, "Yan");
+  EXPECT_EQ(toy::counters().quickputs, 0);
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(dbFields, QuickMethodsAreCalledDirectlyWhenTheClassHasThem)
+{
+  var* obj = open_in(1, "cust", toy::Kind::quick);
+  AreaRec* a = vlnSelectedArea;
+  EXPECT_NE(a->qgm, nullptr);
+  EXPECT_NE(a->qpm, nullptr);
+  EXPECT_EQ(text("name"), "ANN       ");
+  eval("age := 9");
+  EXPECT_EQ(toy::rows(obj)[0].age, 9);
+  EXPECT_GT(toy::counters().quickgets, 0);
+  EXPECT_EQ(toy::counters().quickputs, 1);
+  EXPECT_EQ(toy::counters().fieldgets, 0);
+  EXPECT_EQ(toy::counters().fieldputs, 0);
+  vlnSelect(set_nv(2, 0), 0);
+  open_in(2, "plain");
+  EXPECT_EQ(vlnSelectedArea->qgm, nullptr);
+}
+
+TEST_F(dbFields, GettersReportEachWayOfMissing)
+{
+  open_in(1, "cust");
+  const int32_t sym = locate_var("age");
+  const int32_t nosuch = vln_add_var("nosuch");
+  AreaRec* a = vlnSelectedArea;
+  EXPECT_EQ(VDBL(vlnGetField(sym)), 30);
+  EXPECT_EQ(VDBL(vlnGetCField(" AGE ")), 30);
+  EXPECT_EQ(VDBL(vlnGetCAliasField("CUST", sym)), 30);
+  EXPECT_EQ(VDBL(vlnGetVAliasField(set_nv(1, 0), sym)), 30);
+  EXPECT_EQ(VDBL(vlnGetVAliasCField(set_cv("cust"), "age")), 30);
+  EXPECT_EQ(vlnGetNAliasCField(1, "cust->age + 1")->Type, 'N');  // an expression
+  EXPECT_EQ(VDBL(vlnGetNAliasCField(1, "cust->age + 1")), 31);
+  EXPECT_EQ(vlnGetAliasFieldNoError(a, nosuch), nullptr);
+  EXPECT_TRUE(reports().empty());
+
+  EXPECT_EQ(vlnGetAliasField(a, nosuch), NIL_VAR);
+  EXPECT_TRUE(reported(306, "vlnGetAliasField: cannot find field 'nosuch'"));
+  EXPECT_EQ(vlnGetAliasCField(a, "nosuch"), ERROR_VAR);
+  EXPECT_TRUE(reported(306, "nosuch"));
+  EXPECT_EQ(vlnGetCAliasField("orders", sym), ERROR_VAR);
+  EXPECT_TRUE(reported(342, "orders"));
+  EXPECT_EQ(vlnGetNAliasField(9, sym), ERROR_VAR);
+  EXPECT_TRUE(reported(342, "requested area 9"));
+  EXPECT_EQ(vlnGetVAliasField(TRUE_VAR, sym), ERROR_VAR);
+  EXPECT_TRUE(reported(312, "for alias"));
+  EXPECT_EQ(vlnGetIAliasField(0, sym), ERROR_VAR);  // the table is empty
+  EXPECT_EQ(last_code(), 342);
+  reports().clear();
+
+  EXPECT_EQ(eval("FIELD->nosuch"), ERROR_VAR);
+  EXPECT_EQ(last_code(), 306);
+  EXPECT_EQ(eval("orders->age"), ERROR_VAR);
+  EXPECT_EQ(last_code(), 342);
+  EXPECT_EQ(eval("(9)->age"), ERROR_VAR);
+  EXPECT_TRUE(reported(342, "requested area 9"));
+  EXPECT_EQ(eval("cust->nosuch"), ERROR_VAR);
+  EXPECT_TRUE(reported(306, "cannot find field 'nosuch'"));
+  EXPECT_EQ(eval("(.t.)->(1)"), ERROR_VAR);
+  EXPECT_TRUE(reported(342, "variable has wrong type"));
+  EXPECT_EQ(vlnSelectedArea, a);
+  EXPECT_EQ(a->lnks, 1u);  // the failed push was undone
+}
+
+TEST_F(dbFields, AnnounceFieldRefusesUnknownTypes)
+{
+  open_in(1, "cust");
+  EXPECT_EQ(vlnAnnounceField("odd", 3, 'X', 1, 4, 0, nullptr), nullptr);
+  EXPECT_TRUE(reported(204, "unknown field type 'X'"));
+  EXPECT_LT(locate_var("odd"), 0);
+}
+
+// A driver written in the language: its fields are plain records it keeps
+// in an array (object slot 44) and its fieldput stores into them.
+constexpr int32_t kArraySlot = 44;
+constexpr int32_t kLangMethods = VLN_DS_SLOT_COUNT;
+
+var* lang_fieldput(int argc, var** argv)
+{
+  var* fields = vlnGetObj(argv[0], kArraySlot);
+  var* f = VARR(fields)->A_vec[vlnIntVar(argv[1]) - 1];
+  return cpy_var(f, argv[2]);
+}
+
+var* lang_fieldget(int argc, var** argv)
+{
+  return VARR(vlnGetObj(argv[0], kArraySlot))->A_vec[vlnIntVar(argv[1]) - 1];
+}
+
+var* lang_object()
+{
+  static var* methods = nullptr;
+  if (!methods) {
+    methods = cre_arr(mak_var('N', 'U'), kLangMethods, 0, static_cast<var*>(nullptr));
+    vlnAddMethod(methods, VLN_DS_FIELDGET, reinterpret_cast<AnyFn>(lang_fieldget), 1);
+    vlnAddMethod(methods, VLN_DS_FIELDPUT, reinterpret_cast<AnyFn>(lang_fieldput), 2);
+  }
+  static const VlnClassRow* cls =
+      toy::make_class("langserver", 'D', {},
+                      {{"fieldget", VLN_DS_FIELDGET, 'M'}, {"fieldput", VLN_DS_FIELDPUT, 'M'}},
+                      kLangMethods);
+  var* obj = set_Ov(kArraySlot - 1, cls, methods);
+  cre_arr(vlnGetObj(obj, kArraySlot), 2, 0, static_cast<var*>(nullptr));
+  return obj;
+}
+
+TEST_F(dbFields, LanguageDriversAnnounceFieldsIntoTheirArray)
+{
+  vlnSelect(set_nv(1, 0), 0);
+  var* obj = lang_object();
+  var* fields = vlnGetObj(obj, kArraySlot);
+  var* args2[] = {obj, set_cv("/tmp/lang.txt")};
+  EXPECT_EQ(str(_bb_rddannalia(2, args2)), "LANG");
+  var* qty[] = {set_cv("QTY"), set_nv(1, 0), set_cv(" \tn"), ZERO_VAR,
+                set_nv(5, 0), ZERO_VAR, fields};
+  var* f = _bb_rddannfiel(7, qty);
+  EXPECT_EQ(VARR(fields)->A_vec[0], f);
+  EXPECT_EQ(f->Type, 'N');
+  EXPECT_EQ(f->Mode, 'F');
+  EXPECT_EQ(f->F_indx, 0u);
+  var* label[] = {set_cv("LABEL"), set_nv(2, 0), set_cv("C"), ZERO_VAR,
+                  set_nv(8, 0), ZERO_VAR, fields};
+  _bb_rddannfiel(7, label);
+
+  eval("qty := 7");                 // goes to fieldput, which stores in the record
+  eval("label := 'abc'");
+  EXPECT_EQ(number("qty"), 7);
+  EXPECT_EQ(text("label"), "abc     ");  // the field keeps its width
+  eval("label := 'a much longer text'");
+  EXPECT_EQ(text("label"), "a much l");
+  EXPECT_TRUE(reports().empty());
+
+  var* ret[] = {obj, set_cv("label")};
+  _bb_rddretfiel(2, ret);
+  ret[1] = set_cv("qty");
+  _bb_rddretfiel(2, ret);
+  EXPECT_EQ(_bb_rddretalia(1, &obj), TRUE_VAR);
+  EXPECT_EQ(_bb_rddretalia(1, &obj), FALSE_VAR);
+  EXPECT_EQ(text("label"), "");  // no field any more: an undefined memvar
+  // The array keeps the last values as values of its own.
+  EXPECT_EQ(str(VARR(fields)->A_vec[1]), "a much l");
+  EXPECT_EQ(VDBL(VARR(fields)->A_vec[0]), 7);
+}
+
+TEST_F(dbFields, LanguageAnnouncementsCheckTheirArguments)
+{
+  vlnSelect(set_nv(1, 0), 0);
+  var* obj = lang_object();
+  var* fields = vlnGetObj(obj, kArraySlot);
+  EXPECT_EQ(_bb_rddannalia(1, &obj), ERROR_VAR);
+  EXPECT_TRUE(reported(311, "RddAnnounceField(): 2 params expected"));
+  var* bad_alias[] = {obj, ONE_VAR};
+  EXPECT_EQ(_bb_rddannalia(2, bad_alias), ERROR_VAR);
+  EXPECT_TRUE(reported(312, "expected P[1..7] types AC"));
+  var* six[] = {set_cv("A"), ONE_VAR, set_cv("C"), ZERO_VAR, ONE_VAR, ZERO_VAR};
+  EXPECT_EQ(_bb_rddannfiel(6, six), ERROR_VAR);
+  EXPECT_TRUE(reported(311, "RddAnnounceField(): 7 params expected"));
+  var* wrong[] = {set_cv("A"), set_cv("1"), set_cv("C"), ZERO_VAR, ONE_VAR, ZERO_VAR, fields};
+  EXPECT_EQ(_bb_rddannfiel(7, wrong), ERROR_VAR);
+  EXPECT_TRUE(reported(312, "expected P[1..7] types CNCNNNA"));
+  var* beyond[] = {set_cv("A"), set_nv(3, 0), set_cv("C"), ZERO_VAR, ONE_VAR, ZERO_VAR, fields};
+  EXPECT_EQ(_bb_rddannfiel(7, beyond), ERROR_VAR);
+  EXPECT_TRUE(reported(320, "array of fields too small"));
+  var* num = ONE_VAR;
+  EXPECT_EQ(_bb_rddretalia(1, &num), ERROR_VAR);
+  EXPECT_TRUE(reported(312, "object expected"));
+  EXPECT_EQ(_bb_rddretfiel(1, &obj), ERROR_VAR);
+  EXPECT_TRUE(reported(311, "RddRetireField(): 2 params expected"));
+}
+
+TEST_F(dbFields, FieldsOfAnUnboundTableAreRetiredByTheirObject)
+{
+  vlnSelect(set_nv(1, 0), 0);
+  var* obj = toy::open("A.DBF", {{"ANN", 30}});  // alias A is refused
+  EXPECT_EQ(vlnSelectedArea->obj, nullptr);
+  EXPECT_EQ(text("age"), "");  // not a field of area 1
+  const int32_t sym = locate_var("age");
+  EXPECT_EQ(mv_names[sym].nfields, 1u);
+  toy::close(obj);
+  EXPECT_EQ(mv_names[sym].nfields, 0u);
+}
+
+}  // namespace
