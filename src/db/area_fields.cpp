@@ -6,11 +6,8 @@
 // lookup scans that list from the last entry down for the record of the
 // area asked for: the newest table wins if a driver announced a name twice.
 //
-// A record with Mode 'F' is the field itself.  A record with Mode 'f' is a
-// cache that the area's object refreshes: through the object's
-// QuickFieldGet when it has one (called directly, with the object and the
-// record), else by the message fieldget with the field number plus 1.
-// Writes go the same way through QuickFieldPut or fieldput.
+// Reading and writing a record through its area's object is in
+// area_store.cpp.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -187,19 +184,6 @@ var* field_record(AreaRec* area, int32_t sym)
   return nullptr;
 }
 
-var* fetch_field(var* field)
-{
-  AreaRec* area = field->W_area;
-  if (field->Mode == 'F' || !area || !area->obj) return field;
-  var* obj = area->obj;
-  if (area->qgm) {
-    var* args[2] = {obj, field};
-    return area->qgm(2, args);
-  }
-  var* args[2] = {obj, set_nv(static_cast<double>(field->F_indx) + 1, 0)};
-  return vlnDoMethod("fieldget", VLN_DS_FIELDGET, 0, 2, args);
-}
-
 }  // namespace vlarea
 
 using vlarea::area_of_alias;
@@ -351,22 +335,6 @@ var* vlnGetVAliasCField(var* alias, const char* name)
 {
   AreaRec* a = area_of_value(alias);
   return a ? get_cfield(a, name) : ERROR_VAR;
-}
-
-var* vlnSetField(var* field, var* value)
-{
-  AreaRec* area = field ? field->W_area : nullptr;
-  if (!area || !area->obj) {
-    rt_error(kBadAlias, "field of a closed work area");
-    return ERROR_VAR;
-  }
-  var* obj = area->obj;
-  if (area->qpm) {
-    var* args[3] = {obj, field, value};
-    return area->qpm(3, args);
-  }
-  var* args[3] = {obj, set_nv(static_cast<double>(field->F_indx) + 1, 0), value};
-  return vlnDoMethod("fieldput", VLN_DS_FIELDPUT, 0, 3, args);
 }
 
 }  // extern "C"

@@ -39,7 +39,8 @@ void alias_from_name(const char* name, char* out);
 var* field_record(AreaRec* area, int32_t sym);
 // Bring the value of a driver-backed field record up to date through its
 // area's object (quick get or fieldget); returns what the driver gave, or
-// the record itself for a plain field or when no object answers.
+// the record itself for a plain field, a field of no bound area, or one
+// whose get or put is running.
 var* fetch_field(var* field);
 
 // The bound area an alias names, for the field reads: by text (see

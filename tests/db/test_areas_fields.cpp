@@ -151,6 +151,9 @@ TEST_F(dbFields, GettersReportEachWayOfMissing)
   EXPECT_TRUE(reported(342, "requested area 9"));
   EXPECT_EQ(eval("cust->nosuch"), ERROR_VAR);
   EXPECT_TRUE(reported(306, "cannot find field 'nosuch'"));
+  EXPECT_EQ(number("orders->(SELECT())"), 1);  // runs where it is (902 in devel)
+  EXPECT_EQ(number("(7)->(SELECT())"), 7);  // an empty area, quietly
+  EXPECT_EQ(vlnSelectedArea, a);
   EXPECT_EQ(eval("(.t.)->(1)"), ERROR_VAR);
   EXPECT_TRUE(reported(342, "variable has wrong type"));
   EXPECT_EQ(vlnSelectedArea, a);
@@ -170,8 +173,14 @@ TEST_F(dbFields, AnnounceFieldRefusesUnknownTypes)
 constexpr int32_t kArraySlot = 44;
 constexpr int32_t kLangMethods = VLN_DS_SLOT_COUNT;
 
+int g_lang_puts = 0;
+
+// fieldput(n, value): stores value into the field record; a negative value
+// BREAKs out of the put.
 var* lang_fieldput(int argc, var** argv)
 {
+  ++g_lang_puts;
+  if (argv[2]->Type == 'N' && vlnNumVar(argv[2]) < 0) _bb_break(1, &argv[2]);
   var* fields = vlnGetObj(argv[0], kArraySlot);
   var* f = VARR(fields)->A_vec[vlnIntVar(argv[1]) - 1];
   return cpy_var(f, argv[2]);
@@ -235,6 +244,55 @@ TEST_F(dbFields, LanguageDriversAnnounceFieldsIntoTheirArray)
   // The array keeps the last values as values of its own.
   EXPECT_EQ(str(VARR(fields)->A_vec[1]), "a much l");
   EXPECT_EQ(VDBL(VARR(fields)->A_vec[0]), 7);
+}
+
+// Open a language-driver table with the one field QTY in the selected area.
+var* open_lang(const char* name)
+{
+  var* obj = lang_object();
+  var* alias[] = {obj, set_cv(name)};
+  _bb_rddannalia(2, alias);
+  var* qty[] = {set_cv("QTY"), ONE_VAR, set_cv("N"), ZERO_VAR, set_nv(5, 0), ZERO_VAR,
+                vlnGetObj(obj, kArraySlot)};
+  _bb_rddannfiel(7, qty);
+  return obj;
+}
+
+// (1)->(qty := -1) inside BEGIN SEQUENCE: the put BREAKs.
+var* break_in_put(int argc, var** argv)
+{
+  VL_BEGIN("areas.prg", "breakinput");
+  var* got = VL_LOCAL('U');
+  VL_BEGIN_SEQUENCE
+    VL_STMT(exp_eval("(1)->(qty := -1)"));
+  VL_RECOVER(got)
+  VL_END_SEQUENCE;
+  VL_RETURN(got);
+}
+
+TEST_F(dbFields, DirectStoresReachTheDriverOnceAndABreakOutOfAPutUnwinds)
+{
+  vlnSelect(ONE_VAR, 0);
+  var* obj = open_lang("lang");
+  var* qty = VARR(vlnGetObj(obj, kArraySlot))->A_vec[0];
+  g_lang_puts = 0;
+  vlnSetField(qty, set_nv(3, 0));  // as compiled code stores a field
+  EXPECT_EQ(g_lang_puts, 1);
+  EXPECT_EQ(VDBL(qty), 3);
+
+  vlnSelect(set_nv(2, 0), 0);
+  AreaRec* one = vlnNumberLocateArea(1);
+  EXPECT_EQ(vlnNumVar(vl_call(break_in_put, {})), -1);
+  EXPECT_EQ(vlnSelectedArea->number, 2);  // the aliased list was undone
+  EXPECT_EQ(one->lnks, 1u);
+  EXPECT_EQ(g_lang_puts, 2);
+  exp_eval("lang->qty := 4");  // the put is not left marked as running
+  EXPECT_EQ(g_lang_puts, 3);
+  EXPECT_EQ(VDBL(qty), 4);
+
+  var* ret[] = {obj, set_cv("qty")};
+  _bb_rddretfiel(2, ret);
+  _bb_rddretalia(1, &obj);
 }
 
 TEST_F(dbFields, LanguageAnnouncementsCheckTheirArguments)
