@@ -106,7 +106,7 @@ int32_t area_letter(const char* text)
 }
 
 // The area of that number: on the chain, or the selected empty record.
-AreaRec* area_of_number(int32_t number)
+AreaRec* numbered_area(int32_t number)
 {
   if (AreaRec* a = vlnNumberLocateArea(number)) return a;
   AreaRec* sel = vlnSelectedArea;
@@ -152,7 +152,7 @@ AreaRec* select_number(int32_t number, const SelectMode& m)
       return nullptr;
     }
   }
-  if (AreaRec* a = area_of_number(number)) return m.select ? select_area(a) : a;
+  if (AreaRec* a = numbered_area(number)) return m.select ? select_area(a) : a;
   if (m.create) return select_area(create_area(number));
   if (m.report_number) report_number(number);
   return nullptr;

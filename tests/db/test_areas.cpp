@@ -77,6 +77,9 @@ TEST_F(dbAreas, ChainStaysSortedAndSelectFindsByNumberAliasAndLetter)
   EXPECT_EQ(select_fn("Items->name"), 2);
   EXPECT_EQ(select_fn("nosuch"), 0);
   EXPECT_EQ(select_fn(""), 3);
+  EXPECT_EQ(select_fn("M"), 3);  // M: the selected area
+  EXPECT_EQ(select_fn("custxxxxxxxxx"), 0);  // cut at 10, not a prefix match
+  EXPECT_EQ(vlnGetAreaObject(99), vlnSelectedArea->obj);
   // Modes 2 and 4 look up without selecting.
   EXPECT_EQ(vlnSelect(set_nv(1, 0), 2)->number, 1);
   EXPECT_EQ(vlnSelectedArea->number, 3);
@@ -187,6 +190,7 @@ TEST_F(dbAreas, SuffixCounterGrowsToTwoDigitsAfterF)
   EXPECT_EQ(got[17], "T_11");
   // With d = 2 a nine-letter name gives way further: L=9, d=2 at offset 4.
   for (int i = 0; i < 17; ++i) got.push_back(announce("ABCDEFGHI"));
+  EXPECT_EQ(got[19], "ABCDE_1");
   EXPECT_EQ(got.back(), "ABCD_10");
 }
 
@@ -256,23 +260,6 @@ TEST_F(dbAreas, ReannouncingRenamesTheAreaAndKnownAliasesBind)
   vlnKnownAlias = nullptr;
   vlnKnownAreas = nullptr;
   vlnKnownAreaCnt = 0;
-}
-
-TEST_F(dbAreas, Chr2AreaPrefersAliasesThenLettersThenNumbers)
-{
-  open_in(1, "cust");
-  open_in(14, "n");  // a one-letter alias at or above N is valid
-  EXPECT_EQ(vlnChr2Area(nullptr), vlnSelectedArea);
-  EXPECT_EQ(vlnChr2Area("  cust   "), vlnNumberLocateArea(1));
-  EXPECT_EQ(vlnChr2Area("n"), vlnNumberLocateArea(14));
-  EXPECT_EQ(vlnChr2Area("a"), vlnNumberLocateArea(1));
-  EXPECT_EQ(vlnChr2Area("b"), nullptr);
-  EXPECT_EQ(vlnChr2Area("M"), vlnSelectedArea);
-  EXPECT_EQ(vlnChr2Area("14"), vlnNumberLocateArea(14));
-  EXPECT_EQ(vlnChr2Area("custxxxxxxxxx"), nullptr);
-  EXPECT_EQ(vlnChr2Area("0"), nullptr);
-  EXPECT_EQ(vlnGetAreaObject(99), vlnSelectedArea->obj);
-  EXPECT_EQ(vlnGetAreaObject(1), vlnNumberLocateArea(1)->obj);
 }
 
 TEST_F(dbAreas, ClosingFreesTheObjectOnceAndPushesKeepTheAreaAlive)

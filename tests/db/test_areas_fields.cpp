@@ -128,6 +128,9 @@ TEST_F(dbFields, GettersReportEachWayOfMissing)
   EXPECT_EQ(VDBL(vlnGetNAliasCField(1, "cust->age + 1")), 31);
   EXPECT_EQ(vlnGetAliasFieldNoError(a, nosuch), nullptr);
   EXPECT_TRUE(reports().empty());
+  EXPECT_EQ(vlnAnnounceField("odd", 3, 'X', 1, 4, 0, nullptr), nullptr);
+  EXPECT_TRUE(reported(204, "unknown field type 'X'"));
+  EXPECT_LT(locate_var("odd"), 0);
 
   EXPECT_EQ(vlnGetAliasField(a, nosuch), NIL_VAR);
   EXPECT_TRUE(reported(306, "vlnGetAliasField: cannot find field 'nosuch'"));
@@ -158,14 +161,6 @@ TEST_F(dbFields, GettersReportEachWayOfMissing)
   EXPECT_TRUE(reported(342, "variable has wrong type"));
   EXPECT_EQ(vlnSelectedArea, a);
   EXPECT_EQ(a->lnks, 1u);  // the failed push was undone
-}
-
-TEST_F(dbFields, AnnounceFieldRefusesUnknownTypes)
-{
-  open_in(1, "cust");
-  EXPECT_EQ(vlnAnnounceField("odd", 3, 'X', 1, 4, 0, nullptr), nullptr);
-  EXPECT_TRUE(reported(204, "unknown field type 'X'"));
-  EXPECT_LT(locate_var("odd"), 0);
 }
 
 // A driver written in the language: its fields are plain records it keeps
