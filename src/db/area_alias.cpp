@@ -99,10 +99,12 @@ void rename_area(AreaRec* area, const char* alias)
   area->alias = alias;
 }
 
-// Bind obj to the selected area (area 1 is made when none is selected).
-// Null when the alias is refused or the selected area holds another object.
-AreaRec* bind_selected(var* obj, const char* alias)
+// Bind obj to the selected area (the lowest free number is made when none
+// is selected).  *area is null when the alias is refused.  False after a
+// report: the selected area holds another object.
+bool bind_selected(var* obj, const char* alias, AreaRec** area)
 {
+  *area = nullptr;
   if (!vlnSelectedArea) {
     AreaRec* a = vlnCreateArea();
     a->number = static_cast<uint16_t>(vlarea::lowest_free_number());
@@ -110,9 +112,10 @@ AreaRec* bind_selected(var* obj, const char* alias)
   }
   if (vlnSelectedArea->obj) {
     int_error(kBadAlias, "work area already in use", kModule, __LINE__);
-    return nullptr;
+    return false;
   }
-  return vlnSetArea(vlnSelectedArea, 0, alias, obj);
+  *area = vlnSetArea(vlnSelectedArea, 0, alias, obj);
+  return true;
 }
 
 // Point area at the known-alias table's entry when its alias has one.
@@ -163,8 +166,8 @@ int vlnAnnounceAlias(var* obj, const char* name, char* buffer)
   AreaRec* area = own;
   if (own)
     rename_area(own, alias);
-  else
-    area = bind_selected(obj, alias);
+  else if (!bind_selected(obj, alias, &area))
+    return -1;
   if (area) bind_known(area);
   vlarea::set_unbound_owner(area ? nullptr : obj);
   return changed;

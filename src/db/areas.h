@@ -115,9 +115,13 @@ int vlnValidAlias(const char* name);
 /* ---- Aliases of driver objects. ---- */
 
 /* Bind obj (a data-server object) to the selected area under a unique
-** alias derived from name; the alias given is written to buffer (at least
-** 11 bytes; null only tests the name).  1 when the alias had to be
-** changed, 0 when not, -1 after a report. */
+** alias derived from name (its file part, upper-cased, cut at the first
+** full stop and at 10 characters); the alias given is written to buffer
+** (at least 11 bytes, which must outlive the binding; null only tests the
+** name).  An alias vlnValidAlias refuses leaves obj bound to no area,
+** silently.  1 when the alias had to be changed, 0 when not, -1 after a
+** report (317 not an object, 338 not a data server, 342 the selected area
+** holds another object). */
 int vlnAnnounceAlias(var* obj, const char* name, char* buffer);
 /* Unbind obj's area: unlink and delete it.  0, or -1 when no area holds
 ** obj. */

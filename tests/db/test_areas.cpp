@@ -226,6 +226,12 @@ TEST_F(dbAreas, AnnounceAliasChecksTheObject)
   var* probe = toy::open("other", {{"X", 1}});
   EXPECT_EQ(vlnAnnounceAlias(probe, "cust", nullptr), 1);
   EXPECT_EQ(chain(), (std::vector<int>{1, 2}));
+  vlnSelect(set_nv(3, 0), 0);
+  var* loose = toy::open("A.DBF", {{"X", 1}});  // bound to no area
+  vlnSelect(ONE_VAR, 0);  // area 1 holds cust: a second table is refused
+  EXPECT_EQ(vlnAnnounceAlias(loose, "x", buf), -1);
+  EXPECT_TRUE(reported(342, "work area already in use"));
+  EXPECT_STREQ(vlnNumberLocateArea(1)->alias, "CUST");
 }
 
 TEST_F(dbAreas, ReannouncingRenamesTheAreaAndKnownAliasesBind)
