@@ -45,6 +45,8 @@ typedef struct AreaRec {
   BbFn qgm;             /* the object's QuickFieldGet, or null */
   BbFn qpm;             /* the object's QuickFieldPut, or null */
   struct AreaRec* nxt;  /* next area on the chain */
+  char aliasbuf[VLN_ALIAS_CMP]; /* the alias of a driver written in the
+                                   language, which has no buffer of its own */
 } AreaRec;
 
 /* ---- The kernel's area globals. ---- */
@@ -70,13 +72,18 @@ AreaRec* vlnSetArea(AreaRec* area, int32_t number, const char* alias, var* obj);
 /* ---- Selection. ---- */
 
 /* Select area (which must hold an object, else 342) for an aliased
-** expression.  Returns what must be given to vlnPopArea. */
+** expression.  Returns what must be given to vlnPopArea.  Every push, also
+** one that fails, raises the links of the area selected before it, so
+** that the area outlives the expression; the pop lowers them again. */
 AreaRec* vlnPushArea(AreaRec* area);
-/* Undo a push: prev becomes the selected area again.  Returns it. */
+/* Undo a push: prev becomes the selected area again, and the record
+** selected until now is deleted if it has no object.  Returns prev. */
 AreaRec* vlnPopArea(AreaRec* prev);
 /* The pushes of aliased expressions by alias text, known-alias index, area
 ** number and value ('C' alias or number).  Each returns the previous area
-** for vlnPopArea. */
+** for vlnPopArea.  A text or number without a bound area goes to
+** vlnSelect(value, 0) (so an empty area's number selects it quietly); an
+** unbound known alias and a value of another type report 342. */
 AreaRec* vlnPushCArea(const char* alias);
 AreaRec* vlnPushIArea(int32_t known);
 AreaRec* vlnPushNArea(int32_t number);
@@ -108,9 +115,13 @@ int vlnValidAlias(const char* name);
 /* ---- Aliases of driver objects. ---- */
 
 /* Bind obj (a data-server object) to the selected area under a unique
-** alias derived from name; the alias given is written to buffer (at least
-** 11 bytes; null only tests the name).  1 when the alias had to be
-** changed, 0 when not, -1 after a report. */
+** alias derived from name (its file part, upper-cased, cut at the first
+** full stop and at 10 characters); the alias given is written to buffer
+** (at least 11 bytes, which must outlive the binding; null only tests the
+** name).  An alias vlnValidAlias refuses leaves obj bound to no area,
+** silently.  1 when the alias had to be changed, 0 when not, -1 after a
+** report (317 not an object, 338 not a data server, 342 the selected area
+** holds another object). */
 int vlnAnnounceAlias(var* obj, const char* name, char* buffer);
 /* Unbind obj's area: unlink and delete it.  0, or -1 when no area holds
 ** obj. */
@@ -119,13 +130,21 @@ int vlnRetireAlias(var* obj);
 /* ---- Field variables. ---- */
 
 /* Make the field record of field number of the selected area and enter it
-** under name.  storage is the record-buffer text of a 'C' field.  Returns
-** the record (owned by the name's field list), or null after a report. */
+** under name.  storage is the record-buffer text of a 'C' field (not
+** terminated: Length bounds it).  A memo field gets a one-byte text
+** buffer that belongs to the driver, which may reallocate it and frees it
+** before retiring the field.  number is stored as F_indx; the fieldget
+** and fieldput messages receive F_indx + 1.  Call after vlnAnnounceAlias:
+** when that left the object unbound (alias refused), the field belongs to
+** no area.  Returns the record (owned by the name's field list), or null
+** after 204. */
 var* vlnAnnounceField(const char* name, int32_t number, int type, int backed,
                       int32_t length, int32_t decimals, char* storage);
 /* Append field to the field list of symbol index sym. */
 void inIntroduceField(int32_t sym, var* field);
-/* Remove and release obj's field record of that name. */
+/* Remove and release obj's field record of that name.  Drivers retire
+** their fields before their alias: the field is found through the area
+** that holds obj. */
 void vlnRetireField(var* obj, const char* name);
 
 /* Field reads.  The area is the selected one, an area record, an alias

@@ -1,0 +1,85 @@
+// area_hooks.cpp -- how the kernel reaches the work areas: field names in
+// expressions, alias->field, alias->(list), stores into field records and
+// the area number of the dumps.
+//
+// Field reads refresh the record through the driver and then hand out the
+// record itself, so that an expression can also assign through it.  A
+// store into a field record goes to the area's object (vlnSetField).
+#include <cstdio>
+#include <vector>
+
+#include "areaint.hpp"
+#include "dumps.h"
+#include "evalhooks.h"
+#include "frame.h"
+#include "kernel.h"
+#include "vlerror.h"
+#include "vlgen.h"
+
+namespace {
+
+constexpr int kNoField = 306;
+constexpr int kDevWarning = 902;
+
+// Saved selections of the aliased lists being evaluated.
+std::vector<AreaRec*> g_pushed;
+
+// The field record of name in area, refreshed; null when there is none.
+var* fresh_field(AreaRec* area, const char* name)
+{
+  const int32_t sym = locate_var(name);
+  var* f = sym >= 0 ? vlarea::field_record(area, sym) : nullptr;
+  if (f) vlarea::fetch_field(f);
+  return f;
+}
+
+var* eval_field(const char* name) { return fresh_field(vlnSelectedArea, name); }
+
+var* eval_alias_field(var* alias, const char* name)
+{
+  AreaRec* area = vlarea::area_of_value(alias);
+  if (!area) return ERROR_VAR;
+  if (var* f = fresh_field(area, name)) return f;
+  std::snprintf(repdum, sizeof repdum, "vlnGetAliasField: cannot find field '%s'", name);
+  return rt_error(kNoField, repdum);
+}
+
+// alias->(list): the push of vlnPushVArea.  A developer warning (a missing
+// area selected by text, 902) lets the list run where the selection ended;
+// any other report undoes the push and stops the list.
+int eval_push_area(var* alias)
+{
+  const uint32_t errors = vln_error_count;
+  AreaRec* prev = vlnPushVArea(alias);
+  if (vln_error_count != errors && last_errno != kDevWarning) {
+    vlnPopArea(prev);
+    return 0;
+  }
+  g_pushed.push_back(prev);
+  return 1;
+}
+
+void eval_pop_area(void)
+{
+  if (g_pushed.empty()) return;
+  AreaRec* prev = g_pushed.back();
+  g_pushed.pop_back();
+  vlnPopArea(prev);
+}
+
+void refresh_field(var* field) { vlarea::fetch_field(field); }
+
+int area_number(AreaRec* area) { return area ? area->number : 0; }
+
+}  // namespace
+
+VLN_INIT(areas, 10)
+{
+  vln_eval_field_hook = eval_field;
+  vln_eval_alias_field_hook = eval_alias_field;
+  vln_eval_push_area_hook = eval_push_area;
+  vln_eval_pop_area_hook = eval_pop_area;
+  vlnSetFieldHook = vlnSetField;
+  vlnGetFieldHook = refresh_field;
+  vlnAreaNumberHook = area_number;
+}
