@@ -95,8 +95,10 @@ typedef struct VlnDsClass {
 const VlnDsClass* vlnDsDeriveClass(const char* name, const unsigned char* overrides,
                                    const VlnDsExtra* extras, int32_t nextras);
 /* Build the method array of a derived class: entry i gets fn(i) for the
-** driver's own slots and the dataserver function for the others; pars is
-** 0 for access and assign, 1 for methods.  The caller keeps the array. */
+** driver's own slots and the dataserver function for the others (also
+** where fn gives null below slot 166; above it such an entry stays
+** unlinked); pars is 0 for access and assign, 1 for methods.  The caller
+** keeps the array. */
 var* vlnDsCollectMethods(const VlnDsClass* cls, AnyFn (*fn)(int32_t slot));
 
 VL_END_DECLS

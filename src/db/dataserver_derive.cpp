@@ -116,7 +116,8 @@ var* vlnDsCollectMethods(const VlnDsClass* cls, AnyFn (*fn)(int32_t slot))
   var* methods = cre_arr(mak_var('N', 'U'), cls->count, 0, static_cast<var*>(nullptr));
   for (int32_t i = 0; i < cls->count; ++i) {
     const VlnDsSlotInfo& s = cls->slots[i];
-    AnyFn f = s.level == 0 ? vlnDataserverMethod(s.dsslot) : fn(i);
+    AnyFn f = s.level == 0 ? nullptr : fn(i);
+    if (!f) f = vlnDataserverMethod(s.dsslot);
     if (f) vlnAddMethod(methods, i, f, s.kind == 'M');
   }
   return methods;

@@ -143,8 +143,13 @@ var* diErrorObject(var* self)
 void diError(var* self, const char* method, int code, int severity, const char* text,
              const char* source, int line)
 {
+  diErrorHead(vlnDriverHeadOf(self), method, code, severity, text, source, line);
+}
+
+void diErrorHead(VlnDriverHead* head, const char* method, int code, int severity,
+                 const char* text, const char* source, int line)
+{
   const int32_t mark = tmpvar_cnt;
-  VlnDriverHead* head = vlnDriverHeadOf(self);
   if (head) vlnDriverHeadInit(head);
   var* e = head ? head->errobj : _bb_errornew(0, nullptr);
   fill(e, method ? method : "", code < 0 ? -code : code, severity, text ? text : "",

@@ -49,6 +49,11 @@ VlnDriverHead* vlnDriverHeadOf(var* obj);
 ** is -9999; otherwise they are "" and 0. */
 void diError(var* self, const char* method, int code, int severity, const char* text,
              const char* source, int line);
+/* diError for the state head of a table (null: no state), for callers
+** that reach the state but not the object, such as the lock layer's
+** report seam. */
+void diErrorHead(VlnDriverHead* head, const char* method, int code, int severity,
+                 const char* text, const char* source, int line);
 /* The error object of self's table, or NIL_VAR when it has none. */
 var* diErrorObject(var* self);
 /* The tail of diError for a filled error object: guard, last_errno,

@@ -267,7 +267,7 @@ enum VlnDsSlot {
   X(WHILEBLOCK, whileblock)
 
 enum VlnDsIvar {
-  VLN_IV_FIRST_ = 1,
+  VLN_IV_METHODS_ = 1, /* slot 0 holds the class, slot 1 the methods */
 #define VLN_DS_IVAR_(id, name) VLN_IV_##id,
   VLN_DS_IVARS(VLN_DS_IVAR_)
 #undef VLN_DS_IVAR_

@@ -128,13 +128,4 @@ TEST_F(DbfidxClass, NameSearchPrefersTheDriverAndSuperFindsLevelZero)
   EXPECT_EQ(vlnLocateMethod("orderkeyno", rows, 'M', &lim), 110);
 }
 
-TEST_F(DbfidxClass, ParsWords)
-{
-  EXPECT_EQ(vlnDbfidxPars(VLN_DS_ALIAS_AC), 0);
-  EXPECT_EQ(vlnDbfidxPars(VLN_DS_SEEK), 1);
-  EXPECT_EQ(vlnDbfidxPars(VLN_DBFIDX_INDEXSKIP), 2);
-  EXPECT_EQ(vlnDbfidxPars(VLN_DBFIDX_INDEXSEEK), 3);
-  EXPECT_EQ(vlnDbfidxPars(268), 0);  // the level-0 recno assign
-}
-
 }  // namespace
