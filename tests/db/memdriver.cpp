@@ -11,6 +11,7 @@
 // while they do: the error block may BREAK out of them.
 #include "memdriver.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
