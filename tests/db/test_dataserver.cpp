@@ -1,0 +1,147 @@
+// The abstract data server: its class record, and an instance that answers
+// every message, by slot and by name, with the report of the abstract
+// class and the object itself.
+#include <string>
+
+#include "dataserver.h"
+#include "objects.h"
+#include "vlgen.h"
+#include "vltest.h"
+
+namespace {
+
+using vltest::str;
+
+constexpr int32_t kFirstMethodRow = 2 + VLN_IV_COUNT;
+
+const char* row_name(const VlnClassRow& row) { return reinterpret_cast<const char*>(row.w1); }
+
+class Dataserver : public vltest::VlTest {
+ protected:
+  // A new instance; its construction reports the abstract init.
+  var* make()
+  {
+    var* obj = _bb_dataserver(0, nullptr);
+    EXPECT_EQ(last_code(), 343);
+    reports().clear();
+    return obj;
+  }
+  // The one report since the last clear has code and names the member.
+  void expect_report(int code, const std::string& what)
+  {
+    ASSERT_EQ(reports().size(), 1u) << what;
+    EXPECT_EQ(reports()[0].code, code) << what;
+    EXPECT_NE(reports()[0].description.find(what), std::string::npos) << reports()[0].description;
+    reports().clear();
+  }
+};
+
+TEST_F(Dataserver, ClassRecordIsSortedAndIndexedBySlot)
+{
+  const VlnClassRow* cls = DataserverStruct;
+  EXPECT_EQ(cls[0].w1, 'D');
+  EXPECT_EQ(cls[0].w2, 42);
+  EXPECT_EQ(cls[0].w3, 166);
+  EXPECT_EQ(cls[0].w4, 2);
+  EXPECT_EQ(std::string(vlnClassName(cls)), "dataserver");
+  for (int32_t i = 0; i < VLN_IV_COUNT; ++i) {
+    const VlnClassRow& row = cls[2 + i];
+    EXPECT_EQ(row.w2, 2 + i);
+    EXPECT_EQ(row.w4, std::string(row_name(row)) == "cargo" ? 'E' : 'A') << row_name(row);
+    if (i) {
+      EXPECT_LT(vlnStrNLCmp(row_name(cls[1 + i]), row_name(row), 250), 0);
+    }
+  }
+  for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) {
+    const VlnClassRow& row = cls[kFirstMethodRow + s];
+    EXPECT_EQ(row.w2, s);
+    EXPECT_EQ(row.w3, 0);
+    if (s) {
+      EXPECT_LE(vlnStrNLCmp(row_name(cls[kFirstMethodRow + s - 1]), row_name(row), 250), 0);
+    }
+  }
+  // Spot checks of the numbers the database functions send by.
+  int32_t lim = VL_NO_LEVEL_LIMIT;
+  EXPECT_EQ(vlnLocateMethod("fieldget", cls, 'M', &lim), 51);
+  EXPECT_EQ(vlnLocateMethod("fieldput", cls, 'M', &lim), 57);
+  EXPECT_EQ(vlnLocateMethod("indexkey", cls, 'M', &lim), 80);
+  EXPECT_EQ(vlnLocateMethod("indexkey", cls, 'A', &lim), 81);
+  EXPECT_EQ(vlnLocateMethod("orderkeyno", cls, '=', &lim), 109);
+  EXPECT_EQ(vlnLocateMethod("setselectiverelat", cls, 'M', &lim), 150);
+  EXPECT_EQ(vlnLocateMethod("zap", cls, 'M', &lim), 165);
+  EXPECT_EQ(vlnLocateInstance("whileblock", cls), 43);
+}
+
+TEST_F(Dataserver, EveryMessageReportsAndReturnsTheObject)
+{
+  var* obj = make();
+  ASSERT_EQ(obj->Type, 'O');
+  for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) {
+    const VlnClassRow& row = DataserverStruct[kFirstMethodRow + s];
+    const bool fallback = s == VLN_DS_NOMETHOD || s == VLN_DS_NOIVARGET || s == VLN_DS_NOIVARPUT;
+    // A fallback is told the name of the member that was missing.
+    const std::string name = fallback ? "probe" : row_name(row);
+    var* result = nullptr;
+    AnyFn fn = vlnGetMethod(obj, row_name(row), s);
+    if (row.w4 == 'M') {
+      var* args[] = {obj, set_cv(name.c_str())};
+      result = vlnDoMethod(row_name(row), s, 0, fallback ? 2 : 1, args);
+    } else if (row.w4 == 'A') {
+      result = reinterpret_cast<VlnAccessFn>(fn)(obj);
+    } else {
+      result = reinterpret_cast<VlnAssignFn>(fn)(obj, ONE_VAR);
+    }
+    ASSERT_EQ(result->Type, 'O') << name;
+    EXPECT_EQ(VARR(result), VARR(obj)) << name;
+    const bool method = row.w4 == 'M' && s != VLN_DS_NOIVARGET && s != VLN_DS_NOIVARPUT;
+    expect_report(method ? 343 : 344, std::string("Class 'dataserver' does not define ") +
+                                          (method ? "method '" : "instance '") + name + "'");
+  }
+}
+
+TEST_F(Dataserver, VariablesGoThroughTheirAccessAndAssignMessages)
+{
+  var* obj = make();
+  vlnDoInstance(obj, "eof", VLN_IV_EOF, 0, nullptr);
+  expect_report(344, "does not define instance 'eof'");
+  vlnDoInstance(obj, "filter", VLN_IV_FILTER, 0, set_cv("x > 1"));
+  expect_report(344, "does not define instance 'filter'");
+  // setfound has an assign message only: a read finds no access.
+  vlnDoInstance(obj, "setfound", VLN_IV_SETFOUND, 0, nullptr);
+  ASSERT_EQ(reports().size(), 1u);
+  EXPECT_EQ(reports()[0].code, 344);
+  reports().clear();
+  // cargo is a plain variable.
+  vlnDoInstance(obj, "cargo", VLN_IV_CARGO, 0, set_nv(7, 0));
+  EXPECT_EQ(vlnNumVar(vlnDoInstance(obj, "cargo", VLN_IV_CARGO, 0, nullptr)), 7);
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(Dataserver, UnknownNamesLandInTheFallbacks)
+{
+  var* obj = make();
+  var* args[] = {obj, set_cv("extra")};
+  var* r = vlnNoDoMethod("frobnicate", 0, 2, args);
+  EXPECT_EQ(VARR(r), VARR(obj));
+  expect_report(343, "Class 'dataserver' does not define method 'frobnicate'");
+  r = vlnNoIVar(obj, "nosuchvar", 0, nullptr);
+  EXPECT_EQ(VARR(r), VARR(obj));
+  expect_report(344, "Class 'dataserver' does not define instance 'nosuchvar'");
+  vlnNoIVar(obj, "nosuchvar", 0, ONE_VAR);
+  expect_report(344, "does not define instance 'nosuchvar'");
+  // By name, a known message takes its own slot.
+  vlnNoDoMethod("SEEK", 0, 1, args);
+  expect_report(343, "does not define method 'seek'");
+}
+
+TEST_F(Dataserver, InstancesShareOneMethodArray)
+{
+  var* a = make();
+  var* b = make();
+  EXPECT_EQ(VARR(VARR(a)->A_vec[1]), VARR(VARR(b)->A_vec[1]));
+  EXPECT_EQ(VARR(VARR(a)->A_vec[1]), VARR(vlnDataserverCollectMethods()));
+  EXPECT_EQ(VARR(vlnDataserverCollectMethods())->A_size, 166u);
+  EXPECT_EQ(vlnDataserverMethod(166), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,241 @@
+// The driver error path: the error object of a table as the error block
+// sees it, its reuse, the road through the report level and ERRSTAT, and a
+// BREAK out of the block that leaves the table usable.
+#include <string>
+
+#include "areas.h"
+#include "blocks.h"
+#include "dataserver.h"
+#include "dierror.h"
+#include "errclass.h"
+#include "memdriver.h"
+#include "objects.h"
+#include "set.h"
+#include "vlgen.h"
+#include "vltest.h"
+
+namespace {
+
+using vltest::str;
+
+// What the error block saw.
+struct BlockSaw {
+  int calls = 0;
+  ArrRec* object = nullptr;
+  int32_t gencode = 0, severity = 0, tries = -1, oscode = -1, subcode = -1;
+  std::string description, operation, filename, subsystem;
+  bool candefault = true, canretry = true, cansubstitute = true;
+  char args = '?', cargo = '?';
+} g;
+
+std::string text_of(var* e, const char* name) { return str(vlnNoIVar(e, name, 0, nullptr)); }
+int32_t int_of(var* e, const char* name) { return vlnIntVar(vlnNoIVar(e, name, 0, nullptr)); }
+
+var* recording_block(int argc, var** argv, var**)
+{
+  var* e = argv[0];
+  ++g.calls;
+  g.object = VARR(e);
+  g.gencode = int_of(e, "gencode");
+  g.severity = int_of(e, "severity");
+  g.tries = int_of(e, "tries");
+  g.oscode = int_of(e, "oscode");
+  g.subcode = int_of(e, "subcode");
+  g.description = text_of(e, "description");
+  g.operation = text_of(e, "operation");
+  g.filename = text_of(e, "filename");
+  g.subsystem = text_of(e, "subsystem");
+  g.candefault = vlnLogVar(vlnNoIVar(e, "candefault", 0, nullptr));
+  g.canretry = vlnLogVar(vlnNoIVar(e, "canretry", 0, nullptr));
+  g.cansubstitute = vlnLogVar(vlnNoIVar(e, "cansubstitute", 0, nullptr));
+  g.args = vlnNoIVar(e, "args", 0, nullptr)->Type;
+  g.cargo = vlnNoIVar(e, "cargo", 0, nullptr)->Type;
+  vlnNoIVar(e, "cargo", 0, ONE_VAR);  // the next error must clear it again
+  return NIL_VAR;
+}
+
+var* breaking_block(int argc, var** argv, var**)
+{
+  ++g.calls;
+  return _bb_break(argc, argv);
+}
+
+// FIELDPUT(2, "x") on the selected area, the way a program line does it.
+var* bad_fieldput(int argc, var** argv)
+{
+  VL_BEGIN("app", "update");
+  var* r = VL_LOCAL('U');
+  VL_STMT(var* a[] = {vlnSelectedArea->obj, set_nv(2, 0), set_cv("x")};
+          cpy_var(r, vlnDoMethod("fieldput", VLN_DS_FIELDPUT, 0, 3, a)));
+  VL_RETURN(r);
+}
+
+// BEGIN SEQUENCE; bad FIELDPUT; RECOVER USING e; END: e.
+var* guarded_fieldput(int argc, var** argv)
+{
+  VL_BEGIN("app", "guarded");
+  var* e = VL_LOCAL('U');
+  VL_BEGIN_SEQUENCE
+    VL_STMT(vl_call(bad_fieldput, {}));
+  VL_RECOVER(e)
+  VL_END_SEQUENCE;
+  VL_RETURN(e);
+}
+
+class DiError : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    capture_ = vln_error_handler;
+    vln_error_handler = vln_default_error_handler;  // through the error block
+    g = BlockSaw{};
+    saved_block_ = mak_var('N', 'U');
+    cpy_var(saved_block_, _bb_errorblock(0, nullptr));
+    memdrv::define("people", {{"name", 'C', 8, 0}, {"age", 'N', 3, 0}},
+                   {{std::string("ANN"), 31.0}, {std::string("BOB"), 42.0}});
+    memdrv::define("towns", {{"town", 'C', 10, 0}}, {{std::string("OSLO")}});
+  }
+  void TearDown() override
+  {
+    _bb_errorblock(1, &saved_block_);
+    del_var(saved_block_);
+    const int32_t mark = tmpvar_cnt;
+    while (vlnWAHead) {
+      var* args[] = {vlnWAHead->obj};
+      vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, args);
+      del_tmpvars(mark);
+    }
+    VlTest::TearDown();
+  }
+  static void install(BlockFn fn)
+  {
+    var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(fn), 1, static_cast<var*>(nullptr));
+    _bb_errorblock(1, &block);
+  }
+  var* saved_block_ = nullptr;
+  void (*capture_)(const VlnErrReport*) = nullptr;  // the fixture's handler
+};
+
+TEST_F(DiError, TheErrorBlockReceivesTheFilledObject)
+{
+  install(recording_block);
+  ASSERT_TRUE(memdrv::open("people"));
+  var* r = vl_call(bad_fieldput, {});
+  EXPECT_EQ(r->Type, 'L');  // the method's neutral result
+  EXPECT_FALSE(vlnLogVar(r));
+  ASSERT_EQ(g.calls, 1);
+  EXPECT_EQ(g.gencode, 317);
+  EXPECT_EQ(g.severity, VL_SEV_RUNTIME);
+  EXPECT_EQ(g.description, "DBFIDX:FieldPut();type mismatch: 'C' <> 'N';317 (Illegal type)");
+  EXPECT_EQ(g.operation, "FieldPut()");
+  EXPECT_EQ(g.filename.rfind("app.PRG, module UPDATE line ", 0), 0u) << g.filename;
+  EXPECT_EQ(g.subsystem, "");
+  EXPECT_EQ(g.subcode, 0);
+  EXPECT_EQ(g.tries, 0);
+  EXPECT_EQ(g.oscode, 0);
+  EXPECT_FALSE(g.candefault || g.canretry || g.cansubstitute);
+  EXPECT_EQ(g.args, 'U');
+  EXPECT_EQ(g.cargo, 'U');
+  EXPECT_EQ(last_errno, 317);
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(DiError, OneObjectPerTableReusedAcrossItsErrors)
+{
+  install(recording_block);
+  ASSERT_TRUE(memdrv::open("people"));
+  var* people = vlnSelectedArea->obj;
+  vl_call(bad_fieldput, {});
+  ArrRec* first = g.object;
+  EXPECT_EQ(VARR(diErrorObject(people)), first);
+  vl_call(bad_fieldput, {});
+  EXPECT_EQ(g.object, first);
+  EXPECT_EQ(g.cargo, 'U');  // set by the block after the first error, cleared again
+
+  // Codes beyond the table are reported in developer mode only.
+  ASSERT_TRUE(memdrv::open("towns"));
+  const int32_t level = vl_set_flag[0];
+  vl_set_flag[0] = VL_LEVEL_DEVEL;
+  diError(vlnSelectedArea->obj, diMN_seek, 1200, VL_SEV_RUNTIME, "lost", "test", 1);
+  vl_set_flag[0] = level;
+  EXPECT_NE(g.object, first);
+  EXPECT_EQ(g.description, "DBFIDX:Seek();lost;1200 (unknown)");
+  EXPECT_EQ(g.calls, 3);
+}
+
+TEST_F(DiError, BreakFromTheBlockLandsInRecoverAndTheTableStaysUsable)
+{
+  install(breaking_block);
+  ASSERT_TRUE(memdrv::open("people"));
+  const int32_t alreadyin_before = alreadyin;
+  var* e = vl_call(guarded_fieldput, {});
+  EXPECT_EQ(g.calls, 1);
+  ASSERT_EQ(e->Type, 'O');
+  EXPECT_EQ(VARR(e), VARR(diErrorObject(vlnSelectedArea->obj)));
+  EXPECT_EQ(alreadyin, alreadyin_before);
+  EXPECT_EQ(glob_sequencebuf, nullptr);
+  var* args[] = {vlnSelectedArea->obj, nullptr};
+  vlnDoMethod("skip", VLN_DS_SKIP, 0, 1, args);
+  EXPECT_EQ(str(vlnGetCField("name")), "BOB     ");
+  args[1] = set_nv(2, 0);
+  EXPECT_EQ(vlnNumVar(vlnDoMethod("fieldget", VLN_DS_FIELDGET, 0, 2, args)), 42);
+}
+
+TEST_F(DiError, CodesLevelsAndErrstat)
+{
+  install(recording_block);
+  ASSERT_TRUE(memdrv::open("people"));
+  var* obj = vlnSelectedArea->obj;
+  diError(obj, diMN_zap, -322, VL_SEV_RUNTIME, diEM_exclreq, "test", 2);
+  EXPECT_EQ(g.gencode, 322);
+  EXPECT_EQ(g.description.rfind("DBFIDX:Zap();EXCLUSIVE required;322 (", 0), 0u) << g.description;
+  // 902 is a developer warning: the text alone, and below the normal level.
+  diError(obj, diMN_init, 902, VL_SEV_RUNTIME, diEM_noshop, "test", 3);
+  EXPECT_EQ(g.calls, 1);
+  EXPECT_EQ(last_errno, 902);
+  EXPECT_EQ(text_of(diErrorObject(obj), "description"), diEM_noshop);
+  // With ERRSTAT off the code is only recorded.
+  errstat = 0;
+  diError(obj, diMN_pack, 101, VL_SEV_IO, diEM_opntmpfil, "test", 4);
+  errstat = 1;
+  EXPECT_EQ(g.calls, 1);
+  EXPECT_EQ(last_errno, 101);
+}
+
+TEST_F(DiError, AReplacedHandlerGetsTheDriverReport)
+{
+  vln_error_handler = capture_;
+  ASSERT_TRUE(memdrv::open("people"));
+  var* args[] = {vlnSelectedArea->obj, set_nv(2, 0), set_cv("x")};
+  vlnDoMethod("fieldput", VLN_DS_FIELDPUT, 0, 3, args);
+  ASSERT_EQ(reports().size(), 1u);
+  EXPECT_EQ(reports()[0].code, 317);
+  EXPECT_EQ(reports()[0].description, "DBFIDX:FieldPut();type mismatch: 'C' <> 'N';317 (Illegal type)");
+}
+
+TEST_F(DiError, AnObjectWithoutDriverStateGetsAFreshObjectEachTime)
+{
+  install(recording_block);
+  var* obj = _bb_dataserver(0, nullptr);  // its abstract init reports once
+  g = BlockSaw{};
+  diError(obj, diMN_goto, 1, VL_SEV_RUNTIME, diEM_recno, "test", 5);
+  diError(obj, diMN_goto, 1, VL_SEV_RUNTIME, diEM_recno, "test", 6);
+  EXPECT_EQ(g.calls, 2);
+  EXPECT_EQ(g.description, "DBFIDX:Goto();record %ld;1 (record number out of range)");
+  EXPECT_EQ(diErrorObject(obj), NIL_VAR);
+}
+
+TEST_F(DiError, TextsAreVariablesATranslationRepoints)
+{
+  // A translation repoints the variable, and the driver reports in its words.
+  install(recording_block);
+  ASSERT_TRUE(memdrv::open("people"));
+  const char* saved = diEM_typmism;
+  diEM_typmism = "Typ passt nicht: '%c' <> '%c'";
+  vl_call(bad_fieldput, {});
+  diEM_typmism = saved;
+  EXPECT_EQ(g.description, "DBFIDX:FieldPut();Typ passt nicht: 'C' <> 'N';317 (Illegal type)");
+}
+
+}  // namespace
