@@ -146,6 +146,10 @@ var* _bb_memoext(int argc, var** argv);
 var* _bb_dbcloseall(int argc, var** argv);
 var* _bb_dbcommital(int argc, var** argv);
 var* _bb_dbunlockal(int argc, var** argv);
+/* DBFUSED(): through QOut, a line per open area (process number, area,
+** alias, SHARED or EXCLUSIVE, READONLY, file), then its index files with
+** their keys, relations, filter and locked records.  NIL. */
+var* _bb_dbfused(int argc, var** argv);
 /* DBSELECTAREA(area): a block is evaluated first; a text or number is
 ** selected (vlnSelect mode -1); another type reports 320 and gives FALSE;
 ** no argument reports 902. */

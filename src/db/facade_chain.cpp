@@ -1,8 +1,13 @@
 // facade_chain.cpp -- the database functions that work on every open area:
-// close, commit and unlock all.
+// close, commit and unlock all, and the report of all open areas.
 //
 // The walk takes the next link before each send: `close` retires the area
 // and may free its record, so the record must not be read after the send.
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
 #include "areas.h"
 #include "facade_shape.hpp"
 #include "letters.hpp"
@@ -33,7 +38,61 @@ void commit_alone(var* obj)
   if (old) vlnDoInstance(obj, "isrelation", VLN_IV_ISRELATION, 0, old);
 }
 
+// The text of a 'C' or 'M' value, or "".
+const char* text_of(const var* v) { return v && vl::kCM.has(v->Type) && VSTR(v) ? VSTR(v) : ""; }
+
+// One line of the open-areas report.
+void say(const std::string& line) { vln_qout_hook(line.c_str()); }
+
+// Send msg with the number n to obj; the text of the answer.
+std::string numbered(var* obj, const char* msg, int slot, int32_t code, int32_t n)
+{
+  var* arg = set_Iv(n);
+  return text_of(vlfacade::dispatch(obj, msg, slot, code, 1, &arg));
+}
+
+// Report one area: mode, table, orders, relations, filter, locks.
+void report_area(const AreaRec* area)
+{
+  var* obj = area->obj;
+  char head[600];
+  std::snprintf(head, sizeof head, "%d area %d alias %s %s%s %s", static_cast<int>(getpid()),
+                static_cast<int>(area->number), area->alias ? area->alias : "",
+                vlnLogVar(vlnDoInstance(obj, "shared", VLN_IV_SHARED, 0, nullptr)) ? "SHARED" : "EXCLUSIVE",
+                vlnLogVar(vlnDoInstance(obj, "readonly", VLN_IV_READONLY, 0, nullptr)) ? " READONLY" : "",
+                text_of(vlnDoInstance(obj, "filespec", VLN_IV_FILESPEC, 0, nullptr)));
+  say(head);
+  const int32_t orders = vlnIntVar(vlnDoInstance(obj, "indexcount", VLN_IV_INDEXCOUNT, 0, nullptr));
+  constexpr int32_t kOrderFullName = 20;
+  for (int32_t i = 1; i <= orders; ++i)
+    say("  index " + numbered(obj, "orderinfo", VLN_DS_ORDERINFO, kOrderFullName, i) + " key " +
+        numbered(obj, "indexkey", VLN_DS_INDEXKEY, 0, i));
+  constexpr int32_t kMaxRelations = 8;
+  for (int32_t i = 1; i <= kMaxRelations; ++i) {
+    const std::string rel = numbered(obj, "relation", VLN_DS_RELATION, 0, i);
+    if (rel.empty()) break;
+    say("  relation " + rel);
+  }
+  const std::string filter = text_of(vlnDoInstance(obj, "filter", VLN_IV_FILTER, 0, nullptr));
+  if (!filter.empty()) say("  filter " + filter);
+  var* locks = vlnDoInstance(obj, "rlocklist", VLN_IV_RLOCKLIST, 0, nullptr);
+  if (locks->Type == 'A' && VARR(locks)->A_size > 0) {
+    std::string line = "  locks";
+    for (uint32_t i = 0; i < VARR(locks)->A_size; ++i)
+      line += " " + std::to_string(vlnIntVar(VARR(locks)->A_vec[i]));
+    say(line);
+  }
+}
+
 }  // namespace
+
+// DBFUSED(): report every open area through QOut.
+VLN_FUNC(dbfused)
+{
+  for (AreaRec* area = vlnWAHead; area; area = area->nxt)
+    if (area->obj && vl::kOu.has(area->obj->Type)) report_area(area);
+  return NIL_VAR;
+}
 
 // DBCLOSEALL(): close the table of every area.
 VLN_FUNC(dbcloseall)
