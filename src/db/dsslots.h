@@ -1,5 +1,6 @@
 /*
-** dsslots.h -- message slot numbers of the data-server classes.
+** dsslots.h -- messages, slot numbers and instance variables of the
+** data-server classes.
 **
 ** Every data-server class (the abstract dataserver, the DBF driver, the
 ** ASCII driver and any driver an application derives) puts the same
@@ -8,178 +9,197 @@
 ** messages every data server answers, in name order; an access carries the
 ** suffix _AC and an assign _AS.  The DBF driver adds its private entries
 ** above 165; the ones other code calls are listed at the end.
+**
+** The two lists below are the single source of these numbers: the enums,
+** the class records and the abstract members are all expanded from them.
 */
 #ifndef VL_DSSLOTS_H
 #define VL_DSSLOTS_H
 
+/* The 166 messages in slot order: X(ID, name, kind).  ID gives the enum
+** name VLN_DS_<ID>; name is the message as the class record spells it
+** (instance names cut to 10 characters); kind is ac (access), as (assign),
+** me (method) or fb (the fallback methods nomethod, noivarget and
+** noivarput, which the dispatch calls for an unknown name). */
+#define VLN_DS_MESSAGES(X) \
+  X(ALIAS_AC, alias, ac) \
+  X(ALIAS_AS, alias, as) \
+  X(ALIASSYM_AC, aliassym, ac) \
+  X(APPEND, append, me) \
+  X(APPENDDB, appenddb, me) \
+  X(APPENDDELIMITED, appenddelimited, me) \
+  X(APPENDSDF, appendsdf, me) \
+  X(ASSTRING, asstring, me) \
+  X(AVERAGE, average, me) \
+  X(BLOBDIRECTEXPORT, blobdirectexport, me) \
+  X(BLOBDIRECTGET, blobdirectget, me) \
+  X(BLOBDIRECTIMPORT, blobdirectimport, me) \
+  X(BLOBDIRECTPUT, blobdirectput, me) \
+  X(BLOBEXPORT, blobexport, me) \
+  X(BLOBGET, blobget, me) \
+  X(BLOBIMPORT, blobimport, me) \
+  X(BLOBROOTGET, blobrootget, me) \
+  X(BLOBROOTLOCK, blobrootlock, me) \
+  X(BLOBROOTPUT, blobrootput, me) \
+  X(BLOBROOTUNLOCK, blobrootunlock, me) \
+  X(BOF_AC, bof, ac) \
+  X(CLEARFILTER, clearfilter, me) \
+  X(CLEARINDEX, clearindex, me) \
+  X(CLEARLOCATE, clearlocate, me) \
+  X(CLEARRELATION, clearrelation, me) \
+  X(CLEARSCOPE, clearscope, me) \
+  X(CLOSE, close, me) \
+  X(COMMIT, commit, me) \
+  X(CONCURRENC_AC, concurrenc, ac) \
+  X(CONCURRENC_AS, concurrenc, as) \
+  X(CONTINUE, continue, me) \
+  X(COPYDB, copydb, me) \
+  X(COPYDELIMITED, copydelimited, me) \
+  X(COPYSDF, copysdf, me) \
+  X(COPYSTRUCTURE, copystructure, me) \
+  X(COUNT, count, me) \
+  X(CREATEDB, createdb, me) \
+  X(CREATEINDEX, createindex, me) \
+  X(CREATEORDER, createorder, me) \
+  X(DATAFIELD, datafield, me) \
+  X(DBSTRUCT, dbstruct, me) \
+  X(DELETE, delete, me) \
+  X(DELETEALL, deleteall, me) \
+  X(DELETED_AC, deleted, ac) \
+  X(DELETEORDER, deleteorder, me) \
+  X(DRIVER_AC, driver, ac) \
+  X(EOF_AC, eof, ac) \
+  X(ERRINFO_AC, errinfo, ac) \
+  X(ERROR, error, me) \
+  X(EVAL, eval, me) \
+  X(FCOUNT_AC, fcount, ac) \
+  X(FIELDGET, fieldget, me) \
+  X(FIELDGETFORMATTED, fieldgetformatted, me) \
+  X(FIELDHYPERLABEL, fieldhyperlabel, me) \
+  X(FIELDINFO, fieldinfo, me) \
+  X(FIELDNAME, fieldname, me) \
+  X(FIELDPOS, fieldpos, me) \
+  X(FIELDPUT, fieldput, me) \
+  X(FIELDSPEC, fieldspec, me) \
+  X(FIELDSTATUS, fieldstatus, me) \
+  X(FIELDSYM, fieldsym, me) \
+  X(FIELDVALIDATE, fieldvalidate, me) \
+  X(FILESPEC_AC, filespec, ac) \
+  X(FILTER_AC, filter, ac) \
+  X(FILTER_AS, filter, as) \
+  X(FLOCK, flock, me) \
+  X(FORBLOCK_AC, forblock, ac) \
+  X(FORBLOCK_AS, forblock, as) \
+  X(FOUND_AC, found, ac) \
+  X(GETARRAY, getarray, me) \
+  X(GETARRFIELDS, getarrfields, me) \
+  X(GETLOCATE_AC, getlocate, ac) \
+  X(GETLOOKUPTABLE, getlookuptable, me) \
+  X(GOBOTTOM, gobottom, me) \
+  X(GOTO, goto, me) \
+  X(GOTOP, gotop, me) \
+  X(HEADER_AC, header, ac) \
+  X(INDEXCHECK_AC, indexcheck, ac) \
+  X(INDEXCOUNT_AC, indexcount, ac) \
+  X(INDEXEXT_AC, indexext, ac) \
+  X(INDEXKEY, indexkey, me) \
+  X(INDEXKEY_AC, indexkey, ac) \
+  X(INDEXLOCK_AC, indexlock, ac) \
+  X(INDEXORD, indexord, me) \
+  X(INFO, info, me) \
+  X(INIT, init, me) \
+  X(ISRELATION_AC, isrelation, ac) \
+  X(ISRELATION_AS, isrelation, as) \
+  X(JOIN, join, me) \
+  X(LASTREC_AC, lastrec, ac) \
+  X(LOCATE, locate, me) \
+  X(LOCKCURRENTRECORD, lockcurrentrecord, me) \
+  X(LOCKSELECTION, lockselection, me) \
+  X(LUPDATE_AC, lupdate, ac) \
+  X(NAME_AC, name, ac) \
+  X(NOIVARGET, noivarget, fb) \
+  X(NOIVARPUT, noivarput, fb) \
+  X(NOMETHOD, nomethod, fb) \
+  X(NOTIFY, notify, me) \
+  X(ORDERBOTTO_AC, orderbotto, ac) \
+  X(ORDERBOTTO_AS, orderbotto, as) \
+  X(ORDERDESCEND, orderdescend, me) \
+  X(ORDERINFO, orderinfo, me) \
+  X(ORDERISUNIQUE, orderisunique, me) \
+  X(ORDERKEYADD, orderkeyadd, me) \
+  X(ORDERKEYCOUNT, orderkeycount, me) \
+  X(ORDERKEYDEL, orderkeydel, me) \
+  X(ORDERKEYGOTO, orderkeygoto, me) \
+  X(ORDERKEYNO_AC, orderkeyno, ac) \
+  X(ORDERKEYNO_AS, orderkeyno, as) \
+  X(ORDERKEYNO, orderkeyno, me) \
+  X(ORDERKEYVA_AC, orderkeyva, ac) \
+  X(ORDERSCOPE, orderscope, me) \
+  X(ORDERSKIPUNIQUE, orderskipunique, me) \
+  X(ORDERTOPSC_AC, ordertopsc, ac) \
+  X(ORDERTOPSC_AS, ordertopsc, as) \
+  X(PACK, pack, me) \
+  X(RDDINFO, rddinfo, me) \
+  X(RDDNAME_AC, rddname, ac) \
+  X(READONLY_AC, readonly, ac) \
+  X(RECALL, recall, me) \
+  X(RECALLALL, recallall, me) \
+  X(RECCOUNT_AC, reccount, ac) \
+  X(RECNO_AC, recno, ac) \
+  X(RECNO_AS, recno, as) \
+  X(RECORDINFO, recordinfo, me) \
+  X(RECSIZE_AC, recsize, ac) \
+  X(REFRESH, refresh, me) \
+  X(REGISTERCLIENT, registerclient, me) \
+  X(REINDEX, reindex, me) \
+  X(RELATION, relation, me) \
+  X(RELATIONOBJECT, relationobject, me) \
+  X(REPLACE, replace, me) \
+  X(RESETNOTIFICATION, resetnotification, me) \
+  X(RLOCK, rlock, me) \
+  X(RLOCKLIST_AC, rlocklist, ac) \
+  X(RLOCKVERIFY, rlockverify, me) \
+  X(ROLLBACK, rollback, me) \
+  X(SCOPE_AC, scope, ac) \
+  X(SCOPE_AS, scope, as) \
+  X(SEEK, seek, me) \
+  X(SEEKEVAL, seekeval, me) \
+  X(SETDATAFIELD, setdatafield, me) \
+  X(SETFILTER, setfilter, me) \
+  X(SETFOUND_AS, setfound, as) \
+  X(SETINDEX, setindex, me) \
+  X(SETLOCATE_AS, setlocate, as) \
+  X(SETORDER, setorder, me) \
+  X(SETORDERCONDITION, setordercondition, me) \
+  X(SETRELATION, setrelation, me) \
+  X(SETSELECTIVERELAT, setselectiverelat, me) \
+  X(SHARED_AC, shared, ac) \
+  X(SKIP, skip, me) \
+  X(SORT, sort, me) \
+  X(STATUS_AC, status, ac) \
+  X(SUM, sum, me) \
+  X(SUSPENDNOTIFICATION, suspendnotification, me) \
+  X(TOTAL, total, me) \
+  X(UNLOCK, unlock, me) \
+  X(UNREGISTERCLIENT, unregisterclient, me) \
+  X(UPDATE, update, me) \
+  X(USED_AC, used, ac) \
+  X(USERSDBF, usersdbf, me) \
+  X(WHILEBLOCK_AC, whileblock, ac) \
+  X(WHILEBLOCK_AS, whileblock, as) \
+  X(ZAP, zap, me)
+
+/* Kind letters of the class-record rows, by kind token. */
+#define VLN_DS_KIND_ac 'A'
+#define VLN_DS_KIND_as '='
+#define VLN_DS_KIND_me 'M'
+#define VLN_DS_KIND_fb 'M'
+
 enum VlnDsSlot {
-  VLN_DS_ALIAS_AC = 0,
-  VLN_DS_ALIAS_AS = 1,
-  VLN_DS_ALIASSYM_AC = 2,
-  VLN_DS_APPEND = 3,
-  VLN_DS_APPENDDB = 4,
-  VLN_DS_APPENDDELIMITED = 5,
-  VLN_DS_APPENDSDF = 6,
-  VLN_DS_ASSTRING = 7,
-  VLN_DS_AVERAGE = 8,
-  VLN_DS_BLOBDIRECTEXPORT = 9,
-  VLN_DS_BLOBDIRECTGET = 10,
-  VLN_DS_BLOBDIRECTIMPORT = 11,
-  VLN_DS_BLOBDIRECTPUT = 12,
-  VLN_DS_BLOBEXPORT = 13,
-  VLN_DS_BLOBGET = 14,
-  VLN_DS_BLOBIMPORT = 15,
-  VLN_DS_BLOBROOTGET = 16,
-  VLN_DS_BLOBROOTLOCK = 17,
-  VLN_DS_BLOBROOTPUT = 18,
-  VLN_DS_BLOBROOTUNLOCK = 19,
-  VLN_DS_BOF_AC = 20,
-  VLN_DS_CLEARFILTER = 21,
-  VLN_DS_CLEARINDEX = 22,
-  VLN_DS_CLEARLOCATE = 23,
-  VLN_DS_CLEARRELATION = 24,
-  VLN_DS_CLEARSCOPE = 25,
-  VLN_DS_CLOSE = 26,
-  VLN_DS_COMMIT = 27,
-  VLN_DS_CONCURRENC_AC = 28,
-  VLN_DS_CONCURRENC_AS = 29,
-  VLN_DS_CONTINUE = 30,
-  VLN_DS_COPYDB = 31,
-  VLN_DS_COPYDELIMITED = 32,
-  VLN_DS_COPYSDF = 33,
-  VLN_DS_COPYSTRUCTURE = 34,
-  VLN_DS_COUNT = 35,
-  VLN_DS_CREATEDB = 36,
-  VLN_DS_CREATEINDEX = 37,
-  VLN_DS_CREATEORDER = 38,
-  VLN_DS_DATAFIELD = 39,
-  VLN_DS_DBSTRUCT = 40,
-  VLN_DS_DELETE = 41,
-  VLN_DS_DELETEALL = 42,
-  VLN_DS_DELETED_AC = 43,
-  VLN_DS_DELETEORDER = 44,
-  VLN_DS_DRIVER_AC = 45,
-  VLN_DS_EOF_AC = 46,
-  VLN_DS_ERRINFO_AC = 47,
-  VLN_DS_ERROR = 48,
-  VLN_DS_EVAL = 49,
-  VLN_DS_FCOUNT_AC = 50,
-  VLN_DS_FIELDGET = 51,
-  VLN_DS_FIELDGETFORMATTED = 52,
-  VLN_DS_FIELDHYPERLABEL = 53,
-  VLN_DS_FIELDINFO = 54,
-  VLN_DS_FIELDNAME = 55,
-  VLN_DS_FIELDPOS = 56,
-  VLN_DS_FIELDPUT = 57,
-  VLN_DS_FIELDSPEC = 58,
-  VLN_DS_FIELDSTATUS = 59,
-  VLN_DS_FIELDSYM = 60,
-  VLN_DS_FIELDVALIDATE = 61,
-  VLN_DS_FILESPEC_AC = 62,
-  VLN_DS_FILTER_AC = 63,
-  VLN_DS_FILTER_AS = 64,
-  VLN_DS_FLOCK = 65,
-  VLN_DS_FORBLOCK_AC = 66,
-  VLN_DS_FORBLOCK_AS = 67,
-  VLN_DS_FOUND_AC = 68,
-  VLN_DS_GETARRAY = 69,
-  VLN_DS_GETARRFIELDS = 70,
-  VLN_DS_GETLOCATE_AC = 71,
-  VLN_DS_GETLOOKUPTABLE = 72,
-  VLN_DS_GOBOTTOM = 73,
-  VLN_DS_GOTO = 74,
-  VLN_DS_GOTOP = 75,
-  VLN_DS_HEADER_AC = 76,
-  VLN_DS_INDEXCHECK_AC = 77,
-  VLN_DS_INDEXCOUNT_AC = 78,
-  VLN_DS_INDEXEXT_AC = 79,
-  VLN_DS_INDEXKEY = 80,
-  VLN_DS_INDEXKEY_AC = 81,
-  VLN_DS_INDEXLOCK_AC = 82,
-  VLN_DS_INDEXORD = 83,
-  VLN_DS_INFO = 84,
-  VLN_DS_INIT = 85,
-  VLN_DS_ISRELATION_AC = 86,
-  VLN_DS_ISRELATION_AS = 87,
-  VLN_DS_JOIN = 88,
-  VLN_DS_LASTREC_AC = 89,
-  VLN_DS_LOCATE = 90,
-  VLN_DS_LOCKCURRENTRECORD = 91,
-  VLN_DS_LOCKSELECTION = 92,
-  VLN_DS_LUPDATE_AC = 93,
-  VLN_DS_NAME_AC = 94,
-  VLN_DS_NOIVARGET = 95,
-  VLN_DS_NOIVARPUT = 96,
-  VLN_DS_NOMETHOD = 97,
-  VLN_DS_NOTIFY = 98,
-  VLN_DS_ORDERBOTTO_AC = 99,
-  VLN_DS_ORDERBOTTO_AS = 100,
-  VLN_DS_ORDERDESCEND = 101,
-  VLN_DS_ORDERINFO = 102,
-  VLN_DS_ORDERISUNIQUE = 103,
-  VLN_DS_ORDERKEYADD = 104,
-  VLN_DS_ORDERKEYCOUNT = 105,
-  VLN_DS_ORDERKEYDEL = 106,
-  VLN_DS_ORDERKEYGOTO = 107,
-  VLN_DS_ORDERKEYNO_AC = 108,
-  VLN_DS_ORDERKEYNO_AS = 109,
-  VLN_DS_ORDERKEYNO = 110,
-  VLN_DS_ORDERKEYVA_AC = 111,
-  VLN_DS_ORDERSCOPE = 112,
-  VLN_DS_ORDERSKIPUNIQUE = 113,
-  VLN_DS_ORDERTOPSC_AC = 114,
-  VLN_DS_ORDERTOPSC_AS = 115,
-  VLN_DS_PACK = 116,
-  VLN_DS_RDDINFO = 117,
-  VLN_DS_RDDNAME_AC = 118,
-  VLN_DS_READONLY_AC = 119,
-  VLN_DS_RECALL = 120,
-  VLN_DS_RECALLALL = 121,
-  VLN_DS_RECCOUNT_AC = 122,
-  VLN_DS_RECNO_AC = 123,
-  VLN_DS_RECNO_AS = 124,
-  VLN_DS_RECORDINFO = 125,
-  VLN_DS_RECSIZE_AC = 126,
-  VLN_DS_REFRESH = 127,
-  VLN_DS_REGISTERCLIENT = 128,
-  VLN_DS_REINDEX = 129,
-  VLN_DS_RELATION = 130,
-  VLN_DS_RELATIONOBJECT = 131,
-  VLN_DS_REPLACE = 132,
-  VLN_DS_RESETNOTIFICATION = 133,
-  VLN_DS_RLOCK = 134,
-  VLN_DS_RLOCKLIST_AC = 135,
-  VLN_DS_RLOCKVERIFY = 136,
-  VLN_DS_ROLLBACK = 137,
-  VLN_DS_SCOPE_AC = 138,
-  VLN_DS_SCOPE_AS = 139,
-  VLN_DS_SEEK = 140,
-  VLN_DS_SEEKEVAL = 141,
-  VLN_DS_SETDATAFIELD = 142,
-  VLN_DS_SETFILTER = 143,
-  VLN_DS_SETFOUND_AS = 144,
-  VLN_DS_SETINDEX = 145,
-  VLN_DS_SETLOCATE_AS = 146,
-  VLN_DS_SETORDER = 147,
-  VLN_DS_SETORDERCONDITION = 148,
-  VLN_DS_SETRELATION = 149,
-  VLN_DS_SETSELECTIVERELAT = 150,
-  VLN_DS_SHARED_AC = 151,
-  VLN_DS_SKIP = 152,
-  VLN_DS_SORT = 153,
-  VLN_DS_STATUS_AC = 154,
-  VLN_DS_SUM = 155,
-  VLN_DS_SUSPENDNOTIFICATION = 156,
-  VLN_DS_TOTAL = 157,
-  VLN_DS_UNLOCK = 158,
-  VLN_DS_UNREGISTERCLIENT = 159,
-  VLN_DS_UPDATE = 160,
-  VLN_DS_USED_AC = 161,
-  VLN_DS_USERSDBF = 162,
-  VLN_DS_WHILEBLOCK_AC = 163,
-  VLN_DS_WHILEBLOCK_AS = 164,
-  VLN_DS_ZAP = 165,
-  VLN_DS_SLOT_COUNT = 166,
+#define VLN_DS_SLOT_(id, name, kind) VLN_DS_##id,
+  VLN_DS_MESSAGES(VLN_DS_SLOT_)
+#undef VLN_DS_SLOT_
+  VLN_DS_SLOT_COUNT, /* 166 */
 
   /* Entries of the DBF driver's own method array. */
   VLN_DBFIDX_AXIT = 174,
@@ -199,20 +219,65 @@ enum VlnDsSlot {
   VLN_DBFIDX_SLOT_COUNT = 302
 };
 
-/* Instance variables of a data-server object: the 42 variables occupy
-** object slots 2 to 43, in name order. */
+/* The 42 instance variables in name order: X(ID, name).  They occupy
+** object slots 2 to 43; cargo is a plain exported variable, every other one
+** is reached through the access and assign messages of the same name. */
+#define VLN_DS_IVARS(X) \
+  X(ALIAS, alias) \
+  X(ALIASSYM, aliassym) \
+  X(BOF, bof) \
+  X(CARGO, cargo) \
+  X(CONCURRENC, concurrenc) \
+  X(DELETED, deleted) \
+  X(DRIVER, driver) \
+  X(EOF, eof) \
+  X(ERRINFO, errinfo) \
+  X(FCOUNT, fcount) \
+  X(FILESPEC, filespec) \
+  X(FILTER, filter) \
+  X(FORBLOCK, forblock) \
+  X(FOUND, found) \
+  X(GETLOCATE, getlocate) \
+  X(HEADER, header) \
+  X(INDEXCHECK, indexcheck) \
+  X(INDEXCOUNT, indexcount) \
+  X(INDEXEXT, indexext) \
+  X(INDEXKEY, indexkey) \
+  X(INDEXLOCK, indexlock) \
+  X(ISRELATION, isrelation) \
+  X(LASTREC, lastrec) \
+  X(LUPDATE, lupdate) \
+  X(NAME, name) \
+  X(ORDERBOTTO, orderbotto) \
+  X(ORDERKEYNO, orderkeyno) \
+  X(ORDERKEYVA, orderkeyva) \
+  X(ORDERTOPSC, ordertopsc) \
+  X(RDDNAME, rddname) \
+  X(READONLY, readonly) \
+  X(RECCOUNT, reccount) \
+  X(RECNO, recno) \
+  X(RECSIZE, recsize) \
+  X(RLOCKLIST, rlocklist) \
+  X(SCOPE, scope) \
+  X(SETFOUND, setfound) \
+  X(SETLOCATE, setlocate) \
+  X(SHARED, shared) \
+  X(STATUS, status) \
+  X(USED, used) \
+  X(WHILEBLOCK, whileblock)
+
 enum VlnDsIvar {
-  VLN_IV_ALIAS = 2, VLN_IV_ALIASSYM, VLN_IV_BOF, VLN_IV_CARGO, VLN_IV_CONCURRENC,
-  VLN_IV_DELETED, VLN_IV_DRIVER, VLN_IV_EOF, VLN_IV_ERRINFO, VLN_IV_FCOUNT,
-  VLN_IV_FILESPEC, VLN_IV_FILTER, VLN_IV_FORBLOCK, VLN_IV_FOUND, VLN_IV_GETLOCATE,
-  VLN_IV_HEADER, VLN_IV_INDEXCHECK, VLN_IV_INDEXCOUNT, VLN_IV_INDEXEXT,
-  VLN_IV_INDEXKEY, VLN_IV_INDEXLOCK, VLN_IV_ISRELATION, VLN_IV_LASTREC,
-  VLN_IV_LUPDATE, VLN_IV_NAME, VLN_IV_ORDERBOTTO, VLN_IV_ORDERKEYNO,
-  VLN_IV_ORDERKEYVA, VLN_IV_ORDERTOPSC, VLN_IV_RDDNAME, VLN_IV_READONLY,
-  VLN_IV_RECCOUNT, VLN_IV_RECNO, VLN_IV_RECSIZE, VLN_IV_RLOCKLIST, VLN_IV_SCOPE,
-  VLN_IV_SETFOUND, VLN_IV_SETLOCATE, VLN_IV_SHARED, VLN_IV_STATUS, VLN_IV_USED,
-  VLN_IV_WHILEBLOCK,
-  VLN_IV_COUNT = 42
+  VLN_IV_FIRST_ = 1,
+#define VLN_DS_IVAR_(id, name) VLN_IV_##id,
+  VLN_DS_IVARS(VLN_DS_IVAR_)
+#undef VLN_DS_IVAR_
+  VLN_IV_END, /* 44: one past the last variable */
+  VLN_IV_COUNT = VLN_IV_END - 2
 };
+
+/* Object slot of a driver's state record: a '?' word holding a pointer
+** (the DBF driver's value slots 44 to 49 come before it).  Drivers that
+** report through diError keep their state here (see dierror.h). */
+#define VLN_DS_STATE_SLOT 50
 
 #endif /* VL_DSSLOTS_H */

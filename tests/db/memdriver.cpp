@@ -1,0 +1,417 @@
+// memdriver.cpp -- the MEM driver: a dataserver subclass over in-memory rows.
+//
+// The object has the data-server layout: variables in slots 2..43 wired to
+// the access and assign slots, and the driver state behind slot 50, headed
+// by the VlnDriverHead that holds the table's error object.  Record
+// position and flags live in the state.  Fields are announced driver-backed,
+// so that a field read goes through fieldget and a write through fieldput;
+// 'C' fields also get a buffer that mirrors the current record.
+//
+// Methods that may report through diError hold nothing with a destructor
+// while they do: the error block may BREAK out of them.
+#include "memdriver.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+
+#include "areas.h"
+#include "dataserver.h"
+#include "dierror.h"
+#include "kernel.h"
+#include "objects.h"
+#include "vlgen.h"
+
+namespace {
+
+constexpr char kModule[] = "memdriver";
+constexpr size_t kAliasSize = 16;
+constexpr int kTypeMismatch = 317;
+constexpr int kReplaceOnEof = 322;
+constexpr int kOpenFailed = 101;
+
+struct Table {
+  std::vector<memdrv::Field> fields;
+  std::vector<memdrv::Row> rows;
+};
+
+std::map<std::string, std::shared_ptr<Table>>& tables()
+{
+  static std::map<std::string, std::shared_ptr<Table>> t;
+  return t;
+}
+
+int g_axit_calls = 0;
+
+// The driver state; the head comes first, as diError expects.
+struct MemState {
+  VlnDriverHead head{};
+  std::shared_ptr<Table> table;  // null while closed
+  int32_t recno = 1;
+  bool bof = false, eof = false, shared = false;
+  char alias[kAliasSize] = "";
+  std::vector<std::vector<char>> buffers;  // 'C' field text, current record
+};
+
+MemState* state_of(var* obj) { return reinterpret_cast<MemState*>(vlnDriverHeadOf(obj)); }
+
+int32_t last_rec(const MemState* s) { return s->table ? static_cast<int32_t>(s->table->rows.size()) : 0; }
+int32_t field_count(const MemState* s) { return s->table ? static_cast<int32_t>(s->table->fields.size()) : 0; }
+
+std::string upper(std::string text)
+{
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+bool is_text(var* v) { return v->Type == 'C' || v->Type == 'M'; }
+
+// Copy the current record's 'C' cells into the field buffers (blanks at
+// EOF), so that the buffers read as the record does.
+void load_buffers(MemState* s)
+{
+  const int32_t n = field_count(s);
+  for (int32_t i = 0; i < n; ++i) {
+    const memdrv::Field& f = s->table->fields[i];
+    if (f.type != 'C') continue;
+    char* buf = s->buffers[i].data();
+    std::memset(buf, ' ', f.len);
+    if (s->recno >= 1 && s->recno <= last_rec(s)) {
+      const std::string& text = std::get<std::string>(s->table->rows[s->recno - 1][i]);
+      std::memcpy(buf, text.data(), std::min<size_t>(text.size(), f.len));
+    }
+  }
+}
+
+// Move to record n; beyond either end sets EOF at lastrec+1 or BOF at 1.
+void position(MemState* s, int32_t n)
+{
+  const int32_t last = last_rec(s);
+  s->bof = s->eof = false;
+  if (last == 0) {
+    s->recno = 1;
+    s->bof = s->eof = true;
+  } else if (n > last) {
+    s->recno = last + 1;
+    s->eof = true;
+  } else if (n < 1) {
+    s->recno = 1;
+    s->bof = true;
+  } else {
+    s->recno = n;
+  }
+  load_buffers(s);
+}
+
+// Unbind the table from its area and fields.  self must stay alive across
+// the retire, which may drop the area's link to it: the caller holds one.
+void close_table(var* self, MemState* s)
+{
+  if (!s->table) return;
+  for (const memdrv::Field& f : s->table->fields) vlnRetireField(self, f.name.c_str());
+  vlnRetireAlias(self);
+  s->table.reset();
+  s->buffers.clear();
+  s->alias[0] = '\0';
+}
+
+// 1-based field number argument, or 0 when out of range.
+int32_t field_arg(MemState* s, int argc, var** argv)
+{
+  if (argc < 2 || !vlnInSet("NFI", argv[1]->Type)) return 0;
+  const int32_t n = vlnIntVar(argv[1]);
+  return n >= 1 && n <= field_count(s) ? n : 0;
+}
+
+var* cell_value(const memdrv::Field& f, const memdrv::Value* cell)
+{
+  switch (f.type) {
+    case 'C': {
+      var* v = set_Cvar(cre_tmpvar(), "", 0);
+      std::string text = cell ? std::get<std::string>(*cell) : std::string();
+      text.resize(f.len, ' ');
+      return set_Cvar(v, text.c_str(), f.len);
+    }
+    case 'L': return set_lv(cell ? std::get<bool>(*cell) : false);
+    case 'D': return set_dv(cell ? static_cast<int32_t>(std::get<double>(*cell)) : 0);
+    default: return set_nv(cell ? std::get<double>(*cell) : 0.0, f.dec);
+  }
+}
+
+bool type_fits(char field, char value)
+{
+  switch (field) {
+    case 'C': return value == 'C' || value == 'M';
+    case 'L': return value == 'L';
+    case 'D': return value == 'D';
+    default: return value == 'N' || value == 'F' || value == 'I';
+  }
+}
+
+memdrv::Value to_cell(const memdrv::Field& f, var* v)
+{
+  switch (f.type) {
+    case 'C': {
+      std::string text(VSTR(v), static_cast<size_t>(v->Length - 1));
+      text.resize(f.len, ' ');
+      return text;
+    }
+    case 'L': return vlnLogVar(v) != 0;
+    case 'D': return static_cast<double>(VINT(v));
+    default: return vlnNumVar(v);
+  }
+}
+
+// ---- Methods. ----
+
+// init(name, shared, readonly, , , new)
+var* mem_init(int argc, var** argv)
+{
+  var* self = argv[0];
+  MemState* s = state_of(self);
+  if (!s) {
+    s = new MemState;
+    vlnDriverAttach(self, &s->head);
+  }
+  vlnDriverHeadInit(&s->head);
+  const bool stay = argc > 6 && argv[6]->Type == 'L' && !vlnLogVar(argv[6]);
+  if (!stay) vlnSelect(set_Iv(0), 0);
+  if (argc < 2 || argv[1]->Type == 'U') return self;
+  if (!is_text(argv[1])) {
+    diError(self, diMN_init, kTypeMismatch, VL_SEV_RUNTIME, diEM_opndbfile, kModule, __LINE__);
+    return self;
+  }
+  auto it = tables().find(upper(VSTR(argv[1])));
+  if (it == tables().end()) {
+    diError(self, diMN_init, kOpenFailed, VL_SEV_IO, VSTR(argv[1]), kModule, __LINE__);
+    return self;
+  }
+  s->shared = argc > 2 && argv[2]->Type == 'L' && vlnLogVar(argv[2]);
+  s->table = it->second;
+  if (vlnAnnounceAlias(self, it->first.c_str(), s->alias) < 0) {
+    s->table.reset();
+    return self;
+  }
+  const auto& fields = s->table->fields;
+  s->buffers.assign(fields.size(), {});
+  for (size_t i = 0; i < fields.size(); ++i) {
+    const memdrv::Field& f = fields[i];
+    if (f.type == 'C') s->buffers[i].assign(f.len + 1, '\0');
+    vlnAnnounceField(f.name.c_str(), static_cast<int32_t>(i), f.type, 1, f.len, f.dec,
+                     f.type == 'C' ? s->buffers[i].data() : nullptr);
+  }
+  position(s, 1);
+  return self;
+}
+
+var* mem_close(int argc, var** argv)
+{
+  var* keep = mk_var_cp(argv[0]);  // the area's link may be the last one
+  close_table(keep, state_of(keep));
+  return TRUE_VAR;
+}
+
+var* mem_axit(int argc, var** argv)
+{
+  ++g_axit_calls;
+  MemState* s = state_of(argv[0]);
+  if (!s) return TRUE_VAR;
+  close_table(argv[0], s);
+  vlnDriverHeadFree(&s->head);
+  vlnDriverAttach(argv[0], nullptr);
+  delete s;
+  return TRUE_VAR;
+}
+
+var* mem_gotop(int argc, var** argv)
+{
+  position(state_of(argv[0]), 1);
+  return TRUE_VAR;
+}
+
+var* mem_gobottom(int argc, var** argv)
+{
+  MemState* s = state_of(argv[0]);
+  position(s, last_rec(s));
+  return TRUE_VAR;
+}
+
+var* mem_goto(int argc, var** argv)
+{
+  MemState* s = state_of(argv[0]);
+  const int32_t n = argc > 1 && vlnInSet("NFI", argv[1]->Type) ? vlnIntVar(argv[1]) : 0;
+  position(s, n >= 1 ? n : last_rec(s) + 1);
+  return TRUE_VAR;
+}
+
+var* mem_skip(int argc, var** argv)
+{
+  MemState* s = state_of(argv[0]);
+  const int32_t n = argc > 1 && vlnInSet("NFI", argv[1]->Type) ? vlnIntVar(argv[1]) : 1;
+  if (n != 0) position(s, s->recno + n);
+  return TRUE_VAR;
+}
+
+var* mem_fieldget(int argc, var** argv)
+{
+  MemState* s = state_of(argv[0]);
+  const int32_t n = field_arg(s, argc, argv);
+  if (n == 0) return NIL_VAR;
+  const bool on_record = s->recno <= last_rec(s);
+  return cell_value(s->table->fields[n - 1], on_record ? &s->table->rows[s->recno - 1][n - 1] : nullptr);
+}
+
+// fieldput(n, value): the value stored, or FALSE after a report.
+var* mem_fieldput(int argc, var** argv)
+{
+  var* self = argv[0];
+  MemState* s = state_of(self);
+  const int32_t n = field_arg(s, argc, argv);
+  if (n == 0 || argc < 3) return FALSE_VAR;
+  const char ftype = s->table->fields[n - 1].type;
+  char text[256];
+  if (!type_fits(ftype, argv[2]->Type)) {
+    std::snprintf(text, sizeof text, diEM_typmism, argv[2]->Type, ftype);
+    diError(self, diMN_fldput, kTypeMismatch, VL_SEV_RUNTIME, text, kModule, __LINE__);
+    return FALSE_VAR;
+  }
+  if (s->recno > last_rec(s)) {
+    std::snprintf(text, sizeof text, diEM_eofrpl, s->alias);
+    diError(self, diMN_fldput, kReplaceOnEof, VL_SEV_RUNTIME, text, kModule, __LINE__);
+    return FALSE_VAR;
+  }
+  s->table->rows[s->recno - 1][n - 1] = to_cell(s->table->fields[n - 1], argv[2]);
+  load_buffers(s);
+  return argv[2];
+}
+
+var* mem_fieldname(int argc, var** argv)
+{
+  MemState* s = state_of(argv[0]);
+  const int32_t n = field_arg(s, argc, argv);
+  return set_Cvar(cre_tmpvar(), n ? s->table->fields[n - 1].name.c_str() : "", -1);
+}
+
+var* mem_fieldpos(int argc, var** argv)
+{
+  MemState* s = state_of(argv[0]);
+  if (argc < 2 || !is_text(argv[1])) return set_Iv(0);
+  const std::string wanted = upper(VSTR(argv[1]));
+  for (int32_t i = 0; i < field_count(s); ++i)
+    if (upper(s->table->fields[i].name) == wanted) return set_Iv(i + 1);
+  return set_Iv(0);
+}
+
+var* mem_bof(var* obj) { return set_lv(state_of(obj)->bof); }
+var* mem_eof(var* obj) { return set_lv(state_of(obj)->eof); }
+var* mem_recno(var* obj) { return set_Iv(state_of(obj)->recno); }
+var* mem_lastrec(var* obj) { return set_Iv(last_rec(state_of(obj))); }
+var* mem_fcount(var* obj) { return set_Iv(field_count(state_of(obj))); }
+var* mem_used(var* obj) { return set_lv(state_of(obj)->table != nullptr); }
+var* mem_shared(var* obj) { return set_lv(state_of(obj)->shared); }
+var* mem_alias(var* obj) { return set_Cvar(cre_tmpvar(), state_of(obj)->alias, -1); }
+
+// alias := name: announce again under the new name; the alias given.
+var* mem_alias_as(var* obj, var* value)
+{
+  MemState* s = state_of(obj);
+  if (s->table && is_text(value)) vlnAnnounceAlias(obj, VSTR(value), s->alias);
+  return mem_alias(obj);
+}
+
+// ---- The class. ----
+
+struct Impl {
+  int32_t slot;
+  AnyFn fn;
+};
+#define VL_M(slot, f) {slot, reinterpret_cast<AnyFn>(f)}
+const Impl kImpl[] = {
+    VL_M(VLN_DS_INIT, mem_init),         VL_M(VLN_DS_CLOSE, mem_close),
+    VL_M(VLN_DS_GOTOP, mem_gotop),       VL_M(VLN_DS_GOBOTTOM, mem_gobottom),
+    VL_M(VLN_DS_GOTO, mem_goto),         VL_M(VLN_DS_SKIP, mem_skip),
+    VL_M(VLN_DS_FIELDGET, mem_fieldget), VL_M(VLN_DS_FIELDPUT, mem_fieldput),
+    VL_M(VLN_DS_FIELDNAME, mem_fieldname), VL_M(VLN_DS_FIELDPOS, mem_fieldpos),
+    VL_M(VLN_DS_BOF_AC, mem_bof),        VL_M(VLN_DS_EOF_AC, mem_eof),
+    VL_M(VLN_DS_RECNO_AC, mem_recno),    VL_M(VLN_DS_LASTREC_AC, mem_lastrec),
+    VL_M(VLN_DS_RECCOUNT_AC, mem_lastrec), VL_M(VLN_DS_FCOUNT_AC, mem_fcount),
+    VL_M(VLN_DS_USED_AC, mem_used),      VL_M(VLN_DS_SHARED_AC, mem_shared),
+    VL_M(VLN_DS_ALIAS_AC, mem_alias),    VL_M(VLN_DS_ALIAS_AS, mem_alias_as),
+};
+#undef VL_M
+constexpr VlnDsExtra kOwn[] = {{"axit", 'M'}};
+
+const VlnDsClass* mem_class()
+{
+  static const VlnDsClass* cls = [] {
+    unsigned char overrides[VLN_DS_SLOT_COUNT] = {};
+    for (const Impl& m : kImpl) overrides[m.slot] = 1;
+    return vlnDsDeriveClass("memdriver", overrides, kOwn, 1);
+  }();
+  return cls;
+}
+
+AnyFn mem_function(int32_t slot)
+{
+  for (const Impl& m : kImpl)
+    if (m.slot == slot) return m.fn;
+  return std::strcmp(mem_class()->slots[slot].name, "axit") == 0
+             ? reinterpret_cast<AnyFn>(mem_axit)
+             : nullptr;
+}
+
+var* mem_methods()
+{
+  static var* methods = vlnDsCollectMethods(mem_class(), mem_function);
+  return methods;
+}
+
+}  // namespace
+
+extern "C" var* _bb_memnew(int argc, var** argv)
+{
+  VL_BEGIN(kModule, "memnew");
+  var* obj = set_Ov(VLN_DS_STATE_SLOT - 1, mem_class()->rows, mem_methods());
+  vlnDataserverWire(obj);
+  VL_RETURN_T(vlnDoInit(obj, argc, argv), 'O');
+}
+
+namespace memdrv {
+
+void install()
+{
+  static bool done = false;
+  if (done) return;
+  done = true;
+  vln_register_fun("memnew", _bb_memnew);
+}
+
+void define(const std::string& name, const std::vector<Field>& fields, const std::vector<Row>& rows)
+{
+  auto t = std::make_shared<Table>();
+  t->fields = fields;
+  for (Field& f : t->fields) f.name = upper(f.name);
+  t->rows = rows;
+  for (Row& r : t->rows)
+    for (size_t i = 0; i < r.size() && i < fields.size(); ++i)
+      if (fields[i].type == 'C') std::get<std::string>(r[i]).resize(fields[i].len, ' ');
+  tables()[upper(name)] = t;
+}
+
+bool open(const std::string& name)
+{
+  install();
+  const int32_t mark = tmpvar_cnt;
+  var* args[] = {set_Cvar(cre_tmpvar(), name.c_str(), -1), NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, TRUE_VAR};
+  var* obj = _bb_memnew(6, args);
+  const MemState* s = state_of(obj);
+  const bool used = s && s->table;
+  del_tmpvars(mark);
+  return used;
+}
+
+int axit_count() { return g_axit_calls; }
+
+}  // namespace memdrv

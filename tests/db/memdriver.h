@@ -1,0 +1,46 @@
+// memdriver.h -- MEM, a table driver that keeps its rows in memory, written
+// the way an application adds a driver: a class derived from dataserver
+// whose constructor MEMNEW the driver registry finds by the name "MEM".
+//
+// A table is defined by name with memdrv::define; opening that name (MEMNEW
+// or DBUSEAREA with driver "MEM") binds a driver object to an area under
+// the name as alias and announces the fields.  Rows are shared by every
+// object that opens the table, so a FIELDPUT is seen by all of them.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "var.h"
+
+namespace memdrv {
+
+// One column: type 'C', 'N', 'L' or 'D' (a day number), with its width.
+struct Field {
+  std::string name;
+  char type;
+  int len;
+  int dec;
+};
+// One cell: text for 'C', number for 'N' and 'D', logical for 'L'.
+using Value = std::variant<std::string, double, bool>;
+using Row = std::vector<Value>;
+
+// Register MEMNEW with the kernel (once; later calls do nothing).
+void install();
+// Define or replace table name (upper-cased), rows in record order.
+void define(const std::string& name, const std::vector<Field>& fields,
+            const std::vector<Row>& rows);
+// Open table name in the lowest free area, which becomes selected; true
+// when the table is in use there.  Leaves no temporaries behind.
+bool open(const std::string& name);
+// How many MEM objects have been destroyed (axit calls) so far.
+int axit_count();
+
+}  // namespace memdrv
+
+// MEMNEW(name, shared, readonly, , , new): a MEM driver object, opened when
+// name is given (in the lowest free area unless new is .F.), closed and
+// without any area change for five NILs and .F.
+extern "C" var* _bb_memnew(int argc, var** argv);
