@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "areas.h"
+#include "dataserver.h"
+#include "dsslots.h"
 #include "facade.h"
 #include "rddreg.h"
 #include "vltest.h"
@@ -122,16 +124,6 @@ TEST_F(Facade, SkipInAnEmptyAreaReportsWhileEofIsQuietlyFalse)
   reports().clear();
   EXPECT_EQ(vl_call(_bb_eof, {}), FALSE_VAR);
   EXPECT_TRUE(reports().empty());
-}
-
-TEST_F(Facade, BringErrorModes)
-{
-  EXPECT_EQ(vlnBringError(0, nullptr, VLN_BRING_SILENT, vlnSelectedArea), 1);
-  EXPECT_EQ(vlnBringError(0, nullptr, VLN_BRING_GOON, vlnSelectedArea), 0);
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vlnBringError(0, nullptr, VLN_BRING_REPORT, nullptr), 1);
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_NE(reports()[0].description.find("in work area 1"), std::string::npos);
 }
 
 TEST_F(Facade, ParamCheckPassesAbsentNilAndListedTypes)
@@ -276,13 +268,100 @@ TEST_F(Facade, DoScopePacksForWhileAndTheWinningScope)
   EXPECT_EQ(vlnDoScope(0, src2, target, nullptr), 0);
 }
 
-TEST_F(Facade, NetErrKeepsTheFlag)
+// ---- What reaches the driver: an object that records its messages. ----
+
+std::vector<std::string> g_sent;
+
+template <int Slot>
+var* record_method(int argc, var** argv)
 {
-  vlnSetNeterr(0);
-  EXPECT_EQ(vl_call(_bb_neterr, {TRUE_VAR}), FALSE_VAR);
-  EXPECT_EQ(vlnGetNeterr(), 1);
-  EXPECT_EQ(vl_call(_bb_neterr, {}), TRUE_VAR);
-  EXPECT_EQ(vlnSetNeterr(0), 1);
+  std::string line = std::to_string(Slot) + ":";
+  for (int i = 1; i < argc; ++i) line += " " + show(argv[i]);
+  g_sent.push_back(line);
+  return TRUE_VAR;
+}
+
+var* record_isrelation(var*)
+{
+  g_sent.push_back("isrelation?");
+  return TRUE_VAR;
+}
+
+var* record_isrelation_as(var*, var* value)
+{
+  g_sent.push_back("isrelation= " + show(value));
+  return value;
+}
+
+class FacadeSends : public Facade {
+ protected:
+  void SetUp() override
+  {
+    Facade::SetUp();
+    var* methods = cre_arr(cre_tmpvar(), VLN_DS_SLOT_COUNT, VL_ARR_NIL, static_cast<var*>(nullptr));
+    for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) vlnAddMethod(methods, s, vlnDataserverMethod(s), 1);
+    const std::pair<int, AnyFn> recorders[] = {
+        {VLN_DS_SEEK, reinterpret_cast<AnyFn>(record_method<VLN_DS_SEEK>)},
+        {VLN_DS_EVAL, reinterpret_cast<AnyFn>(record_method<VLN_DS_EVAL>)},
+        {VLN_DS_GOTO, reinterpret_cast<AnyFn>(record_method<VLN_DS_GOTO>)},
+        {VLN_DS_APPEND, reinterpret_cast<AnyFn>(record_method<VLN_DS_APPEND>)},
+        {VLN_DS_FIELDINFO, reinterpret_cast<AnyFn>(record_method<VLN_DS_FIELDINFO>)},
+        {VLN_DS_INFO, reinterpret_cast<AnyFn>(record_method<VLN_DS_INFO>)},
+        {VLN_DS_CREATEORDER, reinterpret_cast<AnyFn>(record_method<VLN_DS_CREATEORDER>)},
+        {VLN_DS_COMMIT, reinterpret_cast<AnyFn>(record_method<VLN_DS_COMMIT>)},
+        {VLN_DS_ISRELATION_AC, reinterpret_cast<AnyFn>(record_isrelation)},
+        {VLN_DS_ISRELATION_AS, reinterpret_cast<AnyFn>(record_isrelation_as)},
+    };
+    for (const auto& [slot, fn] : recorders) vlnAddMethod(methods, slot, fn, 1);
+    var* obj = set_Ov(VLN_IV_COUNT, DataserverStruct, methods);
+    vlnDataserverWire(obj);
+    ASSERT_NE(vlnSetArea(vlnSelectedArea, 0, "REC", obj), nullptr);
+    g_sent.clear();
+  }
+  void TearDown() override
+  {
+    vlnRetireAlias(vlnSelectedArea->obj);
+    flags[VL_FLAG_SOFTSEEK] = 0;
+    Facade::TearDown();
+  }
+};
+
+TEST_F(FacadeSends, SeekFillsAMissingSoftseekFromTheSetting)
+{
+  vl_call(_bb_dbseek, {set_cv("k")});
+  flags[VL_FLAG_SOFTSEEK] = 1;
+  vl_call(_bb_dbseek, {set_cv("k")});
+  vl_call(_bb_dbseek, {set_cv("k"), FALSE_VAR});
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"140: \"k\" .F.", "140: \"k\" .T.", "140: \"k\" .F."}));
+}
+
+TEST_F(FacadeSends, EvalPacksTheScopeAndRecordMovesFirst)
+{
+  var* b = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(area_five), 0, static_cast<var*>(nullptr));
+  vl_call(_bb_dbeval, {b, set_cv("f"), set_cv("w"), set_Iv(4), set_Iv(7), TRUE_VAR});
+  vl_call(_bb_dbeval, {b, NIL_VAR, NIL_VAR, set_Iv(4)});
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: #7", "49: B \"f\" \"w\" #1", "49: B NIL NIL #4"}));
+}
+
+TEST_F(FacadeSends, DefaultsCodesAndArgumentLimits)
+{
+  vlnSetNeterr(1);
+  vl_call(_bb_dbappend, {});
+  EXPECT_EQ(vlnGetNeterr(), 0);  // the append gave TRUE
+  vl_call(_bb_fieldlen, {set_Iv(2)});
+  vl_call(_bb_found, {TRUE_VAR});
+  vl_call(_bb_ordcreate, {set_Iv(1), set_Iv(2), set_Iv(3), set_Iv(4), set_Iv(5), set_Iv(6),
+                          set_Iv(7), set_Iv(8), set_Iv(9)});
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"3: .T.", "54: #3 #2", "84: #29 .T.",
+                                              "38: #1 #2 #3 #4 #5 #6 #7"}));
+  EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(FacadeSends, CommitAllSwitchesRelationsOffAroundTheCommit)
+{
+  vl_call(_bb_dbcommital, {});
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"isrelation?", "isrelation= .F.", "27:",
+                                              "isrelation= .T."}));
 }
 
 }  // namespace
