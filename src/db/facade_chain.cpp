@@ -14,6 +14,8 @@
 #include "objects.h"
 #include "vlgen.h"
 
+using vlfacade::text_of;
+
 namespace {
 
 // Send one message to the object of every area on the chain.
@@ -37,9 +39,6 @@ void commit_alone(var* obj)
   vlfacade::dispatch(obj, "commit", VLN_DS_COMMIT, 0, 0, nullptr);
   if (old) vlnDoInstance(obj, "isrelation", VLN_IV_ISRELATION, 0, old);
 }
-
-// The text of a 'C' or 'M' value, or "".
-const char* text_of(const var* v) { return v && vl::kCM.has(v->Type) && VSTR(v) ? VSTR(v) : ""; }
 
 // One line of the open-areas report.
 void say(const std::string& line) { vln_qout_hook(line.c_str()); }

@@ -12,6 +12,8 @@
 #include "vlerror.h"
 #include "vlgen.h"
 
+using vlfacade::present;
+
 namespace {
 
 constexpr int kNoArea = 322;
@@ -23,8 +25,6 @@ constexpr int kFirstArea = 1;
 enum { kFor, kWhile, kNext, kRecord, kRest, kScopeArgs };
 constexpr vl::LetterSet kNextTypes = vl::letters("NFIL");
 constexpr vl::LetterSet kRecordTypes = vl::letters("INFL");
-
-bool present(var* v) { return v && v->Type != 'U'; }
 
 int g_net_err = 0;
 

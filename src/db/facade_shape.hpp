@@ -18,6 +18,7 @@
 
 #include "dsslots.h"
 #include "facade.h"
+#include "letters.hpp"
 
 namespace vlfacade {
 
@@ -48,6 +49,11 @@ struct Scope {
   Send send;   // types apply to the fixed arguments
   int fixed;   // arguments before FOR
 };
+
+// Whether an argument was given: present and not NIL.
+inline bool present(const var* v) { return v && v->Type != 'U'; }
+// The text of a 'C' or 'M' value, or "".
+inline const char* text_of(const var* v) { return v && vl::kCM.has(v->Type) && VSTR(v) ? VSTR(v) : ""; }
 
 // The neutral value as a result.
 var* neutral(Neutral n);

@@ -29,10 +29,6 @@ constexpr int32_t kOrderFullName = 20;
 constexpr vl::LetterSet kAreaRef = vl::letters("CFIN");
 
 bool is_true(const var* v) { return v && v->Type == 'L' && VINT(v) != 0; }
-bool present(const var* v) { return v && v->Type != 'U'; }
-
-// The text of a 'C' or 'M' result, or "".
-const char* text_of(const var* v) { return v && vl::kCM.has(v->Type) && VSTR(v) ? VSTR(v) : ""; }
 
 // Send s and set NETERR() to whether the result was not TRUE.
 var* send_neterr(const Send& s, int argc, var** argv)
@@ -201,7 +197,10 @@ VLN_FUNC(dbfinfo)
 // DBSELECTAREA(area): select by alias or number; a block gives the value.
 VLN_FUNC(dbselectar)
 {
-  if (argc < 1) return rt_error(902, "DbSelectArea(): argument missing"), FALSE_VAR;
+  if (argc < 1) {
+    rt_error(902, "DbSelectArea(): argument missing");
+    return FALSE_VAR;
+  }
   var* value = vl::kBb.has(argv[0]->Type) ? vlnBlockEval(argv[0]) : argv[0];
   if (!kAreaRef.has(value->Type)) {
     char text[64];
