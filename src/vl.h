@@ -19,5 +19,11 @@
 #include "set.h"
 #include "natlang.h"
 #include "stdfuncs.h"
+#include "areas.h"
+#include "dsslots.h"
+#include "dataserver.h"
+#include "dierror.h"
+#include "facade.h"
+#include "rddreg.h"
 
 #endif /* VL_H */

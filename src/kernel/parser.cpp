@@ -14,7 +14,9 @@
 #include "kernel.h"
 #include "scanner.hpp"
 
-extern "C" uint64_t vln_expr_compile_count = 0;
+extern "C" {
+uint64_t vln_expr_compile_count = 0;
+}
 
 namespace vl::expr {
 

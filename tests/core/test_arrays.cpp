@@ -44,8 +44,9 @@ TEST_F(ArraysCreate, NewArraysFillByFlag)
     var* v = cre_arr(cre_tmpvar(), 3, c.flag, set_cv("a"), inner, (var*)0);
     EXPECT_EQ(show(v), c.want) << "flag " << c.flag;
     const bool deep = c.flag == VL_ARR_DEEP_LIST;
-    if (c.flag == VL_ARR_LIST || deep)
+    if (c.flag == VL_ARR_LIST || deep) {
       EXPECT_EQ(VARR(VARR(v)->A_vec[1]) == VARR(inner), !deep) << "flag " << c.flag;
+    }
   }
   // Flag 3 gives each element its own copy of a nested value.
   var* grid = cre_arr(cre_tmpvar(), 2, VL_ARR_DEEP_ONE, inner, (var*)0);

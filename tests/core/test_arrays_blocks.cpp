@@ -139,7 +139,8 @@ TEST_F(ArraysBlocks, BreakOutOfTheLoopLeavesNoLink)
     BbFn fn;
     int calls;
   } cases[] = {{_bb_aeval, 2}, {_bb_asort, 1}, {_bb_ascan, 0}};
-  for (const Case& c : cases) {
+  // The setjmp lives in the lambda's frame, not beside the loop's iterators.
+  auto check = [this](const Case& c) {
     var* a = variable(one_to_four());
     var* b = block(break_fn);
     const int32_t mark = tmpvar_cnt;
@@ -158,7 +159,8 @@ TEST_F(ArraysBlocks, BreakOutOfTheLoopLeavesNoLink)
     EXPECT_EQ(VARR(a)->A_links, links);
     EXPECT_EQ(tmpvar_cnt, mark);
     EXPECT_EQ(show(a), "{1, 2, 3, 4}");
-  }
+  };
+  for (const Case& c : cases) check(c);
 }
 
 TEST_F(ArraysBlocks, TextBlocksRunThroughTheEvaluator)
