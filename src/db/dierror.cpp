@@ -11,6 +11,7 @@
 #include "dierror.h"
 #include "dumps.h"
 #include "errclass.h"
+#include "errslots.hpp"
 #include "kernel.h"
 #include "objects.h"
 
@@ -22,19 +23,9 @@ constexpr int kDiagSubcode = -9999;
 constexpr size_t kTextSize = 4096;
 constexpr size_t kPlaceSize = 512;
 
-var* slot(var* e, int32_t i) { return vlnGetObj(e, i); }
-
-int32_t int_slot(var* e, int32_t i)
-{
-  var* v = slot(e, i);
-  return vlnInSet("NIFL", v->Type) ? vlnIntVar(v) : 0;
-}
-
-const char* text_slot(var* e, int32_t i)
-{
-  var* v = slot(e, i);
-  return v->Type == 'C' || v->Type == 'M' ? VSTR(v) : "";
-}
+using vlerr::int_slot;
+using vlerr::slot;
+using vlerr::text_slot;
 
 // The place of the caller, as the filename of the error object.
 void fill_place(var* e)

@@ -3,6 +3,7 @@
 #include "arrays.h"
 #include "blocks.h"
 #include "errclass.h"
+#include "errslots.hpp"
 #include "files.h"
 #include "objects.h"
 #include "vlgen.h"
@@ -18,19 +19,9 @@ var* g_error_block = nullptr;
 // The default block {|e| _DEFERROR(e)}.
 var* default_block(int argc, var** argv, var** /*detached*/) { return _bb__deferror(argc, argv); }
 
-var* slot(var* e, int32_t i) { return vlnGetObj(e, i); }
-
-int32_t int_slot(var* e, int32_t i)
-{
-  var* v = slot(e, i);
-  return vlnInSet("NIFL", v->Type) ? vlnIntVar(v) : 0;
-}
-
-const char* text_slot(var* e, int32_t i)
-{
-  var* v = slot(e, i);
-  return v->Type == 'C' || v->Type == 'M' ? VSTR(v) : "";
-}
+using vlerr::int_slot;
+using vlerr::slot;
+using vlerr::text_slot;
 
 void fill_from_report(var* e, const VlnErrReport* r)
 {
