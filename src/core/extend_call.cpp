@@ -16,6 +16,7 @@
 // Nothing with a destructor lives in this frame, so the jump is safe.
 #include <csetjmp>
 
+#include "breakguard.hpp"
 #include "extend.h"
 #include "frame.h"
 #include "vlerror.h"
@@ -29,22 +30,12 @@ var* vln_extend_call(int argc, var** argv, VlnExtendFn body)
 {
   const int saved_argc = gl_argc;
   var** const saved_argv = gl_argv;
-  jmp_buf guard;
-  jmp_buf* const outer = glob_sequencebuf;
-  glob_sequencebuf = &guard;
-  if (setjmp(guard) != 0) {
-    gl_argc = saved_argc;
-    gl_argv = saved_argv;
-    glob_sequencebuf = outer;
-    if (!outer) vl_break_error();
-    longjmp(*outer, 1);
-  }
   gl_argc = argc;
   gl_argv = argv;
-  var* result = body();
-  gl_argc = saved_argc;
-  gl_argv = saved_argv;
-  glob_sequencebuf = outer;
+  var* result = vln_guarded(body, [&] {
+    gl_argc = saved_argc;
+    gl_argv = saved_argv;
+  });
   return result ? result : NIL_VAR;
 }
 

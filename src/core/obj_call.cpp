@@ -1,4 +1,5 @@
 // Calling the methods of an object.
+#include "breakguard.hpp"
 #include "obj_call.hpp"
 
 #include <setjmp.h>
@@ -57,19 +58,8 @@ var* call_allocated(var* elem, int kind, var** head, int nhead, var** rest, int 
                                              vln_errmsg[9], kVectorSeverity, kVectorLevel,
                                              kModule, __LINE__));
   fill(vec, head, nhead, rest, nrest);
-  jmp_buf guard;
-  jmp_buf* outer = glob_sequencebuf;
-  glob_sequencebuf = &guard;
-  if (setjmp(guard) != 0) {
-    glob_sequencebuf = outer;
-    vln_free(vec, kModule, __LINE__);
-    if (!outer) vl_break_error();
-    longjmp(*outer, 1);
-  }
-  var* r = call_vector(elem, kind, n, vec);
-  glob_sequencebuf = outer;
-  vln_free(vec, kModule, __LINE__);
-  return r;
+  return vln_guarded([&] { return call_vector(elem, kind, n, vec); },
+                     [&] { vln_free(vec, kModule, __LINE__); });
 }
 
 }  // namespace

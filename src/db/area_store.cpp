@@ -13,11 +13,11 @@
 // stores the value it was given without sending the message to itself
 // again.  A BREAK out of the object passes through a sequence frame of our
 // own that clears the mark before it jumps on.
-#include <csetjmp>
 #include <cstdio>
 #include <cstring>
 
 #include "areaint.hpp"
+#include "breakguard.hpp"
 #include "dsslots.h"
 #include "frame.h"
 #include "kernel.h"
@@ -40,20 +40,8 @@ template <class Fn>
 var* while_busy(var* field, Fn fn)
 {
   var* const outer_busy = g_busy;
-  jmp_buf guard;
-  jmp_buf* const outer = glob_sequencebuf;
-  glob_sequencebuf = &guard;
-  if (setjmp(guard) != 0) {
-    glob_sequencebuf = outer;
-    g_busy = outer_busy;
-    if (!outer) vl_break_error();
-    longjmp(*outer, 1);
-  }
   g_busy = field;
-  var* r = fn();
-  g_busy = outer_busy;
-  glob_sequencebuf = outer;
-  return r;
+  return vln_guarded(fn, [outer_busy] { g_busy = outer_busy; });
 }
 
 bool numeric(char t) { return t == 'N' || t == 'F' || t == 'I' || t == 'L'; }

@@ -8,7 +8,6 @@
 // after it, through a sequence frame of our own when a BREAK passes.
 #include <alloca.h>
 
-#include <csetjmp>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,6 +16,7 @@
 #include <unordered_map>
 
 #include "blocks.h"
+#include "breakguard.hpp"
 #include "exprexec.hpp"
 #include "exprtree.hpp"
 #include "frame.h"
@@ -93,19 +93,7 @@ var* run(Program* prog, var** params)
 // Run a program the cache does not own and free it, on a BREAK too.
 var* run_and_free(Program* prog, var** params)
 {
-  jmp_buf guard;
-  jmp_buf* outer = glob_sequencebuf;
-  glob_sequencebuf = &guard;
-  if (setjmp(guard) != 0) {
-    glob_sequencebuf = outer;
-    delete prog;
-    if (!outer) vl_break_error();
-    longjmp(*outer, 1);
-  }
-  var* r = run(prog, params);
-  glob_sequencebuf = outer;
-  delete prog;
-  return r;
+  return vln_guarded([&] { return run(prog, params); }, [&] { delete prog; });
 }
 
 var* report_compile_error(int code, const char* message)

@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "arrays.h"
+#include "breakguard.hpp"
 #include "evalhooks.h"
 #include "exprexec.hpp"
 #include "frame.h"
@@ -97,19 +98,7 @@ var* alias_list(const Ctx& ctx, const Node& n)
   if (!vln_eval_push_area_hook || !vln_eval_pop_area_hook)
     return report(kBadAlias, "%s: no work areas are open", n.name2);
   if (!vln_eval_push_area_hook(alias)) return ERROR_VAR;
-  jmp_buf guard;
-  jmp_buf* outer = glob_sequencebuf;
-  glob_sequencebuf = &guard;
-  if (setjmp(guard) != 0) {
-    glob_sequencebuf = outer;
-    vln_eval_pop_area_hook();
-    if (!outer) vl_break_error();
-    longjmp(*outer, 1);
-  }
-  var* r = eval_node(ctx, n.b);
-  glob_sequencebuf = outer;
-  vln_eval_pop_area_hook();
-  return r;
+  return vln_guarded([&] { return eval_node(ctx, n.b); }, [] { vln_eval_pop_area_hook(); });
 }
 
 // The record a name stands for when it is assigned: a block parameter, a

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "breakguard.hpp"
 #include "frame.h"
 #include "letters.hpp"
 #include "set.h"
@@ -81,23 +82,16 @@ void release(Pushed& p)
 
 void restore_all()
 {
-  jmp_buf here;
-  jmp_buf* const outer = glob_sequencebuf;
-  glob_sequencebuf = &here;
-  if (setjmp(here) != 0) {
-    release(sRestoring);
-    glob_sequencebuf = outer;
-    if (!outer) vl_break_error();
-    longjmp(*outer, 1);
-  }
-  while (sRestoring.count > 0) {
-    const Saved& s = sRestoring.items[sRestoring.count - 1];
-    restore(s);
-    del_var(s.value);
-    --sRestoring.count;
-  }
-  glob_sequencebuf = outer;
-  release(sRestoring);
+  vln_guarded(
+      [] {
+        while (sRestoring.count > 0) {
+          const Saved& s = sRestoring.items[sRestoring.count - 1];
+          restore(s);
+          del_var(s.value);
+          --sRestoring.count;
+        }
+      },
+      [] { release(sRestoring); });
 }
 
 }  // namespace
