@@ -97,7 +97,9 @@ template <class Op, uint32_t (*dec)(uint32_t, uint32_t), var* (*general)(var*, v
     return general(l, r, assign);
   const double d = Op::real(l->Value.w1.d, r->Value.w1.d);
   const uint32_t dec_bits = dec(lt, rt);
-  const bool left = tag_kind(lt) == kNumberTemp;
+  // Either operand may be the temporary, as often one as the other: the
+  // choice is best made without a jump.
+  const bool left = __builtin_expect_with_probability(tag_kind(lt) == kNumberTemp, 1, 0.5);
   var* res = left ? l : r;
   const uint32_t tag = left ? lt : rt;
   if (__builtin_expect(tag_kind(tag) == kNumberTemp, 1)) {

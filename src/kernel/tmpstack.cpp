@@ -51,14 +51,14 @@ int32_t tmp_cap = 0;
 }
 
 // Whether a released temporary can wait in its slot for reuse: its one link
-// is the stack's and it holds a plain scalar (a number temporary, the
-// commonest, is told by one compare).
+// is the stack's and it holds a plain scalar.  A number temporary, the
+// commonest, is told by one compare.
 inline bool spare(const var* v)
 {
+  if (!VL_POOL || __builtin_expect(v->Links != 1, 0)) return false;
   const uint32_t t = vl::load_tag(v);
-  return VL_POOL && __builtin_expect(v->Links == 1, 1) &&
-         (__builtin_expect(vl::tag_kind(t) == vl::kNumberTemp, 1) ||
-          (!vl::letter_is(vl::tag_type(t), vl::LC_CONTENT) && !(vl::tag_flags(t) & VF_STATIC)));
+  if (__builtin_expect(vl::tag_kind(t) == vl::kNumberTemp, 1)) return true;
+  return !vl::letter_is(vl::tag_type(t), vl::LC_CONTENT) && !(vl::tag_flags(t) & VF_STATIC);
 }
 
 // Release every temporary above mark, the first of them (slot n-1) holding
@@ -106,11 +106,13 @@ void del_tmpvars(int32_t mark)
   const int32_t n = tmpvar_cnt;
   if (n <= mark) return;
   if (__builtin_expect(mark < 0, 0)) return del_tmpvars(0);
-  var* const* slot = tmp_slots + n;
-  var* const* const floor = tmp_slots + mark;
-  do {
-    if (__builtin_expect(!spare(*--slot), 0)) return release_to(static_cast<int32_t>(slot - tmp_slots) + 1, mark);
-  } while (slot != floor);
+  // The top slot first, apart: most statements leave one or two
+  // temporaries, and this keeps their road straight.
+  var* const* const slots = tmp_slots;
+  int32_t i = n - 1;
+  if (__builtin_expect(!spare(slots[i]), 0)) return release_to(n, mark);
+  while (i > mark)
+    if (--i, __builtin_expect(!spare(slots[i]), 0)) return release_to(i + 1, mark);
   tmpvar_cnt = mark;
 }
 
