@@ -97,8 +97,8 @@ template <class Op, uint32_t (*dec)(uint32_t, uint32_t), var* (*general)(var*, v
     return general(l, r, assign);
   const double d = Op::real(l->Value.w1.d, r->Value.w1.d);
   const uint32_t dec_bits = dec(lt, rt);
-  // Either operand may be the temporary, as often one as the other: the
-  // choice is best made without a jump.
+  // Either operand may be the temporary, as often one as the other (the
+  // hint keeps the compiler from laying out one case as the cold one).
   const bool left = __builtin_expect_with_probability(tag_kind(lt) == kNumberTemp, 1, 0.5);
   var* res = left ? l : r;
   const uint32_t tag = left ? lt : rt;
