@@ -51,13 +51,14 @@ int32_t tmp_cap = 0;
 }
 
 // Whether a released temporary can wait in its slot for reuse: its one link
-// is the stack's and it holds a plain scalar.  A number temporary, the
-// commonest, is told by one compare.
+// is the stack's, it holds a plain scalar and it is no constant.  A number
+// temporary, the commonest, is told by one masked compare.
 inline bool spare(const var* v)
 {
+  constexpr uint32_t kKindAndStatic = 0xFFFF | uint32_t{VF_STATIC} << 24;
   if (!VL_POOL || __builtin_expect(v->Links != 1, 0)) return false;
   const uint32_t t = vl::load_tag(v);
-  if (__builtin_expect(vl::tag_kind(t) == vl::kNumberTemp, 1)) return true;
+  if (__builtin_expect((t & kKindAndStatic) == vl::kNumberTemp, 1)) return true;
   return !vl::letter_is(vl::tag_type(t), vl::LC_CONTENT) && !(vl::tag_flags(t) & VF_STATIC);
 }
 

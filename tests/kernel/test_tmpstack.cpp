@@ -88,6 +88,22 @@ TEST_F(TmpStack, HeldOrOwningTemporariesAreNotKeptAsSpares)
   del_var(arr);
 }
 
+// A constant pushed on the stack is never handed out as a new temporary,
+// whatever its letters say.
+TEST_F(TmpStack, ConstantsAreNeverSpares)
+{
+  var constant{};
+  constant.Type = 'N';
+  constant.Mode = 'T';
+  constant.Flags = VF_STATIC;
+  constant.Links = 1;
+  constant.Value.w1.d = 7;
+  add_tmpvar(&constant);
+  del_tmpvars(tmp_mark_);
+  EXPECT_NE(product(), &constant);
+  EXPECT_EQ(constant.Value.w1.d, 7.0);
+}
+
 // The stack grows past its first capacity and keeps its spares; a mark
 // below zero releases everything above the bottom.
 TEST_F(TmpStack, GrowsAndReleasesInAnyMix)
