@@ -153,18 +153,13 @@ struct Site {
 
 // ---- Storing a scalar into the chosen record. ----
 
-// The whole 16-byte value is written by one store, word 2 cleared: the
-// next reader (cpy_var, mk_var_cp) loads the value as one 16-byte unit, and
-// that load stalls when it must be pieced together from two smaller stores.
-typedef uint64_t ValueLanes __attribute__((vector_size(16)));
-
+// Word 1, and word 2 cleared.
 inline void store_value(var* v, uint64_t word1)
 {
-  const ValueLanes lanes = {word1, 0};
-  static_assert(sizeof lanes == sizeof v->Value);
-  std::memcpy(&v->Value, &lanes, sizeof lanes);
+  v->Value.w1.bits = word1;
+  v->Value.w2.bits = 0;
 }
-inline void store_double(var* v, double d) { store_value(v, std::bit_cast<uint64_t>(d)); }
+inline void store_number(var* v, double d) { store_value(v, std::bit_cast<uint64_t>(d)); }
 inline void store_word(var* v, int32_t word) { store_value(v, static_cast<uint32_t>(word)); }
 
 inline bool direct(const var* v) { return kModeDirect.has(v->Mode) && kPlain.has(v->Type); }
@@ -175,7 +170,7 @@ inline var* put_num(var* v, double d, int dec)
   v->Type = 'N';
   v->Decimals = static_cast<uint8_t>(dec);
   v->Length = kNoWidth;
-  store_double(v, d);
+  store_number(v, d);
   return v;
 }
 

@@ -8,38 +8,73 @@
 // (a parameter installed as a PRIVATE, a local captured by a block).
 //
 // Slot cache.  A released temporary that held a plain scalar and no other
-// link stays in its slot above the top, and the next cre_tmpvar at that
+// link stays in its slot above the top, and the next temporary made at that
 // height takes it back without touching the record pool.  Slots above
 // tmpvar_cnt therefore hold either null or such a spare record, which this
-// stack owns.  The sanitizer build frees every record instead, so that a
-// use after release is caught.
+// stack owns; the entry past the capacity is always null (tmpstack.hpp).
+// The operators take a spare inline; cre_tmpvar is the general road.  The
+// sanitizer build frees every record instead, so that a use after release
+// is caught.
 #include <cstring>
 
 #include "frame.h"
 #include "kernel.h"
+#include "tmpstack.hpp"
 #include "valrec.hpp"
 #include "vlerror.h"
 
 namespace {
+// Before the first temporary: no room, and the one closing entry.
+var* no_slots[1] = {nullptr};
+}  // namespace
+
+namespace vl {
+var** tmp_slots = no_slots;
+}
+
+namespace {
+
+using vl::tmp_slots;
 
 constexpr int32_t kInitialTemporaries = 1024;
-var** tmp_stack = nullptr;
 int32_t tmp_cap = 0;
 
-void grow_stack()
+// Double the capacity; the new slots and the closing entry are null.
+[[gnu::noinline]] void grow_stack()
 {
   const int32_t cap = tmp_cap ? tmp_cap * 2 : kInitialTemporaries;
-  tmp_stack = static_cast<var**>(vln_realloc(tmp_stack, sizeof(var*) * cap,
+  tmp_slots = static_cast<var**>(vln_realloc(tmp_cap ? tmp_slots : nullptr, sizeof(var*) * (cap + 1),
                                              "for the temporary stack", VL_SEV_FATAL,
                                              VL_LEVEL_ALWAYS, "tmpstack", __LINE__));
-  std::memset(tmp_stack + tmp_cap, 0, sizeof(var*) * (cap - tmp_cap));
+  std::memset(tmp_slots + tmp_cap, 0, sizeof(var*) * (cap + 1 - tmp_cap));
   tmp_cap = cap;
 }
 
-// Whether a released temporary can wait in its slot for reuse.
+// Whether a released temporary can wait in its slot for reuse: its one link
+// is the stack's, it holds a plain scalar and it is no constant.  A number
+// temporary, the commonest, is told by one masked compare.
 inline bool spare(const var* v)
 {
-  return VL_POOL && v->Links == 1 && !vl::has_content(v) && !vl::is_static(v);
+  constexpr uint32_t kKindAndStatic = 0xFFFF | uint32_t{VF_STATIC} << 24;
+  if (!VL_POOL || __builtin_expect(v->Links != 1, 0)) return false;
+  const uint32_t t = vl::load_tag(v);
+  if (__builtin_expect((t & kKindAndStatic) == vl::kNumberTemp, 1)) return true;
+  return !vl::letter_is(vl::tag_type(t), vl::LC_CONTENT) && !(vl::tag_flags(t) & VF_STATIC);
+}
+
+// Release every temporary above mark, the first of them (slot n-1) holding
+// more than a plain scalar.  A release may run an object's axit, which may
+// push temporaries of its own: they are popped by the same loop.
+[[gnu::noinline]] void release_to(int32_t n, int32_t mark)
+{
+  tmpvar_cnt = n;
+  while (tmpvar_cnt > mark) {
+    const int32_t i = --tmpvar_cnt;
+    var* v = tmp_slots[i];
+    if (spare(v)) continue;
+    tmp_slots[i] = nullptr;
+    del_var(v);
+  }
 }
 
 }  // namespace
@@ -51,37 +86,35 @@ int32_t tmpvar_cnt = 0;
 var* cre_tmpvar(void)
 {
   if (tmpvar_cnt == tmp_cap) grow_stack();
-  var* v = tmp_stack[tmpvar_cnt];
+  var* v = tmp_slots[tmpvar_cnt];
   if (!v) v = vl::rec_alloc();
   vl::init_record(v, 'U', 'T', glob_depth);
-  tmp_stack[tmpvar_cnt++] = v;
+  tmp_slots[tmpvar_cnt++] = v;
   return v;
 }
 
 void add_tmpvar(var* v)
 {
   if (tmpvar_cnt == tmp_cap) grow_stack();
-  if (var* cached = tmp_stack[tmpvar_cnt]) vl::rec_free(cached);
-  tmp_stack[tmpvar_cnt++] = v;
+  if (var* cached = tmp_slots[tmpvar_cnt]) vl::rec_free(cached);
+  tmp_slots[tmpvar_cnt++] = v;
 }
 
-// Release the temporary in slot i, which holds more than a plain scalar.
-static __attribute__((noinline)) void release_slot(int32_t i)
-{
-  var* v = tmp_stack[i];
-  tmp_stack[i] = nullptr;
-  del_var(v);
-}
-
+// Spare records stay where they are; the first record that needs more than
+// that hands the rest of the work to release_to.
 void del_tmpvars(int32_t mark)
 {
-  if (mark < 0) mark = 0;
-  // A release may run an object's axit, which may push temporaries of its
-  // own: they are popped by the same loop.
-  while (tmpvar_cnt > mark) {
-    const int32_t i = --tmpvar_cnt;
-    if (!spare(tmp_stack[i])) release_slot(i);
-  }
+  const int32_t n = tmpvar_cnt;
+  if (n <= mark) return;
+  if (__builtin_expect(mark < 0, 0)) return del_tmpvars(0);
+  // The top slot first, apart: most statements leave one or two
+  // temporaries, and this keeps their road straight.
+  var* const* const slots = tmp_slots;
+  int32_t i = n - 1;
+  if (__builtin_expect(!spare(slots[i]), 0)) return release_to(n, mark);
+  while (i > mark)
+    if (--i, __builtin_expect(!spare(slots[i]), 0)) return release_to(i + 1, mark);
+  tmpvar_cnt = mark;
 }
 
 }  // extern "C"

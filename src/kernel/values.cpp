@@ -271,21 +271,23 @@ var* release_v_cont(var* v, int newtype)
   return v;
 }
 
-// Whether a store of src into dst is a plain copy of a scalar over a
-// record without content: the common `x := x + 1`.
-static inline bool plain_scalar_store(const var* dst, const var* src)
+// Whether a store of src (tag st, see valrec.hpp) into dst (tag dt) may be
+// a plain copy of a scalar, as far as their Modes and Flags tell: src is a
+// scalar read as it stands, and dst has no strict type, field or constant
+// to honour.  A number temporary into a number LOCAL is told by two
+// compares, anything else by a table load per letter.
+static inline bool plain_scalar_store(uint32_t dt, uint32_t st)
 {
-  constexpr uint64_t kScalar = word_of("NFILD");
-  constexpr uint64_t kScalarOrNil = word_of("NFILDU");
-  constexpr uint64_t kSpecialDst = word_of("SsFfU");
-  constexpr uint64_t kSpecialSrc = word_of("FfU");
-  return in_word(kScalar, src->Type) && in_word(kScalarOrNil, dst->Type) &&
-         !in_word(kSpecialDst, dst->Mode) && !in_word(kSpecialSrc, src->Mode) &&
-         !is_static(dst);
+  const bool src_ok =
+      __builtin_expect(tag_kind(st) == kNumberTemp, 1) ||
+      (letter_is(tag_type(st), LC_SCALAR) && !letter_is(tag_mode(st), LC_KEEP_MODE_SRC));
+  const bool dst_ok = __builtin_expect(tag_kind(dt) == kNumberLocal, 1) ||
+                      !letter_is(tag_mode(dt), LC_KEEP_MODE_DST);
+  return src_ok && dst_ok && !(tag_flags(dt) & VF_STATIC);
 }
 
 // The general assignment: strings, shared records, fields, strict types.
-static __attribute__((noinline)) var* cpy_var_slow(var* dst, var* src)
+[[gnu::noinline]] static var* cpy_var_slow(var* dst, var* src)
 {
   if (dst == src) return dst;
   if (is_static(dst)) return ERROR_VAR;
@@ -308,11 +310,19 @@ static __attribute__((noinline)) var* cpy_var_slow(var* dst, var* src)
   return dst;
 }
 
+// The plain store copies Type and Decimals and keeps dst's Mode and Flags;
+// it applies when dst holds a scalar or NIL, nothing to release.  The tag is
+// written only when Type or Decimals change: in a loop like `x := x + 1` it
+// then stays as it is, and the next statement's reading of x's tag does not
+// wait for this store.
 var* cpy_var(var* dst, var* src)
 {
-  if (!plain_scalar_store(dst, src)) return cpy_var_slow(dst, src);
-  dst->Type = src->Type;
-  dst->Decimals = src->Decimals;
+  const uint32_t st = load_tag(src), dt = load_tag(dst);
+  if (__builtin_expect(!plain_scalar_store(dt, st), 0)) return cpy_var_slow(dst, src);
+  if (__builtin_expect((st ^ dt) & kTagValueBytes, 0)) {
+    if (!letter_is(tag_type(dt), LC_SCALAR_NIL)) return cpy_var_slow(dst, src);
+    store_tag(dst, (st & kTagValueBytes) | (dt & kTagRecordBytes));
+  }
   dst->Length = src->Length;
   dst->Value.w1.bits = src->Value.w1.bits;
   dst->Value.w2.bits = 0;

@@ -257,6 +257,22 @@ TEST_F(OpsArith, DecimalsFollowSetDecimalsNotFixed)
   }
 }
 
+// + and - take the larger Decimals, * their sum up to 255, whichever record
+// receives the result.
+TEST_F(OpsArith, DecimalsAtTheByteLimit)
+{
+  var* l = make("T:2");
+  l->Decimals = 200;
+  var* r = make("3");
+  r->Decimals = 100;
+  EXPECT_EQ(u_mul_u(l, r, 0), l);
+  EXPECT_EQ(show(l), "N(-1,255) 6");
+  EXPECT_EQ(u_add_u(r, l, 0), l);
+  EXPECT_EQ(show(l), "N(-1,255) 9");
+  EXPECT_EQ(l->Mode, 'T');
+  EXPECT_EQ(show(u_sub_u(make("1"), r, 0)), "N(-1,100) -2");
+}
+
 // Pins behaviour kept on purpose: a numeric literal plus a logical fails
 // while a variable plus a logical works; NIL + y hands back the temporary y.
 TEST_F(OpsArith, KeptQuirks)
