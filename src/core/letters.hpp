@@ -29,22 +29,6 @@ constexpr LetterSet letters(const char* s)
   return set;
 }
 
-// A set of letters from '@' to DEL as one 64-bit word, for the hottest
-// tests: one subtraction, one shift, one mask.
-constexpr uint64_t word_of(const char* s)
-{
-  uint64_t w = 0;
-  for (; *s; ++s) w |= uint64_t{1} << ((static_cast<unsigned char>(*s) - 0x40) & 63);
-  return w;
-}
-
-// Whether c (which must lie in '@'..DEL to count) is in word w.
-constexpr bool in_word(uint64_t w, char c)
-{
-  const unsigned u = static_cast<unsigned char>(c) - 0x40u;
-  return u < 64 && ((w >> u) & 1u) != 0;
-}
-
 // Type sets.
 inline constexpr LetterSet kNFIL = letters("NFIL");  // numeric or logical
 inline constexpr LetterSet kNFI = letters("NFI");    // numeric

@@ -41,7 +41,9 @@ TEST_F(TmpStack, ASpareRecordComesBackAsANewTemporary)
   del_tmpvars(tmp_mark_);
 
   var* p = product();
-  if (VL_POOL) EXPECT_EQ(p, t);
+  if (VL_POOL) {
+    EXPECT_EQ(p, t);
+  }
   EXPECT_EQ(p->Type, 'N');
   EXPECT_EQ(p->Mode, 'T');
   EXPECT_EQ(p->Decimals, 3);
