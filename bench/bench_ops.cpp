@@ -8,8 +8,14 @@
 // C++ doubles, in the same run.  Each row reports ns_per_iter, the time of
 // one loop iteration.
 //
+// Generated code includes vlgen.h, which gives it the number paths of the
+// operators, the assignment and the release inline (fastops.h); the
+// VlCalls row calls every entry point out of line instead, as a program
+// built with VL_NO_INLINE_OPS does.
+//
 //   VlStatement   the statement alone: three operators, the assignment and
 //                 the del_tmpvars release, under a native loop counter
+//   VlCalls       the same statement, every step an out-of-line call
 //   VlStmtSignal  the same with the full statement boundary generated code
 //                 writes (_vln_signal_n before each statement)
 //   VlForLoop     also the FOR loop's own counter as a language variable:
@@ -29,7 +35,7 @@ constexpr double kA = 1.5;
 constexpr double kB = 2.0;
 constexpr double kC = 2.5;
 
-enum class Boundary { Release, Signal, ForLoop };
+enum class Boundary { Release, Calls, Signal, ForLoop };
 
 // FUNCTION Loop(n)
 //   LOCAL x := 0, a := 1.5, b := 2, c := 2.5
@@ -62,6 +68,9 @@ var* loop_fn(int argc, var** argv)
     for (int64_t k = 0; k < count; ++k) {
       if constexpr (kind == Boundary::Signal) {
         VL_STMT(cpy_var(x, u_sub_u(u_add_u(x, u_mul_u(a, b, 0), 0), c, 0)));
+      } else if constexpr (kind == Boundary::Calls) {
+        (cpy_var)(x, (u_sub_u)((u_add_u)(x, (u_mul_u)(a, b, 0), 0), c, 0));
+        (del_tmpvars)(vl_frame_.TmvNp);
       } else {
         cpy_var(x, u_sub_u(u_add_u(x, u_mul_u(a, b, 0), 0), c, 0));
         del_tmpvars(vl_frame_.TmvNp);
@@ -90,6 +99,7 @@ void BM_Vl(benchmark::State& state)
   per_iteration(state);
 }
 BENCHMARK(BM_Vl<Boundary::Release>)->Name("VlStatement")->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Vl<Boundary::Calls>)->Name("VlCalls")->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Vl<Boundary::Signal>)->Name("VlStmtSignal")->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Vl<Boundary::ForLoop>)->Name("VlForLoop")->Unit(benchmark::kMillisecond);
 

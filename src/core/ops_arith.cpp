@@ -13,7 +13,7 @@
 
 #include "ops_common.hpp"
 #include "set.h"
-#include "tmpstack.hpp"
+#include "fastops.h"
 
 using namespace vl;
 using namespace vl::ops;
@@ -66,62 +66,6 @@ template <class Op>
   res = as_int ? put_int(res, Op::word(whole(l), whole(r)))
                : put_num(res, Op::real(num(l), num(r)), dec);
   return site.finish(res);
-}
-
-// A new temporary holding the number d with dec decimals, when no spare
-// record waits at the top of the temporary stack.
-[[gnu::noinline]] var* number_in_new_temp(double d, unsigned dec)
-{
-  var* v = cre_tmpvar();
-  v->Type = 'N';
-  v->Decimals = static_cast<uint8_t>(dec);
-  v->Length = kNoWidth;
-  v->Value.w1.d = d;
-  return v;
-}
-
-// The common case of + - *: two 'N' numbers and no assignment.  The
-// result goes into a temporary operand, which holds a number, or a new
-// temporary, so it is written without further checks.  Any other case goes
-// to the member's full table, general(l, r, assign).
-//
-// The operands' tags (valrec.hpp) are tested whole: the low 16 bits of an
-// 'N' temporary's tag are "NT".  dec gives the result's Decimals, in place
-// in a tag, from both tags.  A new temporary is the spare record at the top
-// of the stack, filled here in full.
-template <class Op, uint32_t (*dec)(uint32_t, uint32_t), var* (*general)(var*, var*, int)>
-[[gnu::always_inline]] inline var* numbers(var* l, var* r, int assign)
-{
-  const uint32_t lt = load_tag(l), rt = load_tag(r);
-  if (__builtin_expect(assign || tag_type(lt) != 'N' || tag_type(rt) != 'N', 0))
-    return general(l, r, assign);
-  const double d = Op::real(l->Value.w1.d, r->Value.w1.d);
-  const uint32_t dec_bits = dec(lt, rt);
-  // Either operand may be the temporary, as often one as the other (the
-  // hint keeps the compiler from laying out one case as the cold one).
-  const bool left = __builtin_expect_with_probability(tag_kind(lt) == kNumberTemp, 1, 0.5);
-  var* res = left ? l : r;
-  const uint32_t tag = left ? lt : rt;
-  if (__builtin_expect(tag_kind(tag) == kNumberTemp, 1)) {
-    store_tag(res, (tag & ~kTagDecimals) | dec_bits);
-    res->Length = kNoWidth;
-    store_number(res, d);
-    return res;
-  }
-  res = tmp_take_spare();
-  if (__builtin_expect(res == nullptr, 0)) return number_in_new_temp(d, tag_decimals(dec_bits));
-  tmp_fill(res, header_of(make_tag('N', 'T', 0) | dec_bits, kNoWidth), std::bit_cast<uint64_t>(d));
-  return res;
-}
-
-// The larger of two tags' Decimals, and their sum (at most 255), in place.
-uint32_t larger_decimals(uint32_t lt, uint32_t rt)
-{
-  return std::max(lt & kTagDecimals, rt & kTagDecimals);
-}
-uint32_t summed_decimals(uint32_t lt, uint32_t rt)
-{
-  return std::min((lt & kTagDecimals) + (rt & kTagDecimals), kTagDecimals);
 }
 
 inline var* date_into(const Site& site, int32_t day) { return site.finish(put_date(site.choose(), day)); }
@@ -251,13 +195,13 @@ extern "C" {
 // l + r.  Two plain numbers take the short road.
 var* u_add_u(var* l, var* r, int assign)
 {
-  return numbers<Add, larger_decimals, add_values>(l, r, assign);
+  return vln_arith(l, r, assign, VLN_OP_ADD, add_values);
 }
 
 // l - r.
 var* u_sub_u(var* l, var* r, int assign)
 {
-  return numbers<Sub, larger_decimals, sub_values>(l, r, assign);
+  return vln_arith(l, r, assign, VLN_OP_SUB, sub_values);
 }
 
 // l + "text": the + table with a text right operand.
@@ -323,7 +267,7 @@ var* u_sub_n(var* v, double d, int dec, int assign)
 // l * r.
 var* u_mul_u(var* l, var* r, int assign)
 {
-  return numbers<Mul, summed_decimals, mul_values>(l, r, assign);
+  return vln_arith(l, r, assign, VLN_OP_MUL, mul_values);
 }
 
 // d * v (the target is v); dec -1 stands for SET DECIMALS.

@@ -24,6 +24,7 @@
 #ifndef VL_GEN_H
 #define VL_GEN_H
 
+#include "fastops.h"
 #include "frame.h"
 #include "kernel.h"
 #include "var.h"

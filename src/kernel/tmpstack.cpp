@@ -11,15 +11,15 @@
 // link stays in its slot above the top, and the next temporary made at that
 // height takes it back without touching the record pool.  Slots above
 // tmpvar_cnt therefore hold either null or such a spare record, which this
-// stack owns; the entry past the capacity is always null (tmpstack.hpp).
+// stack owns; the entry past the capacity is always null (fastops.h).
 // The operators take a spare inline; cre_tmpvar is the general road.  The
 // sanitizer build frees every record instead, so that a use after release
 // is caught.
 #include <cstring>
 
+#include "fastops.h"
 #include "frame.h"
 #include "kernel.h"
-#include "tmpstack.hpp"
 #include "valrec.hpp"
 #include "vlerror.h"
 
@@ -28,13 +28,12 @@ namespace {
 var* no_slots[1] = {nullptr};
 }  // namespace
 
-namespace vl {
-var** tmp_slots = no_slots;
+extern "C" {
+var** vln_tmp_slots = no_slots;
+const int32_t vln_tmp_keeps_spares = VL_POOL;
 }
 
 namespace {
-
-using vl::tmp_slots;
 
 constexpr int32_t kInitialTemporaries = 1024;
 int32_t tmp_cap = 0;
@@ -43,10 +42,10 @@ int32_t tmp_cap = 0;
 [[gnu::noinline]] void grow_stack()
 {
   const int32_t cap = tmp_cap ? tmp_cap * 2 : kInitialTemporaries;
-  tmp_slots = static_cast<var**>(vln_realloc(tmp_cap ? tmp_slots : nullptr, sizeof(var*) * (cap + 1),
+  vln_tmp_slots = static_cast<var**>(vln_realloc(tmp_cap ? vln_tmp_slots : nullptr, sizeof(var*) * (cap + 1),
                                              "for the temporary stack", VL_SEV_FATAL,
                                              VL_LEVEL_ALWAYS, "tmpstack", __LINE__));
-  std::memset(tmp_slots + tmp_cap, 0, sizeof(var*) * (cap + 1 - tmp_cap));
+  std::memset(vln_tmp_slots + tmp_cap, 0, sizeof(var*) * (cap + 1 - tmp_cap));
   tmp_cap = cap;
 }
 
@@ -55,11 +54,11 @@ int32_t tmp_cap = 0;
 // temporary, the commonest, is told by one masked compare.
 inline bool spare(const var* v)
 {
-  constexpr uint32_t kKindAndStatic = 0xFFFF | uint32_t{VF_STATIC} << 24;
-  if (!VL_POOL || __builtin_expect(v->Links != 1, 0)) return false;
+  if (!VL_POOL) return false;
+  if (__builtin_expect(vln_tmp_spare_number(v), 1)) return true;
   const uint32_t t = vl::load_tag(v);
-  if (__builtin_expect((t & kKindAndStatic) == vl::kNumberTemp, 1)) return true;
-  return !vl::letter_is(vl::tag_type(t), vl::LC_CONTENT) && !(vl::tag_flags(t) & VF_STATIC);
+  return v->Links == 1 && !vl::letter_is(vl::tag_type(t), vl::LC_CONTENT) &&
+         !(vl::tag_flags(t) & VF_STATIC);
 }
 
 // Release every temporary above mark, the first of them (slot n-1) holding
@@ -70,9 +69,9 @@ inline bool spare(const var* v)
   tmpvar_cnt = n;
   while (tmpvar_cnt > mark) {
     const int32_t i = --tmpvar_cnt;
-    var* v = tmp_slots[i];
+    var* v = vln_tmp_slots[i];
     if (spare(v)) continue;
-    tmp_slots[i] = nullptr;
+    vln_tmp_slots[i] = nullptr;
     del_var(v);
   }
 }
@@ -86,18 +85,18 @@ int32_t tmpvar_cnt = 0;
 var* cre_tmpvar(void)
 {
   if (tmpvar_cnt == tmp_cap) grow_stack();
-  var* v = tmp_slots[tmpvar_cnt];
+  var* v = vln_tmp_slots[tmpvar_cnt];
   if (!v) v = vl::rec_alloc();
   vl::init_record(v, 'U', 'T', glob_depth);
-  tmp_slots[tmpvar_cnt++] = v;
+  vln_tmp_slots[tmpvar_cnt++] = v;
   return v;
 }
 
 void add_tmpvar(var* v)
 {
   if (tmpvar_cnt == tmp_cap) grow_stack();
-  if (var* cached = tmp_slots[tmpvar_cnt]) vl::rec_free(cached);
-  tmp_slots[tmpvar_cnt++] = v;
+  if (var* cached = vln_tmp_slots[tmpvar_cnt]) vl::rec_free(cached);
+  vln_tmp_slots[tmpvar_cnt++] = v;
 }
 
 // Spare records stay where they are; the first record that needs more than
@@ -109,7 +108,7 @@ void del_tmpvars(int32_t mark)
   if (__builtin_expect(mark < 0, 0)) return del_tmpvars(0);
   // The top slot first, apart: most statements leave one or two
   // temporaries, and this keeps their road straight.
-  var* const* const slots = tmp_slots;
+  var* const* const slots = vln_tmp_slots;
   int32_t i = n - 1;
   if (__builtin_expect(!spare(slots[i]), 0)) return release_to(n, mark);
   while (i > mark)

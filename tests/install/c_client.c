@@ -45,6 +45,9 @@ static var* client_main(int argc, var** argv)
   VL_STMT(r = VL_CALL(_bb_abs, set_nv(-3.25, 2));
           check(VDBL(r) == 3.25 && r->Decimals == 2, "ABS(-3.25) is 3.25"));
   VL_STMT(r = VL_CALL(_bb_abs, set_Iv(-7)); check(r->Type == 'I' && VINT(r) == 7, "ABS(-7) stays integer"));
+  VL_STMT(cpy_var(five, u_sub_u(u_add_u(five, u_mul_u(five, set_nv(0.5, 1), 0), 0), set_nv(1.25, 2), 0)));
+  VL_STMT(check(VDBL(five) == 6.25 && five->Decimals == 2 && five->Mode == 'N',
+                "five := five + five * 0.5 - 1.25 is 6.25, two decimals, still a LOCAL"));
   VL_STMT(check(tmpvar_cnt == vl_frame_.TmvNp, "temporaries back at the frame's floor"));
   del_var(undefined);
   VL_RETURN_NIL();

@@ -1,0 +1,222 @@
+/*
+** fastops.h -- the number paths of + - *, of the assignment and of the
+** statement release, inline.
+**
+** Numeric code spends its time in statements like `x := x + a * b - c`: a
+** few operators on 'N' numbers, one assignment to a LOCAL, and the release
+** of the statement's one temporary.  Called out of line, each of those is a
+** call, a return and a fresh look at operands whose kind the previous step
+** just wrote.  Inline, the compiler sees the chain, drops the repeated
+** tests, and the whole statement runs in about two thirds of the
+** instructions.
+**
+** Contract.  Every function here gives exactly what its entry point gives:
+** the same result record (a temporary operand, else a new temporary), the
+** same Type, Decimals, Length and value, the same temporary-stack height.
+** It handles only the number case:
+**
+**   vln_arith      l op r for two 'N' operands and no compound assignment;
+**   vln_assign     an 'N' temporary into an 'N' LOCAL that is no constant;
+**   vln_release    a statement that leaves one 'N' temporary, kept in its
+**                  slot for reuse as del_tmpvars keeps it;
+**
+** and hands every other case to the entry point, which it names.
+**
+** Generated code gets these paths under the entry points' own names: after
+** this header, u_add_u, u_sub_u, u_mul_u, cpy_var and del_tmpvars are
+** macros for them.  The library itself is built with VL_BUILDING_LIBRARY
+** and a program may define VL_NO_INLINE_OPS; either keeps the plain calls.
+** A name in parentheses, `(cpy_var)(x, y)`, always calls the function.
+**
+** Moving the number.  The value goes from record to record through memory
+** at every step of the chain.  A load that reads back a general register's
+** store is served at once on current processors, one that feeds a
+** floating-point register waits several cycles more; so numbers are loaded
+** and stored as 64-bit words and moved to the FP unit only to compute.  The
+** empty asm statements keep the compiler from turning them back into FP
+** loads and stores.
+*/
+#ifndef VL_FASTOPS_H
+#define VL_FASTOPS_H
+
+#include <stdint.h>
+#include <string.h>
+
+#include "frame.h"
+#include "operators.h"
+#include "var.h"
+
+VL_BEGIN_DECLS
+
+/* The temporary stack's slots, tmpvar_cnt of them in use.  A slot at or
+** above tmpvar_cnt holds null or a spare record: a released temporary that
+** held a plain scalar and no other link, which the stack owns and the next
+** temporary made at that height takes back.  The entry past the capacity is
+** always null, so one load answers both "is there room" and "is there a
+** record". */
+extern var** vln_tmp_slots;
+/* Non-zero when released temporaries are kept as spares (zero in the
+** sanitizer build, which frees each one so that a late use is caught). */
+extern const int32_t vln_tmp_keeps_spares;
+
+VL_END_DECLS
+
+/* ---- The tag: Type, Mode, Decimals and Flags as one 32-bit word. ---- */
+
+#define VLN_TAG_KIND_MASK 0xFFFFu                /* Type and Mode */
+#define VLN_TAG_NUMBER_TEMP 0x544Eu              /* 'N', 'T' */
+#define VLN_TAG_NUMBER_LOCAL 0x4E4Eu             /* 'N', 'N' */
+#define VLN_TAG_DECIMALS 0x00FF0000u
+#define VLN_TAG_VALUE_BYTES 0x00FF00FFu          /* Type and Decimals */
+#define VLN_TAG_STATIC ((uint32_t)VF_STATIC << 24)
+#define VLN_NO_WIDTH (-1)                        /* Length of a computed number */
+
+static inline uint32_t vln_tag(const var* v)
+{
+  uint32_t t;
+  memcpy(&t, v, sizeof t);
+  return t;
+}
+static inline void vln_set_tag(var* v, uint32_t t) { memcpy(v, &t, sizeof t); }
+static inline char vln_tag_type(uint32_t t) { return (char)(t & 0xFFu); }
+static inline uint32_t vln_tag_kind(uint32_t t) { return t & VLN_TAG_KIND_MASK; }
+
+/* Word 1 of an 'N' record, read and written through a general register. */
+static inline double vln_number(const var* v)
+{
+  uint64_t bits = v->Value.w1.bits;
+  double d;
+  __asm__("" : "+r"(bits));
+  memcpy(&d, &bits, sizeof d);
+  return d;
+}
+static inline uint64_t vln_number_bits(double d)
+{
+  uint64_t bits;
+  memcpy(&bits, &d, sizeof bits);
+  __asm__("" : "+r"(bits));
+  return bits;
+}
+
+/* ---- Temporaries. ---- */
+
+/* Push the spare record waiting at the top of the temporary stack and
+** return it, or return null and change nothing when there is none.  Its
+** Links is 1; the caller writes every other field (vln_tmp_fill). */
+static inline var* vln_tmp_take_spare(void)
+{
+  const int32_t n = tmpvar_cnt;
+  var* v = vln_tmp_slots[n];
+  if (__builtin_expect(v != NULL, 1)) tmpvar_cnt = n + 1;
+  return v;
+}
+
+/* Make a taken spare a temporary holding tag (its Mode 'T'), length and
+** value word 1; Links 1, no variable index, declared at the current depth,
+** word 2 zero.  Links and V_indx go as one word. */
+static inline void vln_tmp_fill(var* v, uint32_t tag, int32_t length, uint64_t word1)
+{
+  const uint64_t header = tag | (uint64_t)(uint32_t)length << 32;
+  const uint64_t links = 1;
+  memcpy(v, &header, sizeof header);
+  memcpy(&v->Links, &links, sizeof links);
+  v->D_level = glob_depth;
+  v->Value.w1.bits = word1;
+  v->Value.w2.bits = 0;
+}
+
+/* Whether v, a released temporary, is an 'N' number the stack can keep as
+** a spare: its one link is the stack's and it is no constant. */
+static inline int vln_tmp_spare_number(const var* v)
+{
+  return v->Links == 1 &&
+         (vln_tag(v) & (VLN_TAG_KIND_MASK | VLN_TAG_STATIC)) == VLN_TAG_NUMBER_TEMP;
+}
+
+/* ---- The members. ---- */
+
+typedef enum VlnArithOp { VLN_OP_ADD, VLN_OP_SUB, VLN_OP_MUL } VlnArithOp;
+typedef var* (*VlnArithFn)(var* l, var* r, int assign);
+
+/* Store the number d with the decimals in place in dec into the 'N' record
+** res of tag t, keeping its Mode and Flags. */
+static inline var* vln_put_number(var* res, uint32_t t, uint32_t dec, uint64_t bits)
+{
+  vln_set_tag(res, (t & ~VLN_TAG_DECIMALS) | dec);
+  res->Length = VLN_NO_WIDTH;
+  res->Value.w1.bits = bits;
+  res->Value.w2.bits = 0;
+  return res;
+}
+
+/* l + l, l - r or l * r for two 'N' operands and no assignment: an 'N'
+** with the larger Decimals (+, -) or their sum up to 255 (*), in the left
+** operand when it is a temporary, else in the right one when that is, else
+** in a spare temporary.  Any other case, and no spare, is slow(l, r,
+** assign). */
+static inline var* vln_arith(var* l, var* r, int assign, VlnArithOp op, VlnArithFn slow)
+{
+  const uint32_t lt = vln_tag(l), rt = vln_tag(r);
+  if (__builtin_expect(assign != 0 || vln_tag_type(lt) != 'N' || vln_tag_type(rt) != 'N', 0))
+    return slow(l, r, assign);
+  const uint32_t ld = lt & VLN_TAG_DECIMALS, rd = rt & VLN_TAG_DECIMALS;
+  const double a = vln_number(l), b = vln_number(r);
+  double d;
+  uint32_t dec;
+  if (op == VLN_OP_MUL) {
+    d = a * b;
+    dec = ld + rd > VLN_TAG_DECIMALS ? VLN_TAG_DECIMALS : ld + rd;
+  } else {
+    d = op == VLN_OP_ADD ? a + b : a - b;
+    dec = ld > rd ? ld : rd;
+  }
+  const uint64_t bits = vln_number_bits(d);
+  if (vln_tag_kind(lt) == VLN_TAG_NUMBER_TEMP) return vln_put_number(l, lt, dec, bits);
+  if (vln_tag_kind(rt) == VLN_TAG_NUMBER_TEMP) return vln_put_number(r, rt, dec, bits);
+  var* const fresh = vln_tmp_take_spare();
+  if (__builtin_expect(fresh == NULL, 0)) return slow(l, r, assign);
+  vln_tmp_fill(fresh, VLN_TAG_NUMBER_TEMP | dec, VLN_NO_WIDTH, bits);
+  return fresh;
+}
+
+/* dst := src for an 'N' temporary into an 'N' LOCAL that is no constant:
+** Type and Decimals, Length and value; dst keeps its Mode and Flags, and its
+** tag is written only when it changes.  Anything else is cpy_var. */
+static inline var* vln_assign(var* dst, var* src)
+{
+  const uint32_t st = vln_tag(src), dt = vln_tag(dst);
+  if (__builtin_expect(vln_tag_kind(st) != VLN_TAG_NUMBER_TEMP ||
+                           vln_tag_kind(dt) != VLN_TAG_NUMBER_LOCAL || (dt & VLN_TAG_STATIC),
+                       0))
+    return (cpy_var)(dst, src);
+  if ((st ^ dt) & VLN_TAG_VALUE_BYTES)
+    vln_set_tag(dst, (st & VLN_TAG_VALUE_BYTES) | (dt & ~VLN_TAG_VALUE_BYTES));
+  dst->Length = src->Length;
+  dst->Value.w1.bits = src->Value.w1.bits;
+  dst->Value.w2.bits = 0;
+  return dst;
+}
+
+/* del_tmpvars(mark) for the statement that leaves one 'N' temporary above
+** mark: it stays in its slot as a spare.  Anything else is del_tmpvars. */
+static inline void vln_release(int32_t mark)
+{
+  const int32_t n = tmpvar_cnt;
+  if (n <= mark) return;
+  if (n == mark + 1 && mark >= 0 && vln_tmp_keeps_spares &&
+      vln_tmp_spare_number(vln_tmp_slots[mark])) {
+    tmpvar_cnt = mark;
+    return;
+  }
+  (del_tmpvars)(mark);
+}
+
+#if !defined(VL_BUILDING_LIBRARY) && !defined(VL_NO_INLINE_OPS)
+#define u_add_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_ADD, u_add_u)
+#define u_sub_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_SUB, u_sub_u)
+#define u_mul_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_MUL, u_mul_u)
+#define cpy_var(dst, src) vln_assign((dst), (src))
+#define del_tmpvars(mark) vln_release(mark)
+#endif
+
+#endif /* VL_FASTOPS_H */

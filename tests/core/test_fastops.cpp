@@ -1,0 +1,161 @@
+// The inline number paths that programs get for + - *, the assignment and
+// the statement release must give exactly what the entry points give: the
+// same record, Type, Length, Decimals and value, the same reports and the
+// same temporary-stack height, for every kind of operand, number or not.
+#include "test_ops.hpp"
+
+#if !defined(u_add_u) || !defined(cpy_var) || !defined(del_tmpvars)
+#error "a program including vl.h gets the inline operator paths"
+#endif
+
+namespace {
+
+using opstest::make;
+using opstest::show;
+
+// Operands in the notation of test_ops.hpp: LOCAL numbers of several
+// Decimals, number temporaries, an integer temporary, a strictly typed
+// integer, and the other types, which the inline paths hand on.
+const char* const kOperands[] = {"5",   "-2.50", "T:1.5", "T:0.125", "T:I4", "I7",    "S:I3",
+                                 "F1.5", "'ab '", "NIL",   ".T.",     "D100", "UNDEF"};
+
+enum class Route { Inline, Call };
+
+using Binary = var* (*)(var*, var*, int, Route);
+
+var* add(var* l, var* r, int a, Route how) { return how == Route::Inline ? u_add_u(l, r, a) : (u_add_u)(l, r, a); }
+var* sub(var* l, var* r, int a, Route how) { return how == Route::Inline ? u_sub_u(l, r, a) : (u_sub_u)(l, r, a); }
+var* mul(var* l, var* r, int a, Route how) { return how == Route::Inline ? u_mul_u(l, r, a) : (u_mul_u)(l, r, a); }
+
+class FastOps : public opstest::Ops {
+ protected:
+  void TearDown() override
+  {
+    (del_tmpvars)(tmp_mark_);
+    Ops::TearDown();
+  }
+
+  // Which record a result is: "l", "r", "new", or a constant's name.
+  static std::string which(var* res, var* l, var* r)
+  {
+    if (res == l) return "l";
+    if (res == r) return "r";
+    if (res == ERROR_VAR || res == ZERO_VAR) return show(res);
+    return res->Mode == 'T' ? "new" : "other";
+  }
+
+  // Everything observable about l op r on fresh operands: the result, the
+  // operands afterwards, the temporaries made and the reports.
+  std::string run(Binary op, const char* ln, const char* rn, int assign, Route how)
+  {
+    const int32_t mark = tmpvar_cnt;
+    reports().clear();
+    var* l = make(ln);
+    var* r = make(rn);
+    const int32_t before = tmpvar_cnt;
+    var* res = op(l, r, assign, how);
+    std::string out = which(res, l, r) + " " + show(res) + " | " + show(l) + " " + show(r) +
+                      " | +" + std::to_string(tmpvar_cnt - before) + " | " + seen();
+    (del_tmpvars)(mark);
+    return out;
+  }
+};
+
+TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
+{
+  const struct {
+    const char* name;
+    Binary op;
+  } ops[] = {{"+", add}, {"-", sub}, {"*", mul}};
+  for (const auto& op : ops)
+    for (const char* ln : kOperands)
+      for (const char* rn : kOperands)
+        for (int assign = 0; assign <= 1; ++assign)
+          EXPECT_EQ(run(op.op, ln, rn, assign, Route::Inline), run(op.op, ln, rn, assign, Route::Call))
+              << ln << " " << op.name << " " << rn << (assign ? " (compound)" : "");
+}
+
+// The cases the inline path takes itself, spelt out: where the result goes
+// and what Decimals it gets.
+TEST_F(FastOps, NumberResultsAndTheirRecords)
+{
+  EXPECT_EQ(run(add, "T:1.5", "-2.50", 0, Route::Inline), "l N(-1,2) -1 | N(-1,2) -1 N(-1,2) -2.5 | +0 | ");
+  EXPECT_EQ(run(sub, "5", "T:0.125", 0, Route::Inline), "r N(-1,3) 4.875 | N(-1,0) 5 N(-1,3) 4.875 | +0 | ");
+  EXPECT_EQ(run(mul, "-2.50", "5", 0, Route::Inline), "new N(-1,2) -12.5 | N(-1,2) -2.5 N(-1,0) 5 | +1 | ");
+  // Decimals of a product stop at 255.
+  var* a = make("1.5");
+  var* b = make("2");
+  a->Decimals = 200;
+  b->Decimals = 100;
+  EXPECT_EQ(u_mul_u(a, b, 0)->Decimals, 255);
+}
+
+TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
+{
+  const char* const sources[] = {"T:1.5", "T:7", "T:I4", "5", "'ab'", "NIL"};
+  const char* const targets[] = {"5", "2.25", "S:I3", "S:5", "NIL", "'x'", "UNDEF", "T:1"};
+  for (const char* dn : targets)
+    for (const char* sn : sources) {
+      std::string seen_by[2];
+      for (Route how : {Route::Inline, Route::Call}) {
+        const int32_t mark = tmpvar_cnt;
+        reports().clear();
+        var* dst = make(dn);
+        var* src = make(sn);
+        var* res = how == Route::Inline ? cpy_var(dst, src) : (cpy_var)(dst, src);
+        seen_by[how == Route::Call] = which(res, dst, src) + " " + show(dst) + " " +
+                                      std::string(1, dst->Mode) + " | " + seen();
+        (del_tmpvars)(mark);
+      }
+      EXPECT_EQ(seen_by[0], seen_by[1]) << dn << " := " << sn;
+    }
+  // A compiled number literal is a constant LOCAL-like record: never written.
+  var literal{};
+  literal.Type = 'N';
+  literal.Mode = 'N';
+  literal.Flags = VF_STATIC;
+  literal.Length = -1;
+  literal.Value.w1.d = 2;
+  EXPECT_EQ(cpy_var(&literal, make("T:9")), ERROR_VAR);
+  EXPECT_EQ(literal.Value.w1.d, 2.0);
+}
+
+// The statement release keeps a lone number temporary in its slot, and
+// hands everything else to del_tmpvars.
+TEST_F(FastOps, ReleaseKeepsOnlyALoneNumberTemporary)
+{
+  var* a = make("1.5");
+  var* b = make("2");
+  const int32_t mark = tmpvar_cnt;
+
+  var* p = u_mul_u(a, b, 0);
+  del_tmpvars(mark);
+  EXPECT_EQ(tmpvar_cnt, mark);
+  var* again = u_mul_u(a, b, 0);
+  if (vln_tmp_keeps_spares) {
+    EXPECT_EQ(again, p);
+  }
+  EXPECT_EQ(show(again), "N(-1,1) 3");
+
+  // Held elsewhere: the stack drops its link and never hands it out again.
+  ++again->Links;
+  del_tmpvars(mark);
+  EXPECT_EQ(again->Links, 1u);
+  var* third = u_mul_u(a, b, 0);
+  EXPECT_NE(third, again);
+  del_var(again);
+
+  // A constant pushed on the stack is not a spare.
+  del_tmpvars(mark);
+  add_tmpvar(ONE_VAR);
+  del_tmpvars(mark);
+  EXPECT_NE(u_mul_u(a, b, 0), ONE_VAR);
+  EXPECT_EQ(VDBL(ONE_VAR), 1.0);
+
+  // Nothing above the mark: nothing to do.
+  del_tmpvars(mark);
+  del_tmpvars(mark);
+  EXPECT_EQ(tmpvar_cnt, mark);
+}
+
+}  // namespace
