@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "fastops.h"
 #include "letters.hpp"
 #include "pool.hpp"
 #include "var.h"
@@ -69,25 +70,18 @@ inline uint32_t load_tag(const var* v)
 }
 inline void store_tag(var* v, uint32_t t) { std::memcpy(v, &t, sizeof t); }
 
-constexpr uint32_t make_tag(char type, char mode, unsigned decimals, unsigned flags = 0)
-{
-  return static_cast<unsigned char>(type) | static_cast<uint32_t>(static_cast<unsigned char>(mode)) << 8 |
-         (decimals & 0xFFu) << 16 | (flags & 0xFFu) << 24;
-}
 constexpr char tag_type(uint32_t t) { return static_cast<char>(t & 0xFF); }
 constexpr char tag_mode(uint32_t t) { return static_cast<char>(t >> 8 & 0xFF); }
-constexpr unsigned tag_decimals(uint32_t t) { return t >> 16 & 0xFF; }
 constexpr unsigned tag_flags(uint32_t t) { return t >> 24; }
 // Type and Mode together, the low half of a tag, tested in one compare
 // against the commonest kinds of record.
 constexpr uint16_t tag_kind(uint32_t t) { return static_cast<uint16_t>(t); }
-inline constexpr uint16_t kNumberTemp = make_tag('N', 'T', 0);  // an 'N' temporary
-inline constexpr uint16_t kNumberLocal = make_tag('N', 'N', 0); // an 'N' LOCAL
+inline constexpr uint16_t kNumberTemp = VLN_TAG_NUMBER_TEMP;    // an 'N' temporary
+inline constexpr uint16_t kNumberLocal = VLN_TAG_NUMBER_LOCAL;  // an 'N' LOCAL
 // The bytes of a tag that belong to the value (Type and Decimals), and those
 // that belong to the record (Mode and Flags).
-inline constexpr uint32_t kTagValueBytes = 0x00FF00FF;
-inline constexpr uint32_t kTagRecordBytes = 0xFF00FF00;
-inline constexpr uint32_t kTagDecimals = 0x00FF0000;
+inline constexpr uint32_t kTagValueBytes = VLN_TAG_VALUE_BYTES;
+inline constexpr uint32_t kTagRecordBytes = ~kTagValueBytes;
 
 // Whether v owns its content: an upper-case Mode, never a field record and
 // never a constant.
