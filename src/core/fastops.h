@@ -171,8 +171,15 @@ static inline var* vln_arith(var* l, var* r, int assign, VlnArithOp op, VlnArith
     dec = ld > rd ? ld : rd;
   }
   const uint64_t bits = vln_number_bits(d);
-  if (vln_tag_kind(lt) == VLN_TAG_NUMBER_TEMP) return vln_put_number(l, lt, dec, bits);
-  if (vln_tag_kind(rt) == VLN_TAG_NUMBER_TEMP) return vln_put_number(r, rt, dec, bits);
+  /* The left operand if it is a temporary, else the right one if that is.
+  ** Either is as likely (a chain's first step has its temporary on the
+  ** right, the next ones on the left), and a select beats a branch. */
+  const int left =
+      __builtin_expect_with_probability(vln_tag_kind(lt) == VLN_TAG_NUMBER_TEMP, 1, 0.5);
+  var* const res = left ? l : r;
+  const uint32_t tag = left ? lt : rt;
+  if (__builtin_expect(vln_tag_kind(tag) == VLN_TAG_NUMBER_TEMP, 1))
+    return vln_put_number(res, tag, dec, bits);
   var* const fresh = vln_tmp_take_spare();
   if (__builtin_expect(fresh == NULL, 0)) return slow(l, r, assign);
   vln_tmp_fill(fresh, VLN_TAG_NUMBER_TEMP | dec, VLN_NO_WIDTH, bits);
