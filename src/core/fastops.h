@@ -1,10 +1,11 @@
 /*
-** fastops.h -- the number paths of + - *, of the assignment and of the
-** statement release, inline.
+** fastops.h -- the number paths of the commonest operators, of the
+** assignment and of the statement release, inline.
 **
 ** Numeric code spends its time in statements like `x := x + a * b - c`: a
 ** few operators on 'N' numbers, one assignment to a LOCAL, and the release
-** of the statement's one temporary.  Called out of line, each of those is a
+** of the statement's one temporary; and in loops that compare and step a
+** number LOCAL.  Called out of line, each of those is a
 ** call, a return and a fresh look at operands whose kind the previous step
 ** just wrote.  Inline, the compiler sees the chain, drops the repeated
 ** tests, and the whole statement runs in about two thirds of the
@@ -19,12 +20,16 @@
 **   vln_assign     an 'N' temporary into an 'N' LOCAL that is no constant;
 **   vln_release    a statement that leaves one 'N' temporary, kept in its
 **                  slot for reuse as del_tmpvars keeps it;
+**   vln_compare    < <= > >= on two 'N' operands;
+**   vln_if         the truth of an 'L' condition;
+**   vln_step       ++x and --x on an 'N' LOCAL;
 **
 ** and hands every other case to the entry point, which it names.
 **
 ** Generated code gets these paths under the entry points' own names: after
-** this header, u_add_u, u_sub_u, u_mul_u, cpy_var and del_tmpvars are
-** macros for them.  The library itself is built with VL_BUILDING_LIBRARY
+** this header, u_add_u, u_sub_u, u_mul_u, cpy_var, del_tmpvars, u_lt_u,
+** u_leq_u, u_gt_u, u_geq_u, if_u, autoinc_u and autodec_u are macros for
+** them.  The library itself is built with VL_BUILDING_LIBRARY
 ** and a program may define VL_NO_INLINE_OPS; either keeps the plain calls.
 ** A name in parentheses, `(cpy_var)(x, y)`, always calls the function.
 **
@@ -218,12 +223,54 @@ static inline void vln_release(int32_t mark)
   (del_tmpvars)(mark);
 }
 
+typedef enum VlnCmpOp { VLN_CMP_LT, VLN_CMP_LE, VLN_CMP_GT, VLN_CMP_GE } VlnCmpOp;
+typedef var* (*VlnCmpFn)(var* l, var* r);
+
+/* l < r, l <= r, l > r or l >= r for two 'N' operands: TRUE_VAR or
+** FALSE_VAR.  Any other case is slow(l, r). */
+static inline var* vln_compare(var* l, var* r, VlnCmpOp op, VlnCmpFn slow)
+{
+  if (__builtin_expect(l->Type != 'N' || r->Type != 'N', 0)) return slow(l, r);
+  const double a = l->Value.w1.d, b = r->Value.w1.d;
+  int holds;
+  switch (op) {
+    case VLN_CMP_LT: holds = a < b; break;
+    case VLN_CMP_LE: holds = a <= b; break;
+    case VLN_CMP_GT: holds = a > b; break;
+    default: holds = a >= b; break;
+  }
+  return holds ? TRUE_VAR : FALSE_VAR;
+}
+
+/* The truth of a logical condition; anything but an 'L' is if_u. */
+static inline int vln_if(var* v)
+{
+  if (__builtin_expect(v->Type == 'L', 1)) return v->Value.w1.i;
+  return (if_u)(v);
+}
+
+/* ++x and --x on an 'N' LOCAL: the value moves by delta in place and x is
+** the result.  Anything else is slow(x). */
+static inline var* vln_step(var* v, int32_t delta, var* (*slow)(var* v))
+{
+  if (__builtin_expect(vln_tag_kind(vln_tag(v)) != VLN_TAG_NUMBER_LOCAL, 0)) return slow(v);
+  v->Value.w1.bits = vln_number_bits(vln_number(v) + delta);
+  return v;
+}
+
 #if !defined(VL_BUILDING_LIBRARY) && !defined(VL_NO_INLINE_OPS)
 #define u_add_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_ADD, u_add_u)
 #define u_sub_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_SUB, u_sub_u)
 #define u_mul_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_MUL, u_mul_u)
 #define cpy_var(dst, src) vln_assign((dst), (src))
 #define del_tmpvars(mark) vln_release(mark)
+#define u_lt_u(l, r) vln_compare((l), (r), VLN_CMP_LT, u_lt_u)
+#define u_leq_u(l, r) vln_compare((l), (r), VLN_CMP_LE, u_leq_u)
+#define u_gt_u(l, r) vln_compare((l), (r), VLN_CMP_GT, u_gt_u)
+#define u_geq_u(l, r) vln_compare((l), (r), VLN_CMP_GE, u_geq_u)
+#define if_u(v) vln_if(v)
+#define autoinc_u(v) vln_step((v), 1, autoinc_u)
+#define autodec_u(v) vln_step((v), -1, autodec_u)
 #endif
 
 #endif /* VL_FASTOPS_H */

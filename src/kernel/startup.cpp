@@ -38,11 +38,12 @@ std::vector<void (*)(void)>& quit_routines()
   return routines;
 }
 
-std::vector<void (*)(void)>& signal_polls()
-{
-  static std::vector<void (*)(void)> polls;
-  return polls;
-}
+// The polls _vln_signal_n runs between statements.  A plain array with a
+// count, so that the usual case, no poll at all, costs one load and a
+// test at every statement.
+constexpr int kMaxSignalPolls = 16;
+void (*signal_polls[kMaxSignalPolls])(void);
+int signal_poll_count = 0;
 
 // Replace NAME= by the value of VLNAME= when the latter is set.
 void take_vl_variable(const char* vl_name, const char* name)
@@ -112,11 +113,18 @@ void vln_quit(void)
   std::exit(shell_return);
 }
 
-void vln_add_signal_poll(void (*fn)(void)) { signal_polls().push_back(fn); }
+void vln_add_signal_poll(void (*fn)(void))
+{
+  if (signal_poll_count == kMaxSignalPolls) {
+    int_error(409, "vln_add_signal_poll: more than 16 polls", "startup", __LINE__);
+    return;
+  }
+  signal_polls[signal_poll_count++] = fn;
+}
 
 void _vln_signal_n(void)
 {
-  for (auto fn : signal_polls()) fn();
+  for (int i = 0; i < signal_poll_count; ++i) signal_polls[i]();
 }
 
 // The break gate is a switch, not a counter: the lock protocol turns it

@@ -1,5 +1,6 @@
-// The inline number paths that programs get for + - *, the assignment and
-// the statement release must give exactly what the entry points give: the
+// The inline number paths that programs get for + - *, < <= > >=, the
+// condition, ++ and --, the assignment and the statement release must
+// give exactly what the entry points give: the
 // same record, Type, Length, Decimals and value, the same reports and the
 // same temporary-stack height, for every kind of operand, number or not.
 #include "test_ops.hpp"
@@ -118,6 +119,58 @@ TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
   literal.Value.w1.d = 2;
   EXPECT_EQ(cpy_var(&literal, make("T:9")), ERROR_VAR);
   EXPECT_EQ(literal.Value.w1.d, 2.0);
+}
+
+using Compare = var* (*)(var*, var*, Route);
+
+var* lt(var* l, var* r, Route how) { return how == Route::Inline ? u_lt_u(l, r) : (u_lt_u)(l, r); }
+var* le(var* l, var* r, Route how) { return how == Route::Inline ? u_leq_u(l, r) : (u_leq_u)(l, r); }
+var* gt(var* l, var* r, Route how) { return how == Route::Inline ? u_gt_u(l, r) : (u_gt_u)(l, r); }
+var* ge(var* l, var* r, Route how) { return how == Route::Inline ? u_geq_u(l, r) : (u_geq_u)(l, r); }
+
+TEST_F(FastOps, ComparisonsAgreeWithTheEntryPoints)
+{
+  const struct {
+    const char* name;
+    Compare op;
+  } ops[] = {{"<", lt}, {"<=", le}, {">", gt}, {">=", ge}};
+  for (const auto& op : ops)
+    for (const char* ln : kOperands)
+      for (const char* rn : kOperands) {
+        std::string seen_by[2];
+        for (Route how : {Route::Inline, Route::Call}) {
+          const int32_t mark = tmpvar_cnt;
+          reports().clear();
+          var* res = op.op(make(ln), make(rn), how);
+          seen_by[how == Route::Call] = show(res) + " | " + seen();
+          (del_tmpvars)(mark);
+        }
+        EXPECT_EQ(seen_by[0], seen_by[1]) << ln << " " << op.name << " " << rn;
+      }
+}
+
+// A condition and ++/-- on every kind of operand, against the entry points:
+// the truth or the result, the operand afterwards, the reports.
+TEST_F(FastOps, ConditionsAndStepsAgreeWithTheEntryPoints)
+{
+  const char* const operands[] = {".T.", ".F.", "5",  "0",    "2.25", "T:1.5", "I0", "S:I3",
+                                  "P:5", "D100", "'x'", "NIL", "UNDEF"};
+  for (const char* n : operands) {
+    std::string seen_by[2];
+    for (Route how : {Route::Inline, Route::Call}) {
+      const int32_t mark = tmpvar_cnt;
+      reports().clear();
+      var* v = make(n);
+      const int truth = how == Route::Inline ? if_u(v) : (if_u)(v);
+      var* up = how == Route::Inline ? autoinc_u(v) : (autoinc_u)(v);
+      const std::string after_up = which(up, v, nullptr) + " " + show(v);
+      var* down = how == Route::Inline ? autodec_u(v) : (autodec_u)(v);
+      seen_by[how == Route::Call] = std::to_string(truth) + " | " + after_up + " | " +
+                                    which(down, v, nullptr) + " " + show(v) + " | " + seen();
+      (del_tmpvars)(mark);
+    }
+    EXPECT_EQ(seen_by[0], seen_by[1]) << n;
+  }
 }
 
 // The statement release keeps a lone number temporary in its slot, and
