@@ -42,9 +42,10 @@ int32_t tmp_cap = 0;
 [[gnu::noinline]] void grow_stack()
 {
   const int32_t cap = tmp_cap ? tmp_cap * 2 : kInitialTemporaries;
-  vln_tmp_slots = static_cast<var**>(vln_realloc(tmp_cap ? vln_tmp_slots : nullptr, sizeof(var*) * (cap + 1),
-                                             "for the temporary stack", VL_SEV_FATAL,
-                                             VL_LEVEL_ALWAYS, "tmpstack", __LINE__));
+  void* grown = vln_realloc(tmp_cap ? vln_tmp_slots : nullptr, sizeof(var*) * (cap + 1),
+                            "for the temporary stack", VL_SEV_FATAL, VL_LEVEL_ALWAYS, "tmpstack",
+                            __LINE__);
+  vln_tmp_slots = static_cast<var**>(grown);
   std::memset(vln_tmp_slots + tmp_cap, 0, sizeof(var*) * (cap + 1 - tmp_cap));
   tmp_cap = cap;
 }

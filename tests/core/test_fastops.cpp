@@ -24,9 +24,18 @@ enum class Route { Inline, Call };
 
 using Binary = var* (*)(var*, var*, int, Route);
 
-var* add(var* l, var* r, int a, Route how) { return how == Route::Inline ? u_add_u(l, r, a) : (u_add_u)(l, r, a); }
-var* sub(var* l, var* r, int a, Route how) { return how == Route::Inline ? u_sub_u(l, r, a) : (u_sub_u)(l, r, a); }
-var* mul(var* l, var* r, int a, Route how) { return how == Route::Inline ? u_mul_u(l, r, a) : (u_mul_u)(l, r, a); }
+var* add(var* l, var* r, int a, Route how)
+{
+  return how == Route::Inline ? u_add_u(l, r, a) : (u_add_u)(l, r, a);
+}
+var* sub(var* l, var* r, int a, Route how)
+{
+  return how == Route::Inline ? u_sub_u(l, r, a) : (u_sub_u)(l, r, a);
+}
+var* mul(var* l, var* r, int a, Route how)
+{
+  return how == Route::Inline ? u_mul_u(l, r, a) : (u_mul_u)(l, r, a);
+}
 
 class FastOps : public opstest::Ops {
  protected:
@@ -72,7 +81,8 @@ TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
     for (const char* ln : kOperands)
       for (const char* rn : kOperands)
         for (int assign = 0; assign <= 1; ++assign)
-          EXPECT_EQ(run(op.op, ln, rn, assign, Route::Inline), run(op.op, ln, rn, assign, Route::Call))
+          EXPECT_EQ(run(op.op, ln, rn, assign, Route::Inline),
+                    run(op.op, ln, rn, assign, Route::Call))
               << ln << " " << op.name << " " << rn << (assign ? " (compound)" : "");
 }
 
@@ -80,9 +90,12 @@ TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
 // and what Decimals it gets.
 TEST_F(FastOps, NumberResultsAndTheirRecords)
 {
-  EXPECT_EQ(run(add, "T:1.5", "-2.50", 0, Route::Inline), "l N(-1,2) -1 | N(-1,2) -1 N(-1,2) -2.5 | +0 | ");
-  EXPECT_EQ(run(sub, "5", "T:0.125", 0, Route::Inline), "r N(-1,3) 4.875 | N(-1,0) 5 N(-1,3) 4.875 | +0 | ");
-  EXPECT_EQ(run(mul, "-2.50", "5", 0, Route::Inline), "new N(-1,2) -12.5 | N(-1,2) -2.5 N(-1,0) 5 | +1 | ");
+  EXPECT_EQ(run(add, "T:1.5", "-2.50", 0, Route::Inline),
+            "l N(-1,2) -1 | N(-1,2) -1 N(-1,2) -2.5 | +0 | ");
+  EXPECT_EQ(run(sub, "5", "T:0.125", 0, Route::Inline),
+            "r N(-1,3) 4.875 | N(-1,0) 5 N(-1,3) 4.875 | +0 | ");
+  EXPECT_EQ(run(mul, "-2.50", "5", 0, Route::Inline),
+            "new N(-1,2) -12.5 | N(-1,2) -2.5 N(-1,0) 5 | +1 | ");
   // Decimals of a product stop at 255.
   var* a = make("1.5");
   var* b = make("2");
@@ -123,10 +136,22 @@ TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
 
 using Compare = var* (*)(var*, var*, Route);
 
-var* lt(var* l, var* r, Route how) { return how == Route::Inline ? u_lt_u(l, r) : (u_lt_u)(l, r); }
-var* le(var* l, var* r, Route how) { return how == Route::Inline ? u_leq_u(l, r) : (u_leq_u)(l, r); }
-var* gt(var* l, var* r, Route how) { return how == Route::Inline ? u_gt_u(l, r) : (u_gt_u)(l, r); }
-var* ge(var* l, var* r, Route how) { return how == Route::Inline ? u_geq_u(l, r) : (u_geq_u)(l, r); }
+var* lt(var* l, var* r, Route how)
+{
+  return how == Route::Inline ? u_lt_u(l, r) : (u_lt_u)(l, r);
+}
+var* le(var* l, var* r, Route how)
+{
+  return how == Route::Inline ? u_leq_u(l, r) : (u_leq_u)(l, r);
+}
+var* gt(var* l, var* r, Route how)
+{
+  return how == Route::Inline ? u_gt_u(l, r) : (u_gt_u)(l, r);
+}
+var* ge(var* l, var* r, Route how)
+{
+  return how == Route::Inline ? u_geq_u(l, r) : (u_geq_u)(l, r);
+}
 
 TEST_F(FastOps, ComparisonsAgreeWithTheEntryPoints)
 {
