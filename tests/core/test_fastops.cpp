@@ -54,20 +54,42 @@ class FastOps : public opstest::Ops {
     return res->Mode == 'T' ? "new" : "other";
   }
 
-  // Everything observable about l op r on fresh operands: the result, the
-  // operands afterwards, the temporaries made and the reports.
-  std::string run(Binary op, const char* ln, const char* rn, int assign, Route how)
+  // What body(how) describes, followed by the reports it caused, with the
+  // temporaries it made released afterwards.
+  template <class Body>
+  std::string observe(Route how, Body body)
   {
     const int32_t mark = tmpvar_cnt;
     reports().clear();
+    std::string out = body(how);
+    out += " | " + seen();
+    (del_tmpvars)(mark);
+    return out;
+  }
+
+  // Expects body to describe the same on both roads; context names the case.
+  template <class Body>
+  void expect_same(const std::string& context, Body body)
+  {
+    const std::string inline_road = observe(Route::Inline, body);
+    EXPECT_EQ(inline_road, observe(Route::Call, body)) << context;
+  }
+
+  // Everything observable about l op r on fresh operands: the result, the
+  // operands afterwards and the temporaries made.
+  static std::string describe(Binary op, const char* ln, const char* rn, int assign, Route how)
+  {
     var* l = make(ln);
     var* r = make(rn);
     const int32_t before = tmpvar_cnt;
     var* res = op(l, r, assign, how);
-    std::string out = which(res, l, r) + " " + show(res) + " | " + show(l) + " " + show(r) +
-                      " | +" + std::to_string(tmpvar_cnt - before) + " | " + seen();
-    (del_tmpvars)(mark);
-    return out;
+    return which(res, l, r) + " " + show(res) + " | " + show(l) + " " + show(r) + " | +" +
+           std::to_string(tmpvar_cnt - before);
+  }
+  // The same with the reports, on the inline road.
+  std::string run(Binary op, const char* ln, const char* rn)
+  {
+    return observe(Route::Inline, [&](Route how) { return describe(op, ln, rn, 0, how); });
   }
 };
 
@@ -81,20 +103,19 @@ TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
     for (const char* ln : kOperands)
       for (const char* rn : kOperands)
         for (int assign = 0; assign <= 1; ++assign)
-          EXPECT_EQ(run(op.op, ln, rn, assign, Route::Inline),
-                    run(op.op, ln, rn, assign, Route::Call))
-              << ln << " " << op.name << " " << rn << (assign ? " (compound)" : "");
+          expect_same(std::string(ln) + " " + op.name + " " + rn + (assign ? " (compound)" : ""),
+                      [&](Route how) { return describe(op.op, ln, rn, assign, how); });
 }
 
 // The cases the inline path takes itself, spelt out: where the result goes
 // and what Decimals it gets.
 TEST_F(FastOps, NumberResultsAndTheirRecords)
 {
-  EXPECT_EQ(run(add, "T:1.5", "-2.50", 0, Route::Inline),
+  EXPECT_EQ(run(add, "T:1.5", "-2.50"),
             "l N(-1,2) -1 | N(-1,2) -1 N(-1,2) -2.5 | +0 | ");
-  EXPECT_EQ(run(sub, "5", "T:0.125", 0, Route::Inline),
+  EXPECT_EQ(run(sub, "5", "T:0.125"),
             "r N(-1,3) 4.875 | N(-1,0) 5 N(-1,3) 4.875 | +0 | ");
-  EXPECT_EQ(run(mul, "-2.50", "5", 0, Route::Inline),
+  EXPECT_EQ(run(mul, "-2.50", "5"),
             "new N(-1,2) -12.5 | N(-1,2) -2.5 N(-1,0) 5 | +1 | ");
   // Decimals of a product stop at 255.
   var* a = make("1.5");
@@ -109,20 +130,13 @@ TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
   const char* const sources[] = {"T:1.5", "T:7", "T:I4", "5", "'ab'", "NIL"};
   const char* const targets[] = {"5", "2.25", "S:I3", "S:5", "NIL", "'x'", "UNDEF", "T:1"};
   for (const char* dn : targets)
-    for (const char* sn : sources) {
-      std::string seen_by[2];
-      for (Route how : {Route::Inline, Route::Call}) {
-        const int32_t mark = tmpvar_cnt;
-        reports().clear();
+    for (const char* sn : sources)
+      expect_same(std::string(dn) + " := " + sn, [&](Route how) {
         var* dst = make(dn);
         var* src = make(sn);
         var* res = how == Route::Inline ? cpy_var(dst, src) : (cpy_var)(dst, src);
-        seen_by[how == Route::Call] = which(res, dst, src) + " " + show(dst) + " " +
-                                      std::string(1, dst->Mode) + " | " + seen();
-        (del_tmpvars)(mark);
-      }
-      EXPECT_EQ(seen_by[0], seen_by[1]) << dn << " := " << sn;
-    }
+        return which(res, dst, src) + " " + show(dst) + " " + std::string(1, dst->Mode);
+      });
   // A compiled number literal is a constant LOCAL-like record: never written.
   var literal{};
   literal.Type = 'N';
@@ -161,17 +175,9 @@ TEST_F(FastOps, ComparisonsAgreeWithTheEntryPoints)
   } ops[] = {{"<", lt}, {"<=", le}, {">", gt}, {">=", ge}};
   for (const auto& op : ops)
     for (const char* ln : kOperands)
-      for (const char* rn : kOperands) {
-        std::string seen_by[2];
-        for (Route how : {Route::Inline, Route::Call}) {
-          const int32_t mark = tmpvar_cnt;
-          reports().clear();
-          var* res = op.op(make(ln), make(rn), how);
-          seen_by[how == Route::Call] = show(res) + " | " + seen();
-          (del_tmpvars)(mark);
-        }
-        EXPECT_EQ(seen_by[0], seen_by[1]) << ln << " " << op.name << " " << rn;
-      }
+      for (const char* rn : kOperands)
+        expect_same(std::string(ln) + " " + op.name + " " + rn,
+                    [&](Route how) { return show(op.op(make(ln), make(rn), how)); });
 }
 
 // A condition and ++/-- on every kind of operand, against the entry points:
@@ -180,22 +186,16 @@ TEST_F(FastOps, ConditionsAndStepsAgreeWithTheEntryPoints)
 {
   const char* const operands[] = {".T.", ".F.", "5",  "0",    "2.25", "T:1.5", "I0", "S:I3",
                                   "P:5", "D100", "'x'", "NIL", "UNDEF"};
-  for (const char* n : operands) {
-    std::string seen_by[2];
-    for (Route how : {Route::Inline, Route::Call}) {
-      const int32_t mark = tmpvar_cnt;
-      reports().clear();
+  for (const char* n : operands)
+    expect_same(n, [&](Route how) {
       var* v = make(n);
       const int truth = how == Route::Inline ? if_u(v) : (if_u)(v);
       var* up = how == Route::Inline ? autoinc_u(v) : (autoinc_u)(v);
       const std::string after_up = which(up, v, nullptr) + " " + show(v);
       var* down = how == Route::Inline ? autodec_u(v) : (autodec_u)(v);
-      seen_by[how == Route::Call] = std::to_string(truth) + " | " + after_up + " | " +
-                                    which(down, v, nullptr) + " " + show(v) + " | " + seen();
-      (del_tmpvars)(mark);
-    }
-    EXPECT_EQ(seen_by[0], seen_by[1]) << n;
-  }
+      return std::to_string(truth) + " | " + after_up + " | " + which(down, v, nullptr) + " " +
+             show(v);
+    });
 }
 
 // The statement release keeps a lone number temporary in its slot, and
