@@ -23,13 +23,14 @@
 **   vln_compare    < <= > >= on two 'N' operands;
 **   vln_if         the truth of an 'L' condition;
 **   vln_step       ++x and --x on an 'N' LOCAL;
+**   vln_signal     a statement boundary with no poll registered;
 **
 ** and hands every other case to the entry point, which it names.
 **
 ** Generated code gets these paths under the entry points' own names: after
 ** this header, u_add_u, u_sub_u, u_mul_u, cpy_var, del_tmpvars, u_lt_u,
-** u_leq_u, u_gt_u, u_geq_u, if_u, autoinc_u and autodec_u are macros for
-** them.  The library itself is built with VL_BUILDING_LIBRARY
+** u_leq_u, u_gt_u, u_geq_u, if_u, autoinc_u, autodec_u and _vln_signal_n
+** are macros for them.  The library itself is built with VL_BUILDING_LIBRARY
 ** and a program may define VL_NO_INLINE_OPS; either keeps the plain calls.
 ** A name in parentheses, `(cpy_var)(x, y)`, always calls the function.
 **
@@ -48,6 +49,7 @@
 #include <string.h>
 
 #include "frame.h"
+#include "kernel.h"
 #include "operators.h"
 #include "var.h"
 
@@ -63,6 +65,8 @@ extern var** vln_tmp_slots;
 /* Non-zero when released temporaries are kept as spares (zero in the
 ** sanitizer build, which frees each one so that a late use is caught). */
 extern const int32_t vln_tmp_keeps_spares;
+/* The number of routines registered with vln_add_signal_poll. */
+extern int32_t vln_signal_poll_count;
 
 VL_END_DECLS
 
@@ -258,6 +262,12 @@ static inline var* vln_step(var* v, int32_t delta, var* (*slow)(var* v))
   return v;
 }
 
+/* The statement boundary: _vln_signal_n when a poll is registered. */
+static inline void vln_signal(void)
+{
+  if (__builtin_expect(vln_signal_poll_count != 0, 0)) (_vln_signal_n)();
+}
+
 #if !defined(VL_BUILDING_LIBRARY) && !defined(VL_NO_INLINE_OPS)
 #define u_add_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_ADD, u_add_u)
 #define u_sub_u(l, r, assign) vln_arith((l), (r), (assign), VLN_OP_SUB, u_sub_u)
@@ -271,6 +281,7 @@ static inline var* vln_step(var* v, int32_t delta, var* (*slow)(var* v))
 #define if_u(v) vln_if(v)
 #define autoinc_u(v) vln_step((v), 1, autoinc_u)
 #define autodec_u(v) vln_step((v), -1, autodec_u)
+#define _vln_signal_n() vln_signal()
 #endif
 
 #endif /* VL_FASTOPS_H */

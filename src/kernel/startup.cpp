@@ -38,12 +38,11 @@ std::vector<void (*)(void)>& quit_routines()
   return routines;
 }
 
-// The polls _vln_signal_n runs between statements.  A plain array with a
-// count, so that the usual case, no poll at all, costs one load and a
-// test at every statement.
+// The polls _vln_signal_n runs between statements: a plain array, with
+// the count public (vln_signal_poll_count), so that generated code tests
+// it inline and calls only when there is something to run.
 constexpr int kMaxSignalPolls = 16;
 void (*signal_polls[kMaxSignalPolls])(void);
-int signal_poll_count = 0;
 
 // Replace NAME= by the value of VLNAME= when the latter is set.
 void take_vl_variable(const char* vl_name, const char* name)
@@ -113,18 +112,20 @@ void vln_quit(void)
   std::exit(shell_return);
 }
 
+int32_t vln_signal_poll_count = 0;
+
 void vln_add_signal_poll(void (*fn)(void))
 {
-  if (signal_poll_count == kMaxSignalPolls) {
+  if (vln_signal_poll_count == kMaxSignalPolls) {
     int_error(409, "vln_add_signal_poll: more than 16 polls", "startup", __LINE__);
     return;
   }
-  signal_polls[signal_poll_count++] = fn;
+  signal_polls[vln_signal_poll_count++] = fn;
 }
 
 void _vln_signal_n(void)
 {
-  for (int i = 0; i < signal_poll_count; ++i) signal_polls[i]();
+  for (int i = 0; i < vln_signal_poll_count; ++i) signal_polls[i]();
 }
 
 // The break gate is a switch, not a counter: the lock protocol turns it

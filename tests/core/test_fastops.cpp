@@ -5,7 +5,7 @@
 // same temporary-stack height, for every kind of operand, number or not.
 #include "test_ops.hpp"
 
-#if !defined(u_add_u) || !defined(cpy_var) || !defined(del_tmpvars)
+#if !defined(u_add_u) || !defined(cpy_var) || !defined(del_tmpvars) || !defined(_vln_signal_n)
 #error "a program including vl.h gets the inline operator paths"
 #endif
 
@@ -234,6 +234,24 @@ TEST_F(FastOps, ReleaseKeepsOnlyALoneNumberTemporary)
   del_tmpvars(mark);
   del_tmpvars(mark);
   EXPECT_EQ(tmpvar_cnt, mark);
+}
+
+int polls_run = 0;
+void count_poll() { ++polls_run; }
+
+// The statement boundary skips the call while no poll is registered, and
+// runs every registered poll once there is one.  (The poll stays for the
+// rest of this program; it only counts.)
+TEST_F(FastOps, StatementBoundaryRunsRegisteredPolls)
+{
+  const int32_t registered = vln_signal_poll_count;
+  _vln_signal_n();
+  EXPECT_EQ(polls_run, 0);
+  vln_add_signal_poll(count_poll);
+  EXPECT_EQ(vln_signal_poll_count, registered + 1);
+  _vln_signal_n();
+  (_vln_signal_n)();
+  EXPECT_EQ(polls_run, 2);
 }
 
 }  // namespace
