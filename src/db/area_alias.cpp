@@ -26,7 +26,7 @@
 namespace {
 
 constexpr const char* kModule = "areas";
-constexpr size_t kAliasBuffer = 11;
+using vlarea::kAliasBuffer;
 constexpr size_t kAliasChars = 10;
 constexpr int kIllegalType = 317;
 constexpr int kBadClass = 338;

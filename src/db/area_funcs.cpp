@@ -14,10 +14,10 @@
 namespace {
 
 constexpr const char* kModule = "areas";
+using vlarea::kAliasBuffer;
 constexpr int kArgCount = 311;
 constexpr int kArgType = 312;
 constexpr int kIllegalValue = 320;
-constexpr size_t kAliasBuffer = 11;
 // SELECT("alias->...") looks only at the text before the arrow.
 constexpr size_t kSelectText = 256;
 

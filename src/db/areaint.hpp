@@ -2,11 +2,15 @@
 // object identity, alias comparison and the chain primitives.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "areas.h"
 
 namespace vlarea {
+
+// Bytes of an alias buffer: ten characters and the NUL.
+inline constexpr size_t kAliasBuffer = 11;
 
 // Case-insensitive comparison of two aliases over VLN_ALIAS_CMP characters;
 // 0 when they are the same alias.
