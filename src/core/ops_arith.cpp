@@ -11,9 +11,9 @@
 // DECIMALS for /, % and **.
 #include <cmath>
 
+#include "fastops.h"
 #include "ops_common.hpp"
 #include "set.h"
-#include "fastops.h"
 
 using namespace vl;
 using namespace vl::ops;
