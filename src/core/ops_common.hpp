@@ -207,43 +207,4 @@ var* join_literal(const char* text, var* r, bool move_blanks);
 var* add_values(var* l, var* r, int assign);
 var* sub_values(var* l, var* r, int assign);
 
-// The comparison operators.
-enum class Cmp : uint8_t { Eq, ExactEq, Ne, Lt, Le, Gt, Ge };
-
-// What a comparison member does with a NIL operand on its value side.
-enum class Nil : uint8_t { Mismatch, True, False };
-
-struct CmpMember {
-  Cmp op;
-  const char* mismatch;  // the 201 text of this member
-  Nil nil = Nil::Mismatch;
-};
-
-// The 201 texts; some members name the other direction.
-inline constexpr const char* kInEquals = "in equals '=' operation";
-inline constexpr const char* kInExactly = "in exactly equals '==' operation";
-inline constexpr const char* kInNotEquals = "in not equals '#' operation";
-inline constexpr const char* kInLess = "in less than '<' operation";
-inline constexpr const char* kInLessEq = "in less than or equal '<=' operation";
-inline constexpr const char* kInGreater = "in greater than '>' operation";
-
-// The member rows.  Each member names its row; the kernel's four use them
-// too.  The >= members, and some > members, report the text of the other
-// direction.
-inline constexpr CmpMember kEq{Cmp::Eq, kInEquals};
-inline constexpr CmpMember kExact{Cmp::ExactEq, kInExactly};
-inline constexpr CmpMember kExactText{Cmp::ExactEq, kInExactly, Nil::False};
-inline constexpr CmpMember kNe{Cmp::Ne, kInNotEquals};
-inline constexpr CmpMember kNeText{Cmp::Ne, kInNotEquals, Nil::True};
-inline constexpr CmpMember kLt{Cmp::Lt, kInLess};
-inline constexpr CmpMember kLe{Cmp::Le, kInLessEq};
-inline constexpr CmpMember kGt{Cmp::Gt, kInGreater};
-inline constexpr CmpMember kGtSaysLess{Cmp::Gt, kInLess};
-inline constexpr CmpMember kGe{Cmp::Ge, kInLessEq};
-
-// u op u, n op u, text op u (text on the left when text_left), by member.
-var* compare_values(var* l, var* r, const CmpMember& m);
-var* compare_number(double d, var* r, const CmpMember& m);
-var* compare_text(const char* text, var* v, bool text_left, const CmpMember& m);
-
 }  // namespace vl::ops

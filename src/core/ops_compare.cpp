@@ -28,6 +28,39 @@ using namespace vl::ops;
 
 namespace {
 
+// The comparison operators.
+enum class Cmp : uint8_t { Eq, ExactEq, Ne, Lt, Le, Gt, Ge };
+
+// What a comparison member does with a NIL operand on its value side.
+enum class Nil : uint8_t { Mismatch, True, False };
+
+struct CmpMember {
+  Cmp op;
+  const char* mismatch;  // the 201 text of this member
+  Nil nil = Nil::Mismatch;
+};
+
+// The 201 texts; some members name the other direction.
+constexpr const char* kInEquals = "in equals '=' operation";
+constexpr const char* kInExactly = "in exactly equals '==' operation";
+constexpr const char* kInNotEquals = "in not equals '#' operation";
+constexpr const char* kInLess = "in less than '<' operation";
+constexpr const char* kInLessEq = "in less than or equal '<=' operation";
+constexpr const char* kInGreater = "in greater than '>' operation";
+
+// The member rows.  The >= members, and some > members, report the text of
+// the other direction.
+constexpr CmpMember kEq{Cmp::Eq, kInEquals};
+constexpr CmpMember kExact{Cmp::ExactEq, kInExactly};
+constexpr CmpMember kExactText{Cmp::ExactEq, kInExactly, Nil::False};
+constexpr CmpMember kNe{Cmp::Ne, kInNotEquals};
+constexpr CmpMember kNeText{Cmp::Ne, kInNotEquals, Nil::True};
+constexpr CmpMember kLt{Cmp::Lt, kInLess};
+constexpr CmpMember kLe{Cmp::Le, kInLessEq};
+constexpr CmpMember kGt{Cmp::Gt, kInGreater};
+constexpr CmpMember kGtSaysLess{Cmp::Gt, kInLess};
+constexpr CmpMember kGe{Cmp::Ge, kInLessEq};
+
 bool is_equality(Cmp op) { return op == Cmp::Eq || op == Cmp::ExactEq || op == Cmp::Ne; }
 
 // Whether a op b holds.
@@ -157,10 +190,6 @@ var* compare_literals(const char* a, const char* b, Cmp op)
   return boolean(text_holds(op, text_of(a), text_of(b)));
 }
 
-}  // namespace
-
-namespace vl::ops {
-
 // l op r.  Two plain numbers take the short road.
 var* compare_values(var* l, var* r, const CmpMember& m)
 {
@@ -189,12 +218,13 @@ var* compare_text(const char* text, var* v, bool text_left, const CmpMember& m)
   return boolean(text_left ? text_holds(m.op, t, x) : text_holds(m.op, x, t));
 }
 
-}  // namespace vl::ops
+}  // namespace
 
 extern "C" {
 
 var* c_equ_c(const char* a, const char* b) { return compare_literals(a, b, Cmp::Eq); }
 var* u_equ_u(var* l, var* r) { return compare_values(l, r, kEq); }
+var* u_equ_c(var* l, const char* text) { return compare_text(text, l, false, kEq); }
 var* n_equ_u(double d, var* r) { return compare_number(d, r, kEq); }
 var* l_equ_u(int b, var* r) { return compare_logical(b, r, kEq); }
 
@@ -219,17 +249,20 @@ var* c_leq_c(const char* a, const char* b) { return compare_literals(a, b, Cmp::
 var* c_leq_u(const char* text, var* r) { return compare_text(text, r, true, kLe); }
 var* u_leq_c(var* l, const char* text) { return compare_text(text, l, false, kLe); }
 var* n_leq_u(double d, var* r) { return compare_number(d, r, kLe); }
+var* u_leq_u(var* l, var* r) { return compare_values(l, r, kLe); }
 var* l_leq_u(int b, var* r) { return compare_logical(b, r, kLe); }
 
 var* c_gt_c(const char* a, const char* b) { return compare_literals(a, b, Cmp::Gt); }
 var* u_gt_c(var* l, const char* text) { return compare_text(text, l, false, kGtSaysLess); }
 var* u_gt_u(var* l, var* r) { return compare_values(l, r, kGt); }
+var* n_gt_u(double d, var* r) { return compare_number(d, r, kGtSaysLess); }
 var* l_gt_u(int b, var* r) { return compare_logical(b, r, kGtSaysLess); }
 
 var* c_geq_c(const char* a, const char* b) { return compare_literals(a, b, Cmp::Ge); }
 var* c_geq_u(const char* text, var* r) { return compare_text(text, r, true, kGe); }
 var* u_geq_c(var* l, const char* text) { return compare_text(text, l, false, kGe); }
 var* n_geq_u(double d, var* r) { return compare_number(d, r, kGe); }
+var* u_geq_u(var* l, var* r) { return compare_values(l, r, kGe); }
 var* l_geq_u(int b, var* r) { return compare_logical(b, r, kGe); }
 
 }  // extern "C"
