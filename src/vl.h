@@ -7,6 +7,7 @@
 #include "var.h"
 #include "frame.h"
 #include "blocks.h"
+#include "evaluator.h"
 #include "kernel.h"
 #include "vlerror.h"
 #include "vlgen.h"

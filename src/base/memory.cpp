@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "kernel.h"
+#include "runtime.h"
 #include "vlerror.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "pool.hpp"
 
-#include "kernel.h"
+#include "runtime.h"
 #include "vlerror.h"
 
 namespace vl {

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "kernel.h"
 #include "letters.hpp"
+#include "runtime.h"
 #include "valrec.hpp"
 #include "vlerror.h"
 

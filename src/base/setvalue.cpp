@@ -1,9 +1,7 @@
 // setvalue.cpp -- the value constructors.
 //
-// Each scalar type has four forms: into a given record, into memory variable
-// i (by index), into the variable visible under index i (through
-// vlnGetVarForWrite, which declares a never-declared name first), and into a
-// new temporary.  The into-a-record form honours Mode: a field record is
+// Each scalar type has two forms here: into a given record and into a new
+// temporary (the forms by memory-variable index are the kernel's).  The into-a-record form honours Mode: a field record is
 // written through the database with a scratch value; a strictly typed record
 // keeps its declared numeric subtype or refuses (332); anything else has its
 // old content released first.
@@ -12,8 +10,8 @@
 #include <cstring>
 #include <unordered_map>
 
-#include "kernel.h"
-#include "set.h"
+#include "runtime.h"
+#include "switches.h"
 #include "valrec.hpp"
 #include "vlerror.h"
 
@@ -54,12 +52,6 @@ var scalar(char type, int32_t length)
   s.Mode = 't';
   s.Length = length;
   return s;
-}
-
-var* index_var(int32_t index)
-{
-  if (index < 0 || index >= mvn_fpt) return vlnGetVar(index);
-  return mv_names[index].v;
 }
 
 // Deep copy of array record src, reproducing shared and cyclic parts.
@@ -188,21 +180,6 @@ var* set_nvar(var* v, double d, int dec)
   s.Decimals = static_cast<uint8_t>(dec == -1 ? vlnGetDecimals() : dec & 0xFF);
   s.Value.w1.d = d;
   return store_scalar(v, s);
-}
-
-var* set_cvarv(int32_t i, const char* text) { return set_cvar(index_var(i), text); }
-var* set_dvarv(int32_t i, int32_t day) { return set_dvar(index_var(i), day); }
-var* set_Ivarv(int32_t i, int32_t n) { return set_Ivar(index_var(i), n); }
-var* set_lvarv(int32_t i, int b) { return set_lvar(index_var(i), b); }
-var* set_nvarv(int32_t i, double d, int dec) { return set_nvar(index_var(i), d, dec); }
-
-var* set_cvarf(int32_t i, const char* text) { return set_cvar(vlnGetVarForWrite(i), text); }
-var* set_dvarf(int32_t i, int32_t day) { return set_dvar(vlnGetVarForWrite(i), day); }
-var* set_Ivarf(int32_t i, int32_t n) { return set_Ivar(vlnGetVarForWrite(i), n); }
-var* set_lvarf(int32_t i, int b) { return set_lvar(vlnGetVarForWrite(i), b); }
-var* set_nvarf(int32_t i, double d, int dec)
-{
-  return set_nvar(vlnGetVarForWrite(i), d, dec);
 }
 
 var* set_cv(const char* text) { return set_cvar(cre_tmpvar(), text); }

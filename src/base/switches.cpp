@@ -4,16 +4,14 @@
 // EXCLUSIVE, CANCEL, CURSOR, CONSOLE, ESCAPE, INTENSITY, SCOREBOARD (and the
 // keyboard's key repeat); DECIMALS 2, DATE "MM/DD/YY", EPOCH 1900,
 // TYPEAHEAD 50, DEVICE "SCREEN", delimiters "::"; report level 800, escape
-// delay 10.  The bytes of the kernel's `__status`
-// take their defaults at start-up.
-#include "set.h"
+// delay 10.
+#include "switches.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
-#include "kernel.h"
-#include "sethooks.h"
-#include "vlgen.h"
+#include "runtime.h"
 
 namespace {
 
@@ -40,6 +38,8 @@ int32_t vl_set_flag[VL_SET_FLAGS_SIZE];
 int32_t sgflag;
 
 VlnFlagTo vln_flagto;
+int32_t vlnFCNTLreadwrite = 3;
+int32_t vlnFCNTLcompat42 = 0;
 
 void vln_flagto_settext(char** member, const char* text)
 {
@@ -101,11 +101,6 @@ int vlnSetMultilocks(int on)
   f.color = kDefaultColor;
   std::strcpy(f.device, "SCREEN");
   std::strcpy(f.delimiters, "::");
+  __status[VL_STATUS_CANCEL] = 1;
   return true;
 }();
-
-// The kernel owns `__status`; its SET bytes get their defaults here.
-VLN_INIT(setdefaults, 5)
-{
-  __status[VL_STATUS_CANCEL] = 1;
-}

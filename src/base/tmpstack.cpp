@@ -17,10 +17,9 @@
 // is caught.
 #include <cstring>
 
-#include "fastops.h"
-#include "frame.h"
-#include "kernel.h"
+#include "runtime.h"
 #include "valrec.hpp"
+#include "var.h"
 #include "vlerror.h"
 
 namespace {

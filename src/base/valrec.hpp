@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "fastops.h"
 #include "letters.hpp"
 #include "pool.hpp"
 #include "var.h"

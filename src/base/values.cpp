@@ -14,9 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "frame.h"
-#include "kernel.h"
-#include "set.h"
+#include "runtime.h"
+#include "switches.h"
 #include "valrec.hpp"
 #include "vlerror.h"
 

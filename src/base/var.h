@@ -31,6 +31,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #ifdef __cplusplus
 #define VL_EXTERN_C extern "C"
@@ -81,6 +82,9 @@ typedef struct VValue {
   VWord2 w2;
 } VValue;
 
+/* Two words have two names each; the unions are anonymous so that both
+** read as members (`v->V_indx`, `v->F_indx`).  C99 has no anonymous unions:
+** __extension__ lets a C99 program include this header all the same. */
 struct var {
   char Type;
   char Mode;
@@ -88,11 +92,11 @@ struct var {
   uint8_t Flags;
   int32_t Length;
   uint32_t Links;
-  union {
+  __extension__ union {
     uint32_t V_indx;
     uint32_t F_indx;
   };
-  union {
+  __extension__ union {
     int32_t D_level;
     struct AreaRec* W_area;
   };
@@ -122,6 +126,50 @@ enum {
   AF_OBJECT = 4  /* the record of an object */
 };
 
+/* ---- The tag: Type, Mode, Decimals and Flags as one 32-bit word. ----
+** The fast paths of the operators, the assignment and the temporaries
+** (fastops.h and the library's own) read and write the first four bytes of
+** a record as one little-endian word: Type in the low byte, then Mode,
+** Decimals and Flags.  The assertions below state what that needs. */
+#define VLN_TAG_KIND_MASK 0xFFFFu                /* Type and Mode */
+#define VLN_TAG_NUMBER_TEMP 0x544Eu              /* 'N', 'T' */
+#define VLN_TAG_NUMBER_LOCAL 0x4E4Eu             /* 'N', 'N' */
+#define VLN_TAG_DECIMALS 0x00FF0000u
+#define VLN_TAG_VALUE_BYTES 0x00FF00FFu          /* Type and Decimals */
+#define VLN_TAG_STATIC ((uint32_t)VF_STATIC << 24)
+#define VLN_NO_WIDTH (-1)                        /* Length of a computed number */
+
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "the value record's tag word assumes a little-endian machine"
+#endif
+#ifdef __cplusplus
+#define VL_STATIC_ASSERT(cond, name) static_assert(cond, #name)
+#else
+#define VL_STATIC_ASSERT(cond, name) typedef char vl_assert_##name[(cond) ? 1 : -1]
+#endif
+VL_STATIC_ASSERT(sizeof(var) == 40, var_is_40_bytes);
+VL_STATIC_ASSERT(offsetof(var, Type) == 0 && offsetof(var, Mode) == 1 &&
+                     offsetof(var, Decimals) == 2 && offsetof(var, Flags) == 3,
+                 tag_bytes_in_order);
+VL_STATIC_ASSERT(offsetof(var, Value) == 24 && sizeof(VWord1) == 8, value_words);
+VL_STATIC_ASSERT(sizeof(double) == sizeof(uint64_t), double_is_a_word);
+
+/* The tag of v. */
+static inline uint32_t vln_tag(const var* v)
+{
+  uint32_t t;
+  memcpy(&t, v, sizeof t);
+  return t;
+}
+
+/* Whether v, a released temporary, is an 'N' number the temporary stack
+** can keep as a spare: its one link is the stack's and it is no constant. */
+static inline int vln_tmp_spare_number(const var* v)
+{
+  return v->Links == 1 &&
+         (vln_tag(v) & (VLN_TAG_KIND_MASK | VLN_TAG_STATIC)) == VLN_TAG_NUMBER_TEMP;
+}
+
 /* Readable accessors for word 1 of a value. */
 #define VSTR(v) ((v)->Value.w1.str)
 #define VDBL(v) ((v)->Value.w1.d)
@@ -130,6 +178,8 @@ enum {
 
 /* The largest number of elements an array may have (code 409 beyond). */
 #define VL_MAX_ARRAY 65535
+/* The longest text a function builds; longer results report 319. */
+#define VLN_MAX_TEXT (256L * 1024 * 1024)
 
 /* ---- The twelve constant records (never written, never released). ---- */
 extern var* NIL_VAR;
@@ -163,6 +213,16 @@ int vlnInSet(const char* set, int c);
 
 /* Height of the temporary stack; marks are plain copies of it. */
 extern int32_t tmpvar_cnt;
+/* The temporary stack's slots, tmpvar_cnt of them in use.  A slot at or
+** above tmpvar_cnt holds null or a spare record: a released temporary that
+** held a plain scalar and no other link, which the stack owns and the next
+** temporary made at that height takes back.  The entry past the capacity is
+** always null, so one load answers both "is there room" and "is there a
+** record". */
+extern var** vln_tmp_slots;
+/* Non-zero when released temporaries are kept as spares (zero in the
+** sanitizer build, which frees each one so that a late use is caught). */
+extern const int32_t vln_tmp_keeps_spares;
 
 /* Push a new record on the temporary stack: Type 'U', Mode 'T', Length 0.
 ** The stack owns it; del_tmpvars releases it. */
@@ -230,33 +290,24 @@ ArrRec* vln_arr_new(uint32_t n);
 ** first and free it. */
 void vln_arr_unref(ArrRec* a);
 
-/* ---- Value constructors (into a var, by index, through vlnGetVar, new
-** temporary).  Each returns the record written, or ERROR_VAR. ---- */
+/* ---- Value constructors (into a var, into a new temporary; the forms by
+** memory-variable index are in kernel.h).  Each returns the record
+** written, or ERROR_VAR. ---- */
 
 var* set_cvar(var* v, const char* text);
-var* set_cvarv(int32_t index, const char* text);
-var* set_cvarf(int32_t index, const char* text);
 var* set_cv(const char* text);
 var* set_Cvar(var* v, const char* text, int32_t len);
 
 var* set_dvar(var* v, int32_t day);
-var* set_dvarv(int32_t index, int32_t day);
-var* set_dvarf(int32_t index, int32_t day);
 var* set_dv(int32_t day);
 
 var* set_Ivar(var* v, int32_t n);
-var* set_Ivarv(int32_t index, int32_t n);
-var* set_Ivarf(int32_t index, int32_t n);
 var* set_Iv(int32_t n);
 
 var* set_lvar(var* v, int b);
-var* set_lvarv(int32_t index, int b);
-var* set_lvarf(int32_t index, int b);
 var* set_lv(int b);
 
 var* set_nvar(var* v, double d, int dec);
-var* set_nvarv(int32_t index, double d, int dec);
-var* set_nvarf(int32_t index, double d, int dec);
 var* set_nv(double d, int dec);
 
 /* '?' internal slot holding a pointer-sized word. */

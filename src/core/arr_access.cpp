@@ -49,6 +49,8 @@ void wrong_type(const char* format, var* v)
 
 extern "C" {
 
+BbFn vln_subscarr = nullptr;
+
 var* dget_arr(var* a, int32_t i)
 {
   if (!a) return int_error(407, "DGET_ARR: null array pointer", kModule, __LINE__);

@@ -41,6 +41,9 @@ var* cre_arra(var* v, int32_t size, int flag, var* const* list);
 ** ERROR_VAR.  value is the one optional value, or null. */
 var* cre_arrv(var* v, var* sizevar, int flag, var* value);
 
+/* When set, dget_arr and dget_arrv call it with each subscript. */
+extern BbFn vln_subscarr;
+
 /* Element i (1-based) of array a, the record itself, which may be written.
 ** Errors: null a 407, not an array 404, i out of range 409; each gives
 ** ERROR_VAR.  Calls vln_subscarr with i when it is set. */

@@ -88,12 +88,6 @@ BbFn vln_funcall(const char* name)
   return lookup(folded);
 }
 
-BbFn macrofun(const char* text)
-{
-  exp_pp(text, repdum, sizeof repdum, 1);
-  return vln_funcall(repdum);
-}
-
 var* simplfun(int argc, BbFn fn, ...)
 {
   if (argc > kMaxSimpleArgs) return rt_error(402, "too many arguments for simplfun");

@@ -12,8 +12,10 @@ var* run_block(var* block, int argc, var** argv)
     auto fn = reinterpret_cast<BlockFn>(block->Value.w2.fn);
     return fn(argc, argv, block->Value.w1.arr->A_vec);
   }
-  return vln_run_macro_block(block, argc, argv);
+  return vln_macro_block_hook(block, argc, argv);
 }
+
+var* no_evaluator(var*, int, var**) { return NIL_VAR; }
 
 }  // namespace
 
@@ -26,6 +28,8 @@ VLN_FUNC(eval)
 }
 
 extern "C" {
+
+var* (*vln_macro_block_hook)(var* block, int argc, var** argv) = no_evaluator;
 
 var* vlnBlockEval(var* block)
 {

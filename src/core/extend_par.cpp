@@ -9,7 +9,7 @@
 #include "extend.h"
 #include "extend_walk.hpp"
 #include "letters.hpp"
-#include "set.h"
+#include "switches.h"
 
 namespace {
 

@@ -52,39 +52,9 @@
 #include "operators.h"
 #include "var.h"
 
-VL_BEGIN_DECLS
 
-/* The temporary stack's slots, tmpvar_cnt of them in use.  A slot at or
-** above tmpvar_cnt holds null or a spare record: a released temporary that
-** held a plain scalar and no other link, which the stack owns and the next
-** temporary made at that height takes back.  The entry past the capacity is
-** always null, so one load answers both "is there room" and "is there a
-** record". */
-extern var** vln_tmp_slots;
-/* Non-zero when released temporaries are kept as spares (zero in the
-** sanitizer build, which frees each one so that a late use is caught). */
-extern const int32_t vln_tmp_keeps_spares;
-/* The number of routines registered with vln_add_signal_poll. */
-extern int32_t vln_signal_poll_count;
+/* ---- The tag word (its layout is asserted in var.h). ---- */
 
-VL_END_DECLS
-
-/* ---- The tag: Type, Mode, Decimals and Flags as one 32-bit word. ---- */
-
-#define VLN_TAG_KIND_MASK 0xFFFFu                /* Type and Mode */
-#define VLN_TAG_NUMBER_TEMP 0x544Eu              /* 'N', 'T' */
-#define VLN_TAG_NUMBER_LOCAL 0x4E4Eu             /* 'N', 'N' */
-#define VLN_TAG_DECIMALS 0x00FF0000u
-#define VLN_TAG_VALUE_BYTES 0x00FF00FFu          /* Type and Decimals */
-#define VLN_TAG_STATIC ((uint32_t)VF_STATIC << 24)
-#define VLN_NO_WIDTH (-1)                        /* Length of a computed number */
-
-static inline uint32_t vln_tag(const var* v)
-{
-  uint32_t t;
-  memcpy(&t, v, sizeof t);
-  return t;
-}
 static inline void vln_set_tag(var* v, uint32_t t) { memcpy(v, &t, sizeof t); }
 static inline char vln_tag_type(uint32_t t) { return (char)(t & 0xFFu); }
 static inline uint32_t vln_tag_kind(uint32_t t) { return t & VLN_TAG_KIND_MASK; }
@@ -131,14 +101,6 @@ static inline void vln_tmp_fill(var* v, uint32_t tag, int32_t length, uint64_t w
   v->D_level = glob_depth;
   v->Value.w1.bits = word1;
   v->Value.w2.bits = 0;
-}
-
-/* Whether v, a released temporary, is an 'N' number the stack can keep as
-** a spare: its one link is the stack's and it is no constant. */
-static inline int vln_tmp_spare_number(const var* v)
-{
-  return v->Links == 1 &&
-         (vln_tag(v) & (VLN_TAG_KIND_MASK | VLN_TAG_STATIC)) == VLN_TAG_NUMBER_TEMP;
 }
 
 /* ---- The members. ---- */

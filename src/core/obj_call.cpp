@@ -33,14 +33,10 @@ var* call_block_word(var* elem, int kind, int n, var** args)
   }
 }
 
-// vec[0] is reserved for the block itself, so a 'b' element can be run by
-// the evaluator without a second vector.
+// The arguments are vec[1..n]; a 'b' element runs through the evaluator.
 var* call_vector(var* elem, int kind, int n, var** vec)
 {
-  if (elem->Type == 'b') {
-    vec[0] = elem;
-    return exp_evalb(n + 1, vec);
-  }
+  if (elem->Type == 'b') return vln_macro_block_hook(elem, n, vec + 1);
   return call_block_word(elem, kind, n, vec + 1);
 }
 

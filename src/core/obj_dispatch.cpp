@@ -1,16 +1,7 @@
 // Method calls: by slot, by name, and the nomethod fallback.
-#include <cctype>
-
 #include "kernel.h"
 #include "obj_call.hpp"
 #include "vlerror.h"
-
-namespace {
-
-// Room for a method name expanded from macro text.
-constexpr size_t kMacroNameBuffer = 4096;
-
-}  // namespace
 
 extern "C" {
 
@@ -34,17 +25,6 @@ var* vlnNoDoMethod(const char* name, int32_t level, int argc, var** argv)
   var* elem = vlobj::method_element(argv[0], index);
   if (vlobj::is_linked(elem)) return vlobj::invoke(elem, VL_KIND_METHOD, nullptr, 0, argv, argc);
   return vlnNoMethod(name, argc, argv, level);
-}
-
-var* vlnNoDoMacroMethod(const char* text, int32_t level, int argc, var** argv)
-{
-  char lower[kMacroNameBuffer];
-  size_t i = 0;
-  for (; text[i] && i < kMacroNameBuffer - 1; ++i)
-    lower[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
-  lower[i] = '\0';
-  char name[kMacroNameBuffer];
-  return vlnNoDoMethod(exp_pp(lower, name, sizeof name, 1), level, argc, argv);
 }
 
 var* vlnNoMethod(const char* name, int argc, var** argv, int32_t level)

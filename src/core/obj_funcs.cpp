@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "arrays.h"
-#include "evalhooks.h"
 #include "obj_call.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
@@ -60,7 +59,9 @@ void run_axit(var* obj)
   vlobj::invoke(elem, VL_KIND_METHOD, head, 1, nullptr, 0);
 }
 
-var* send(var* obj, const char* message, int call, int assign, int argc, var** argv)
+}  // namespace
+
+extern "C" var* vlnSend(var* obj, const char* message, int call, int assign, int argc, var** argv)
 {
   if (assign) return vlnNoIVar(obj, message, 0, argv[0]);
   if (!call) return vlnNoIVar(obj, message, 0, nullptr);
@@ -73,8 +74,6 @@ var* send(var* obj, const char* message, int call, int assign, int argc, var** a
   for (int i = 0; i < argc; ++i) vec[i + 1] = argv[i];
   return vlnNoDoMethod(message, 0, argc + 1, vec);
 }
-
-}  // namespace
 
 VLN_FUNC(isobjclass)
 {
@@ -99,5 +98,4 @@ VLN_FUNC(isobjprope)
 VLN_INIT(objects, 10)
 {
   vlnAxitHook = run_axit;
-  vln_eval_send_hook = send;
 }

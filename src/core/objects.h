@@ -83,7 +83,10 @@ var* vlnDoMethod(const char* name, int32_t index, int32_t level, int argc, var**
 ** the class's "nomethod". */
 var* vlnNoDoMethod(const char* name, int32_t level, int argc, var** argv);
 /* The same with the name given as macro text. */
-var* vlnNoDoMacroMethod(const char* text, int32_t level, int argc, var** argv);
+/* Send message to obj as the evaluator writes it: a method call with the
+** arguments argv when call is set, else an instance access; with assign
+** set, an instance assignment of argv[0]. */
+var* vlnSend(var* obj, const char* message, int call, int assign, int argc, var** argv);
 /* Last resort: the class's "nomethod" with the name inserted after the
 ** object, else 343.  NIL_VAR on failure. */
 var* vlnNoMethod(const char* name, int argc, var** argv, int32_t level);

@@ -13,7 +13,7 @@
 
 #include "fastops.h"
 #include "ops_common.hpp"
-#include "set.h"
+#include "switches.h"
 
 using namespace vl;
 using namespace vl::ops;

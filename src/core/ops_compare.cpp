@@ -20,7 +20,7 @@
 // NIL) give ERROR_VAR without a message.
 #include "natlang.h"
 #include "ops_common.hpp"
-#include "set.h"
+#include "switches.h"
 #include "vlerror.h"
 
 using namespace vl;

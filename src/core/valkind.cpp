@@ -1,8 +1,9 @@
 // valkind.cpp -- what kind a value is and whether it is empty: VALTYPE and
 // EMPTY.
-#include "set.h"
-#include "smallfns.h"
-#include "strings_args.hpp"
+#include "valkind.h"
+#include "args.hpp"
+#include "kernel.h"
+#include "switches.h"
 
 using namespace vl::args;
 

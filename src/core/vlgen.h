@@ -16,29 +16,17 @@
 **     VL_RETURN(r);
 **   }
 **
-** Export markers.  The build collects every VLN_FUNC, VLN_MEMVAR and
-** VLN_INIT of the library into the function registry, so a marker written
-** at the start of a line is all it takes to make a function callable by
-** name.  Names are lower case and at most 10 characters.
+** The export markers VLN_FUNC, VLN_MEMVAR and VLN_INIT come from kernel.h.
 */
 #ifndef VL_GEN_H
 #define VL_GEN_H
 
+#include "calls.h"
 #include "fastops.h"
 #include "frame.h"
 #include "kernel.h"
 #include "var.h"
 #include "vlerror.h"
-
-/* A language-level function `_bb_<name>(argc, argv)`. */
-#define VLN_FUNC(name) VL_EXTERN_C var* _bb_##name(int argc, var** argv)
-/* A start-up routine `_bbi_<name>`; lower order runs first. */
-#define VLN_INIT(name, order) VL_EXTERN_C void _bbi_##name(void)
-/* A memory-variable name the module refers to: defines the word that holds
-** its index, -1 until the start-up enters the name. */
-#define VLN_MEMVAR(name)                \
-  VL_EXTERN_C int32_t _bbvar_##name;    \
-  int32_t _bbvar_##name = -1
 
 /* Open the frame of the running function (argc and argv in scope). */
 #define VL_BEGIN(file, func)                                        \
@@ -89,12 +77,10 @@
     const int32_t vl_seq_alreadyin_ = alreadyin;          \
     _vln_signal_n();                                      \
     glob_sequencebuf = &vl_seq_buf_;                      \
-    if (setjmp(vl_seq_buf_) == 0) {                       \
-      _vtmp_1_ = 0;
+    if (setjmp(vl_seq_buf_) == 0) {
 #define VL_RECOVER(v)                                     \
     } else {                                              \
       var* const vl_seq_using_ = (v);                     \
-      _vtmp_1_ = 1;                                       \
       vln_after_break(&vl_frame_);                        \
       alreadyin = vl_seq_alreadyin_;                      \
       glob_sequencebuf = vl_seq_saved_;                   \

@@ -17,6 +17,7 @@
 #include "areaint.hpp"
 #include "blocks.h"
 #include "dsslots.h"
+#include "evaluator.h"
 #include "kernel.h"
 #include "objects.h"
 #include "vlerror.h"

@@ -182,6 +182,9 @@ VLN_FUNC(dbf)
 }
 
 // DBFINFO([area]): open mode and file of an area.
+// Room for DBFINFO(): the open mode and a path of PATH_MAX bytes.
+constexpr size_t kInfoSize = 4096 + 32;
+
 VLN_FUNC(dbfinfo)
 {
   var* obj = area_object(area_arg(argc, argv));
@@ -189,9 +192,10 @@ VLN_FUNC(dbfinfo)
   const bool shared = vlnLogVar(read_ivar(obj, "shared", VLN_IV_SHARED));
   const bool readonly = vlnLogVar(read_ivar(obj, "readonly", VLN_IV_READONLY));
   const char* file = text_of(read_ivar(obj, "filespec", VLN_IV_FILESPEC));
-  std::snprintf(buff500, sizeof buff500, "%s%s %s", shared ? "SHARED" : "EXCLUSIVE",
+  char info[kInfoSize];
+  std::snprintf(info, sizeof info, "%s%s %s", shared ? "SHARED" : "EXCLUSIVE",
                 readonly ? " READONLY" : "", file);
-  return set_Cvar(cre_tmpvar(), buff500, -1);
+  return set_Cvar(cre_tmpvar(), info, -1);
 }
 
 // DBSELECTAREA(area): select by alias or number; a block gives the value.

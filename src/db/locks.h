@@ -51,6 +51,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "switches.h"
 #include "var.h"
 
 VL_BEGIN_DECLS
@@ -86,12 +87,8 @@ extern int32_t vlnCanUseFcntlPid; /* non-zero: l_pid of a request may be
                                      relied on [1] */
 extern int32_t vlnAppPid;         /* this process's id; refreshed after fork */
 extern int32_t vlnFCNTLerrno;     /* errno of the last failed lock */
-extern int32_t vlnFCNTLreadwrite; /* bit 0: read sections take real locks,
-                                     bit 1: write sections do [3];
-                                     VL_Set("multiUserSecur") writes it */
-extern int32_t vlnFCNTLcompat42;  /* non-zero: the 4.2-compatible lockf
-                                     scheme replaces section and USE locks
-                                     [0]; SET 19 writes it */
+/* vlnFCNTLreadwrite and vlnFCNTLcompat42, the two switches the settings
+** change, are in the switch store (switches.h). */
 
 /* ---- Primitives: the only callers of fcntl. ---- */
 

@@ -16,6 +16,8 @@
 #include <unordered_map>
 
 #include "blocks.h"
+#include "evaluator.h"
+#include "fname.h"
 #include "breakguard.hpp"
 #include "exprexec.hpp"
 #include "exprtree.hpp"
@@ -228,3 +230,10 @@ char* filorexp(const char* text, int size)
 }
 
 }  // extern "C"
+
+// The layers below the evaluator reach it through their hooks.
+VLN_INIT(evaluator, 1)
+{
+  vln_macro_block_hook = vln_run_macro_block;
+  vln_name_expr_hook = filorexp;
+}

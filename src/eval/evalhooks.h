@@ -1,7 +1,6 @@
 /*
-** evalhooks.h -- what the expression evaluator asks of the work areas and
-** the object layer.  Each hook is null until the subsystem that serves it
-** fills it; the evaluator reports a clear error where a hook is missing.
+** evalhooks.h -- what the expression evaluator asks of the work areas.
+** Each hook is null until the subsystem that serves it fills it; the evaluator reports a clear error where a hook is missing.
 */
 #ifndef VL_EVALHOOKS_H
 #define VL_EVALHOOKS_H
@@ -20,11 +19,6 @@ extern var* (*vln_eval_alias_field_hook)(var* alias, const char* name);
 ** (after reporting on failure).  The pop restores the former selection. */
 extern int (*vln_eval_push_area_hook)(var* alias);
 extern void (*vln_eval_pop_area_hook)(void);
-/* Send message to obj: a method call with arguments when call is set, else
-** an instance access; with assign set, an instance assignment of argv[0]. */
-extern var* (*vln_eval_send_hook)(var* obj, const char* message, int call, int assign,
-                                  int argc, var** argv);
-
 VL_END_DECLS
 
 #endif /* VL_EVALHOOKS_H */

@@ -19,6 +19,7 @@
 #include "exprexec.hpp"
 #include "frame.h"
 #include "kernel.h"
+#include "objects.h"
 #include "operators.h"
 #include "valrec.hpp"
 #include "vlerror.h"
@@ -28,8 +29,6 @@ var* (*vln_eval_field_hook)(const char* name) = nullptr;
 var* (*vln_eval_alias_field_hook)(var* alias, const char* name) = nullptr;
 int (*vln_eval_push_area_hook)(var* alias) = nullptr;
 void (*vln_eval_pop_area_hook)(void) = nullptr;
-var* (*vln_eval_send_hook)(var* obj, const char* message, int call, int assign, int argc,
-                           var** argv) = nullptr;
 }
 
 namespace vl::expr {
@@ -42,7 +41,6 @@ constexpr int kUndefinedFunction = 308;
 constexpr int kNullResult = 310;
 constexpr int kNoDebugInfo = 337;
 constexpr int kBadAlias = 342;
-constexpr int kBadMethod = 343;
 
 const Node& node(const Ctx& ctx, int32_t i) { return ctx.prog->nodes[static_cast<size_t>(i)]; }
 
@@ -209,12 +207,11 @@ var* send(const Ctx& ctx, const Node& n, int assign, var* value)
 {
   var* obj = eval_node(ctx, n.a);
   if (stopped(ctx)) return ERROR_VAR;
-  if (!vln_eval_send_hook) return report(kBadMethod, "message %s: no object layer", n.name);
-  if (assign) return vln_eval_send_hook(obj, n.name.c_str(), 0, 1, 1, &value);
+  if (assign) return vlnSend(obj, n.name.c_str(), 0, 1, 1, &value);
   const int argc = static_cast<int>(n.kids.size());
   auto** argv = static_cast<var**>(alloca(sizeof(var*) * (n.kids.size() + 1)));
   if (!arguments(ctx, n, argv)) return ERROR_VAR;
-  return vln_eval_send_hook(obj, n.name.c_str(), n.flag, 0, argc, argv);
+  return vlnSend(obj, n.name.c_str(), n.flag, 0, argc, argv);
 }
 
 var* assign(const Ctx& ctx, const Node& n)

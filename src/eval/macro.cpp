@@ -8,10 +8,12 @@
 
 #include "blocks.h"
 #include "evalhooks.h"
+#include "evaluator.h"
 #include "kernel.h"
 #include "letters.hpp"
+#include "objects.h"
 #include "operators.h"
-#include "smallfns.h"
+#include "valkind.h"
 #include "stringsfn.h"
 #include "vlerror.h"
 #include "vlgen.h"
@@ -28,6 +30,8 @@ constexpr int kUndefinedFunction = 308;
 constexpr int kSyntax = 309;
 constexpr int kNullResult = 310;
 constexpr int kTooLongString = 319;
+// Room for a method name expanded from macro text.
+constexpr size_t kMacroNameSize = 4096;
 
 bool is_text(const var* v) { return v && vl::kCM.has(v->Type); }
 
@@ -163,6 +167,44 @@ var* vln_memblock(int argc, var** argv, var** avec)
   const int32_t idx = vlnIntVar(avec[0]);
   if (argc > 0) cpy_var(vlnGetVarForWrite(idx), argv[0]);
   return mk_var_cp(vlnGetVar(idx));
+}
+
+// PRIVATE &name and PUBLIC &name: the declarations of a name given as
+// macro text.
+int32_t vln_macro_declare(const char* text)
+{
+  exp_pp(text, repdum, sizeof repdum, 1);
+  const bool is_new = locate_var(repdum) < 0;
+  const int32_t index = vln_add_var(repdum);
+  if (!is_new) return vln_declare(index);
+  push_var(index, mak_var('N', 'U'));
+  return index;
+}
+
+int32_t vln_macro_public(const char* text)
+{
+  exp_pp(text, repdum, sizeof repdum, 1);
+  const int32_t index = vln_add_var(repdum);
+  return vln_public(index);
+}
+
+// The function whose name text gives after macro expansion.
+BbFn macrofun(const char* text)
+{
+  exp_pp(text, repdum, sizeof repdum, 1);
+  return vln_funcall(repdum);
+}
+
+// o:&name(...): the method whose name text gives after macro expansion.
+var* vlnNoDoMacroMethod(const char* text, int32_t level, int argc, var** argv)
+{
+  char lower[kMacroNameSize];
+  size_t i = 0;
+  for (; text[i] && i < kMacroNameSize - 1; ++i)
+    lower[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
+  lower[i] = '\0';
+  char name[kMacroNameSize];
+  return vlnNoDoMethod(exp_pp(lower, name, sizeof name, 1), level, argc, argv);
 }
 
 }  // extern "C"

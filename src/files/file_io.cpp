@@ -9,7 +9,6 @@
 #include "files.h"
 #include "kernel.h"
 #include "letters.hpp"
-#include "vlgen.h"
 
 using namespace vlfile;
 

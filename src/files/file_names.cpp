@@ -8,8 +8,8 @@
 #include "file_args.hpp"
 #include "files.h"
 #include "fname.h"
+#include "kernel.h"
 #include "letters.hpp"
-#include "vlgen.h"
 
 using namespace vlfile;
 

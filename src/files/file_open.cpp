@@ -7,7 +7,7 @@
 
 #include "file_args.hpp"
 #include "files.h"
-#include "vlgen.h"
+#include "kernel.h"
 
 using namespace vlfile;
 

@@ -16,8 +16,7 @@
 #include "files.h"
 #include "kernel.h"
 #include "letters.hpp"
-#include "set.h"
-#include "vlgen.h"
+#include "switches.h"
 
 using namespace vlfile;
 

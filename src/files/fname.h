@@ -39,6 +39,20 @@ typedef struct VlnNameReport {
 /* Make the report, if any, and clear it. */
 void vln_name_report(VlnNameReport* report);
 
+/* The expansion of a name argument (a text opening with "(" is an
+** expression, other texts have their macros expanded) into a buffer of size
+** bytes, which it returns.  The evaluator fills it at start-up; until then
+** a name stands as it is. */
+extern char* (*vln_name_expr_hook)(const char* text, int size);
+
+/* Number of directories of SET PATH, and directory i (0 based, translated,
+** with a trailing '/'); null past the end. */
+int vln_path_count(void);
+const char* vln_path_entry(int i);
+/* Change SET PATH (list separated by ',' or ';') and SET DEFAULT. */
+void vln_path_to(const char* text);
+void vln_default_to(const char* text);
+
 /* Translate name in place (buffer of size bytes).  Returns name; null
 ** stays null. */
 char* vlnConvertFile(char* name, size_t size);

@@ -3,15 +3,14 @@
 #include <cctype>
 #include <cstring>
 
-#include "blocks.h"
 #include "fname.h"
 #include "fname_util.hpp"
-#include "set.h"
+#include "switches.h"
 #include "vlerror.h"
 
 namespace {
 
-// The kernel expands names in a buffer of this size.
+// Names are expanded in a buffer of this size.
 constexpr int kExpandSize = 4096;
 
 bool is_slash(char c) { return c == '/' || c == '\\'; }
@@ -26,8 +25,10 @@ bool form_into(const char* dir, const char* name, char* out, size_t size, VlnNam
 const char* vln::expand_name(const char* name)
 {
   if (!name || std::strlen(name) >= static_cast<size_t>(kExpandSize)) return name;
-  return filorexp(name, kExpandSize);
+  return vln_name_expr_hook ? vln_name_expr_hook(name, kExpandSize) : name;
 }
+
+extern "C" char* (*vln_name_expr_hook)(const char* text, int size) = nullptr;
 
 std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameReport* report)
 {

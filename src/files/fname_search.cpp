@@ -11,7 +11,7 @@
 
 #include "fname.h"
 #include "fname_util.hpp"
-#include "set.h"
+#include "switches.h"
 
 namespace {
 

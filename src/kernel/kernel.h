@@ -6,27 +6,17 @@
 ** Everything a program can call by name is found through the registry:
 ** language functions, module-local function tables, the memory-variable
 ** names a module refers to, and the start-up routines, each announced by a
-** record (VLN_FUNC, VLN_MEMVAR, VLN_INIT in vlgen.h) collected at build time.
+** record (VLN_FUNC, VLN_MEMVAR, VLN_INIT below) collected at build time.
 */
 #ifndef VL_KERNEL_H
 #define VL_KERNEL_H
 
 #include <stdint.h>
 
+#include "runtime.h"
 #include "var.h"
 
 VL_BEGIN_DECLS
-
-/* ---- Memory. ----
-** purpose names the allocation (a vln_errmsg row); severity 2 reports a
-** run-time error, 4 a fatal one, 16 writes to stderr and ends at once;
-** level is the report level (1000 or 700).  On failure the functions return
-** null if they return at all. */
-void* vln_malloc(size_t size, const char* purpose, int severity, int level,
-                 const char* module, int line);
-void* vln_realloc(void* ptr, size_t size, const char* purpose, int severity,
-                  int level, const char* module, int line);
-void vln_free(void* ptr, const char* module, int line);
 
 /* ---- Memory-variable table. ---- */
 
@@ -55,6 +45,20 @@ var* vlnGetVar(int32_t index);
 ** PRIVATE of the current depth first. */
 var* vlnGetVarForWrite(int32_t index);
 
+/* The value constructors into memory variable index (the record now
+** visible, through vlnGetVar: set_*v) and into the variable visible under
+** index for a write (through vlnGetVarForWrite: set_*f). */
+var* set_cvarv(int32_t index, const char* text);
+var* set_cvarf(int32_t index, const char* text);
+var* set_dvarv(int32_t index, int32_t day);
+var* set_dvarf(int32_t index, int32_t day);
+var* set_Ivarv(int32_t index, int32_t n);
+var* set_Ivarf(int32_t index, int32_t n);
+var* set_lvarv(int32_t index, int b);
+var* set_lvarf(int32_t index, int b);
+var* set_nvarv(int32_t index, double d, int dec);
+var* set_nvarf(int32_t index, double d, int dec);
+
 /* ---- Macro expansion. ---- */
 
 /* Expand the macro references of text into buffer (size bytes, flag 1 at
@@ -78,7 +82,22 @@ typedef struct VlnKeyword {
 ** the text's length n is at least min or the whole keyword.  -1 for none. */
 int get_tok(const char* text, const VlnKeyword* table, int min);
 
-/* ---- Function registry. ---- */
+/* ---- Function registry. ----
+** Export markers.  The build collects every VLN_FUNC, VLN_MEMVAR and
+** VLN_INIT of the library into the function registry, so a marker written
+** at the start of a line is all it takes to make a function callable by
+** name.  Names are lower case and at most 10 characters. */
+
+/* A language-level function `_bb_<name>(argc, argv)`. */
+#define VLN_FUNC(name) VL_EXTERN_C var* _bb_##name(int argc, var** argv)
+/* A start-up routine `_bbi_<name>`; lower order runs first. */
+#define VLN_INIT(name, order) VL_EXTERN_C void _bbi_##name(void)
+/* A memory-variable name the module refers to: defines the word that holds
+** its index, -1 until the start-up enters the name. */
+#define VLN_MEMVAR(name)                \
+  VL_EXTERN_C int32_t _bbvar_##name;    \
+  int32_t _bbvar_##name = -1
+
 
 typedef struct VlnFnRec {
   const char* name; /* lower case, at most 10 characters */
@@ -132,8 +151,13 @@ extern uintptr_t textStart, textEnd, textScan, dataStart, dataEnd, dataScan,
 
 /* ---- Start-up and end. ---- */
 
-/* Run the registered start-up routines once each, by ascending order. */
-void vln_run_inits(void);
+/* Run the pending start-up routines of order up to last (VLN_INIT_ALL for
+** every one), once each, by ascending order; the others stay pending. */
+void vln_run_inits(int last);
+#define VLN_INIT_ALL 0x7FFFFFFF
+/* The order of the national tables' start-up routine: routines up to it
+** run before the error table and the screen are set up. */
+#define VLN_INIT_NATIONAL 0
 /* Names entered so far belong to the library and survive CLEAR MEMORY. */
 void vln_mark_program_names(void);
 
@@ -147,54 +171,15 @@ void vln_start(int argc, char** argv);
 /* Start, run main_fn as an ordinary language call, then end the program
 ** through vln_quit.  Never returns. */
 void vln_run(int argc, char** argv, BbFn main_fn);
-/* Orderly program end: run the end routines, exit with shell_return. */
-void vln_quit(void) __attribute__((noreturn));
-/* Register a routine that vln_quit runs (last registered runs first). */
-void vln_on_quit(void (*fn)(void));
 /* Deliver pending timer, break and debugger events between statements. */
 void _vln_signal_n(void);
 /* A subsystem that has events to deliver registers a poll routine here. */
 void vln_add_signal_poll(void (*fn)(void));
+/* The number of routines registered with vln_add_signal_poll. */
+extern int32_t vln_signal_poll_count;
 /* Brackets around sections that must not be interrupted by a break key. */
 void vln_disable_break(void);
 void vln_enable_break(void);
-
-/* Output of QOut/? while no screen layer is active: the text and a line
-** end on standard output.  The screen layer replaces it. */
-extern void (*vln_qout_hook)(const char* text);
-/* Wait for one key while no screen layer is active: reads standard input,
-** end of input counting as a key.  The screen layer replaces it. */
-extern int (*vln_waitkey_hook)(void);
-/* Give the terminal back (endwin) before an abrupt exit; null in batch. */
-extern void (*vln_endwin_hook)(void);
-
-/* ---- Shared run state. ---- */
-
-extern int32_t errstat;        /* non-zero: errors run the error block */
-extern int32_t last_errno;     /* code of the last reported error */
-extern int32_t shell_return;   /* exit status (ERRORLEVEL) */
-extern unsigned char __status[8];
-extern int32_t __oserr;
-extern int32_t vln_ferror;
-extern const char* __argv0;
-extern const char* __main_module;
-extern const char* __invar_nam;
-extern int32_t __sig_quit;
-extern int32_t _sstep;
-extern int32_t vln_priv_mode;
-extern int32_t vln_array_expected;
-/* When set, dget_arr and dget_arrv call it with each subscript. */
-extern BbFn vln_subscarr;
-extern int32_t vl_tok;
-extern int32_t sg_date;
-extern int32_t _tmp_2_;
-
-/* Scratch buffers, valid within one call only. */
-extern char repdum[4096];
-extern char buff4K[4096];
-extern char buff500[500];
-extern char buff250[250];
-extern char buff50[50];
 
 VL_END_DECLS
 

@@ -14,6 +14,12 @@
 
 namespace {
 
+var* index_var(int32_t index)
+{
+  if (index < 0 || index >= mvn_fpt) return vlnGetVar(index);
+  return mv_names[index].v;
+}
+
 constexpr int32_t kInitialNames = 256;
 // Level of a name's first record: below every call depth, so that the first
 // PRIVATE of the name at any depth pushes a record of its own.
@@ -119,5 +125,23 @@ void clear_mvs(int flag)
 // Names entered before the program starts (the library's own PUBLICs)
 // survive CLEAR MEMORY.
 void vln_mark_program_names(void) { first_program_name = mvn_fpt; }
+
+// The constructors into memory variable i (by index) and into the variable
+// visible under index i (through vlnGetVarForWrite, which declares a
+// never-declared name first).
+var* set_cvarv(int32_t i, const char* text) { return set_cvar(index_var(i), text); }
+var* set_dvarv(int32_t i, int32_t day) { return set_dvar(index_var(i), day); }
+var* set_Ivarv(int32_t i, int32_t n) { return set_Ivar(index_var(i), n); }
+var* set_lvarv(int32_t i, int b) { return set_lvar(index_var(i), b); }
+var* set_nvarv(int32_t i, double d, int dec) { return set_nvar(index_var(i), d, dec); }
+
+var* set_cvarf(int32_t i, const char* text) { return set_cvar(vlnGetVarForWrite(i), text); }
+var* set_dvarf(int32_t i, int32_t day) { return set_dvar(vlnGetVarForWrite(i), day); }
+var* set_Ivarf(int32_t i, int32_t n) { return set_Ivar(vlnGetVarForWrite(i), n); }
+var* set_lvarf(int32_t i, int b) { return set_lvar(vlnGetVarForWrite(i), b); }
+var* set_nvarf(int32_t i, double d, int dec)
+{
+  return set_nvar(vlnGetVarForWrite(i), d, dec);
+}
 
 }  // extern "C"

@@ -85,14 +85,18 @@ void vln_register_module(const VlnFnRec* fns, const VlnVarRec* vars,
 
 int32_t vln_ftab_size(void) { return ftab_used; }
 
-// Run the registered start-up routines once each, by ascending order.
-void vln_run_inits(void)
+// Run the pending start-up routines of order up to last, once each, by
+// ascending order; the others stay pending.
+void vln_run_inits(int last)
 {
-  auto inits = std::move(pending_inits());
-  pending_inits().clear();
-  std::stable_sort(inits.begin(), inits.end(),
+  auto& pending = pending_inits();
+  std::stable_sort(pending.begin(), pending.end(),
                    [](const VlnIniRec& a, const VlnIniRec& b) { return a.order < b.order; });
-  for (const VlnIniRec& r : inits) r.fn();
+  const auto split = std::find_if(pending.begin(), pending.end(),
+                                  [last](const VlnIniRec& r) { return r.order > last; });
+  std::vector<VlnIniRec> due(pending.begin(), split);
+  pending.erase(pending.begin(), split);
+  for (const VlnIniRec& r : due) r.fn();
 }
 
 }  // extern "C"

@@ -1,14 +1,15 @@
-// startup.cpp -- the start-up order, the end of a program, and event
-// delivery between statements.
+// startup.cpp -- the start-up order and event delivery between statements.
 //
 // Start-up runs, in this order, because each step needs the ones before it:
 //   1. vln_init_segments: the registry takes the library's functions and
 //      memory-variable names;
 //   2. vlnHandleEnvironment: VLTERM/VLTERMINFO stand in for TERM/TERMINFO;
-//   3. init_lang: the national tables;
+//   3. the start-up routines of order VLN_INIT_NATIONAL and below: the
+//      national tables;
 //   4. err_init: the error table;
 //   5. cursesinit, when the screen layer is linked and there is a terminal;
-//   6. the start-up routines, by order (the error block before the drivers);
+//   6. the other start-up routines, by order (the error block before the
+//      drivers);
 //   7. the application's main function, as an ordinary language call.
 #include <signal.h>
 #include <unistd.h>
@@ -21,22 +22,9 @@
 #include "kernel.h"
 #include "vlerror.h"
 
-extern "C" {
-// The national tables.  Weak so that the kernel links before the national
-// language module registers its start routine.
-void init_lang(void) __attribute__((weak));
-}
-
 namespace {
 
 bool started = false;
-bool quitting = false;
-
-std::vector<void (*)(void)>& quit_routines()
-{
-  static std::vector<void (*)(void)> routines;
-  return routines;
-}
 
 // The polls _vln_signal_n runs between statements: a plain array, with
 // the count public (vln_signal_poll_count), so that generated code tests
@@ -60,6 +48,9 @@ void run_cursesinit()
 
 extern "C" {
 
+uintptr_t textStart, textEnd, textScan, dataStart, dataEnd, dataScan, textDynStart,
+    textDynEnd, textDynScan, dataDynStart, dataDynEnd, dataDynScan;
+
 void vln_init_segments(void)
 {
   textStart = textEnd = textScan = dataStart = dataEnd = dataScan = 0;
@@ -80,10 +71,10 @@ void vln_start(int argc, char** argv)
   __argv0 = argc > 0 && argv ? argv[0] : "";
   vln_init_segments();
   vlnHandleEnvironment();
-  if (init_lang) init_lang();
+  vln_run_inits(VLN_INIT_NATIONAL);
   err_init();
   run_cursesinit();
-  vln_run_inits();
+  vln_run_inits(VLN_INIT_ALL);
   vln_mark_program_names();
 }
 
@@ -94,22 +85,6 @@ void vln_run(int argc, char** argv, BbFn main_fn)
   main_fn(0, nullptr);
   del_tmpvars(mark);
   vln_quit();
-}
-
-void vln_on_quit(void (*fn)(void)) { quit_routines().push_back(fn); }
-
-void vln_quit(void)
-{
-  if (quitting) _exit(shell_return ? shell_return : 1);
-  quitting = true;
-  auto& routines = quit_routines();
-  while (!routines.empty()) {
-    auto fn = routines.back();
-    routines.pop_back();
-    fn();
-  }
-  std::fflush(nullptr);
-  std::exit(shell_return);
 }
 
 int32_t vln_signal_poll_count = 0;

@@ -11,8 +11,9 @@
 
 #include "files.h"
 #include "natlang.h"
-#include "set.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
+#include "switches.h"
 
 using namespace vl::args;
 

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "kernel.h"
 #include "natlang_tables.hpp"
 
 extern "C" {
@@ -61,6 +62,10 @@ void init_lang(void)
   curr_lang = -1;
   take_logical_letters(nullptr);
 }
+
+// The national tables come first at start-up: the error table and the
+// screen may use them.
+VLN_INIT(lang, 0) { init_lang(); }
 
 int vlnSelectLanguage(int n)
 {

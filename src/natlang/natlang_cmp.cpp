@@ -17,7 +17,7 @@
 
 #include "natlang.h"
 #include "natlang_tables.hpp"
-#include "set.h"
+#include "switches.h"
 
 namespace {
 

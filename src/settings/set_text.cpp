@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "fname.h"
 #include "set.h"
 #include "set_table.hpp"
 #include "sethooks.h"

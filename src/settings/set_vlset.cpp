@@ -12,7 +12,6 @@
 #include <string>
 
 #include "kernel.h"
-#include "locks.h"
 #include "letters.hpp"
 #include "fname.h"
 #include "set.h"

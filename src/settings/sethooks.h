@@ -67,12 +67,6 @@ extern int (*vln_autolock_on_hook)(void);
 /* SET DATE, SET CENTURY: the new format (vlnGetDateFormat) is in force. */
 extern void (*vln_datefmt_hook)(const char* format);
 
-/* ---- For hook implementers. ---- */
-
-/* Replace the owned text *member of vln_flagto by a copy of text (null
-** counts as ""). */
-void vln_flagto_settext(char** member, const char* text);
-
 VL_END_DECLS
 
 #endif /* VL_SETHOOKS_H */

@@ -5,7 +5,8 @@
 #include <cstdio>
 
 #include "smallfns.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

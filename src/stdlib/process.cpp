@@ -8,8 +8,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame.h"
 #include "smallfns.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

@@ -1,6 +1,6 @@
 /*
 ** smallfns.h -- the small language functions every part of the library
-** leans on: value kinds and emptiness, MAX and MIN, DESCEND, and the
+** leans on: MAX and MIN, DESCEND, and the
 ** process-level ones (GETENV, PCOUNT, SLEEP, FREADSTDIN, ISCOLOR).
 */
 #ifndef VL_SMALLFNS_H
@@ -10,19 +10,10 @@
 
 VL_BEGIN_DECLS
 
-/* The VALTYPE letter of v as a one-letter text: "C", "N", "D", "L", "A",
-** "O", "B", "M", "S", "?" or "U".  'F' and 'I' show as such only while the
-** integer-variable switch is on. */
-const char* vlnValType(const var* v);
-/* Non-zero when v is empty as EMPTY() tells. */
-int vlnIsEmpty(const var* v);
-
 /* Whether the terminal shows colours; null (no screen) means it does not.
 ** The screen layer fills it when it starts. */
 extern int (*vlnHasColorsHook)(void);
 
-var* _bb_valtype(int argc, var** argv);
-var* _bb_empty(int argc, var** argv);
 var* _bb_max(int argc, var** argv);
 var* _bb_min(int argc, var** argv);
 var* _bb_descend(int argc, var** argv);

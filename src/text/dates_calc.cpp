@@ -13,7 +13,7 @@
 #include <cstring>
 
 #include "dates.h"
-#include "set.h"
+#include "switches.h"
 
 namespace {
 

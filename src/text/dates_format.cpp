@@ -22,7 +22,7 @@
 
 #include "dates.h"
 #include "numbers.h"
-#include "set.h"
+#include "switches.h"
 
 namespace {
 

@@ -11,7 +11,8 @@
 
 #include "dates.h"
 #include "natlang.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

@@ -4,7 +4,8 @@
 #include <cstdio>
 
 #include "numbers.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

@@ -13,7 +13,8 @@
 #include <cstring>
 
 #include "numbers.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

@@ -22,8 +22,9 @@
 #include <string_view>
 
 #include "numbers.h"
-#include "set.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
+#include "switches.h"
 
 using namespace vl::args;
 

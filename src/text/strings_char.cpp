@@ -6,7 +6,8 @@
 #include <cstring>
 
 #include "natlang.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

@@ -9,7 +9,9 @@
 
 #include "dates.h"
 #include "numbers.h"
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
+#include "stringsfn.h"
 
 using namespace vl::args;
 

@@ -7,7 +7,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

@@ -8,7 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "strings_args.hpp"
+#include "args.hpp"
+#include "kernel.h"
 
 using namespace vl::args;
 

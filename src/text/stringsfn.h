@@ -14,9 +14,6 @@
 
 VL_BEGIN_DECLS
 
-/* The longest text a function builds; longer results report 319. */
-#define VLN_MAX_TEXT (256L * 1024 * 1024)
-
 /* Length of the first n bytes of s without trailing blanks. */
 int32_t trimr_n(const char* s, int32_t n);
 /* Number of leading blanks among the first n bytes of s. */

@@ -75,7 +75,7 @@ TEST_F(Names, ModuleTablesRegisterFunctionsVariablesAndStartRoutines)
   vln_register_module(fns, vars, inits);
   EXPECT_EQ(idx, locate_var("modvar"));
   EXPECT_GT(find_fun("modfunc"), 0);
-  vln_run_inits();
+  vln_run_inits(VLN_INIT_ALL);
   EXPECT_EQ(ran, 12);
 }
 

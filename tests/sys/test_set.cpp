@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "fname.h"
 #include "test_set_fixture.hpp"
 
 using namespace settest;

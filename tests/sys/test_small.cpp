@@ -9,6 +9,7 @@
 
 #include "set.h"
 #include "smallfns.h"
+#include "valkind.h"
 #include "vltest.h"
 
 using vltest::str;

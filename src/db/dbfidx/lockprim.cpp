@@ -32,8 +32,6 @@ int32_t vlnFCNTLlockfOnly = 0;
 int32_t vlnCanUseFcntlPid = 1;
 int32_t vlnAppPid = static_cast<int32_t>(getpid());
 int32_t vlnFCNTLerrno = 0;
-int32_t vlnFCNTLreadwrite = 3;
-int32_t vlnFCNTLcompat42 = 0;
 
 namespace {
 

@@ -1,4 +1,4 @@
-// strings_args.hpp -- reading the arguments of language functions and
+// args.hpp -- reading the arguments of language functions and
 // building their text results.
 //
 // Counts and positions come from doubles that a program may make as large,
@@ -17,12 +17,10 @@
 #include <cstring>
 #include <string_view>
 
-#include "kernel.h"
 #include "letters.hpp"
-#include "stringsfn.h"
+#include "runtime.h"
 #include "var.h"
 #include "vlerror.h"
-#include "vlgen.h"
 
 namespace vl::args {
 

@@ -63,6 +63,11 @@ var* settle_param(var* v, char expected, bool quiet)
 
 extern "C" {
 
+frame* old_fn_stack = nullptr;
+jmp_buf* glob_sequencebuf = nullptr;
+var* vln_break_value = nullptr;
+
+
 void vln_fn_start(frame* f, const char* file, const char* func, int32_t line, int argc)
 {
   f->Line = line;
@@ -164,23 +169,6 @@ int32_t vln_public(int32_t index)
     set_lvar(v, 0);
   }
   return index;
-}
-
-int32_t vln_macro_declare(const char* text)
-{
-  exp_pp(text, repdum, sizeof repdum, 1);
-  const bool is_new = locate_var(repdum) < 0;
-  const int32_t index = vln_add_var(repdum);
-  if (!is_new) return vln_declare(index);
-  push_var(index, mak_var('N', 'U'));
-  return index;
-}
-
-int32_t vln_macro_public(const char* text)
-{
-  exp_pp(text, repdum, sizeof repdum, 1);
-  const int32_t index = vln_add_var(repdum);
-  return vln_public(index);
 }
 
 }  // extern "C"

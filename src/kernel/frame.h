@@ -26,6 +26,7 @@
 #include <setjmp.h>
 #include <stdint.h>
 
+#include "runtime.h"
 #include "var.h"
 
 VL_BEGIN_DECLS
@@ -53,8 +54,6 @@ enum {
 
 /* The running frame, null outside any language function. */
 extern frame* old_fn_stack;
-/* Number of open frames. */
-extern int32_t glob_depth;
 
 /* One entry of the variable stack: a shadowed memory variable. */
 typedef struct VarStackEntry {
@@ -73,8 +72,6 @@ extern int32_t cur_var_stack;
 ** stores its value in vln_break_value and jumps there with 1. */
 extern jmp_buf* glob_sequencebuf;
 extern var* vln_break_value;
-/* Receives the setjmp result of BEGIN SEQUENCE. */
-extern int _vtmp_1_;
 
 /* ---- Frames. ---- */
 
@@ -96,9 +93,6 @@ void vln_private_param(int32_t index, int argc, int argidx, var** argv);
 int32_t vln_declare(int32_t index);
 /* PUBLIC name: a new PUBLIC starts as .F.; an existing variable is kept. */
 int32_t vln_public(int32_t index);
-/* The same for a name given as macro text. */
-int32_t vln_macro_declare(const char* text);
-int32_t vln_macro_public(const char* text);
 
 /* ---- Variable stack. ---- */
 
@@ -108,32 +102,6 @@ int32_t push_var(int32_t index, var* nv);
 void pop_vars(int32_t mark);
 /* Empty every shadowed variable (CLEAR MEMORY). */
 void redo_varstack(void);
-
-/* ---- Calls by name. ---- */
-
-/* The function of that name; unknown names report 308 and give the NIL
-** block's function, which is safe to call. */
-BbFn vln_funcall(const char* name);
-/* The same after macro expansion of text. */
-BbFn macrofun(const char* text);
-/* Call fn from host code with the arguments that follow, closed by
-** (var*)0.  More than 30 arguments report 402; a null result 320. */
-var* simplfun(int argc, BbFn fn, ...)
-#if defined(__GNUC__)
-    __attribute__((sentinel))
-#endif
-    ;
-/* CALL: a plain host routine with raw machine words (at most 8). */
-var* vln_docall(AnyFn fn, int argc, var** argv);
-/* WORD(n): the 'W' value for CALL. */
-var* _bb_word(int argc, var** argv);
-
-/* ---- After a BREAK. ---- */
-
-/* Make frame f current again and pop the PRIVATEs above it. */
-void vln_after_break(frame* f);
-/* Release the statement's temporaries and restore glob_sequencebuf. */
-void vln_cleanup(jmp_buf* saved);
 
 VL_END_DECLS
 

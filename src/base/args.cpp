@@ -1,5 +1,5 @@
-// strings_args.cpp -- text results of language functions.
-#include "strings_args.hpp"
+// args.cpp -- text results of language functions.
+#include "args.hpp"
 
 #include <algorithm>
 #include <cstdio>

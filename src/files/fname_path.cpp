@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "fname.h"
-#include "set.h"
-#include "sethooks.h"
+#include "switches.h"
 
 namespace {
 

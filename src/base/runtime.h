@@ -1,0 +1,69 @@
+/*
+** runtime.h -- what every layer of the run-time shares below the kernel:
+** allocation that names its purpose, the end of the program, the batch
+** stand-ins for the screen, and the shared run state.
+*/
+#ifndef VL_RUNTIME_H
+#define VL_RUNTIME_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "var.h"
+
+VL_BEGIN_DECLS
+
+/* ---- Memory. ----
+** purpose names the allocation (a vln_errmsg row); severity 2 reports a
+** run-time error, 4 a fatal one, 16 writes to stderr and ends at once;
+** level is the report level (1000 or 700).  On failure the functions return
+** null if they return at all. */
+void* vln_malloc(size_t size, const char* purpose, int severity, int level,
+                 const char* module, int line);
+void* vln_realloc(void* ptr, size_t size, const char* purpose, int severity,
+                  int level, const char* module, int line);
+void vln_free(void* ptr, const char* module, int line);
+
+/* ---- End of the program. ---- */
+
+/* Orderly program end: run the end routines, exit with shell_return. */
+void vln_quit(void) __attribute__((noreturn));
+/* Register a routine that vln_quit runs (last registered runs first). */
+void vln_on_quit(void (*fn)(void));
+
+/* ---- Until a screen layer takes over. ---- */
+
+/* Output of QOut/? while no screen layer is active: the text and a line
+** end on standard output.  The screen layer replaces it. */
+extern void (*vln_qout_hook)(const char* text);
+/* Wait for one key while no screen layer is active: reads standard input,
+** end of input counting as a key.  The screen layer replaces it. */
+extern int (*vln_waitkey_hook)(void);
+/* Give the terminal back (endwin) before an abrupt exit; null in batch. */
+extern void (*vln_endwin_hook)(void);
+
+/* ---- Shared run state. ---- */
+
+extern int32_t errstat;        /* non-zero: errors run the error block */
+extern int32_t last_errno;     /* code of the last reported error */
+extern int32_t shell_return;   /* exit status (ERRORLEVEL) */
+extern int32_t glob_depth;     /* number of open call frames */
+extern unsigned char __status[8];
+extern int32_t __oserr;
+extern int32_t vln_ferror;
+extern const char* __argv0;
+extern const char* __main_module;
+extern int32_t vln_priv_mode;
+/* The date mode of the picture engine: stored, read by nothing yet. */
+extern int32_t sg_date;
+/* The debugger's run mode (0 free, 1 single step, 2 to a breakpoint) and
+** its quit request, both tested between statements once it exists. */
+extern int32_t _sstep;
+extern int32_t __sig_quit;
+
+/* Scratch buffer for composing reports, valid within one call only. */
+extern char repdum[4096];
+
+VL_END_DECLS
+
+#endif /* VL_RUNTIME_H */
