@@ -89,6 +89,26 @@ TEST_F(Release, ABlockMayReleaseTheArrayItWalks)
   EXPECT_TRUE(reports().empty());
 }
 
+var* g_emptied = nullptr;  // the array the error handler empties
+
+void empty_on_report(const VlnErrReport*) { vl_call(_bb_asize, {g_emptied, num(0)}); }
+
+// The error block of a developer warning may release an operand that the
+// operator goes on with.
+TEST_F(Release, AWarningThatReleasesAnOperandLeavesItReadable)
+{
+  const int level = vl_set_flag[VL_SLOT_LEVEL];
+  vl_set_flag[VL_SLOT_LEVEL] = VL_DEVEL_LEVEL;
+  vln_error_handler = empty_on_report;
+  g_emptied = variable(arr({num(5)}));
+  EXPECT_EQ(vlnNumVar(u_add_u(dget_arr(g_emptied, 1), set_lv(1), 0)), 6.0);
+  g_emptied = variable(arr({num(5)}));
+  var* e = dget_arr(g_emptied, 1);
+  EXPECT_EQ(u_div_u(e, num(0), 1), e);
+  EXPECT_EQ(vlnNumVar(e), 0.0);
+  vl_set_flag[VL_SLOT_LEVEL] = level;
+}
+
 // A chain of 100,000 two-element arrays, each holding the next:
 // h := {i, h} in a loop.
 TEST_F(Release, DeepNestingIsReleasedAndCopiedWithoutRecursion)
