@@ -225,8 +225,8 @@ var* send(const Ctx& ctx, const Node& n, int assign, var* value)
   var* obj = eval_node(ctx, n.a);
   if (stopped(ctx)) return ERROR_VAR;
   if (!vln_eval_send_hook) return report(kBadMethod, "message %s: no object layer", n.name);
+  obj = held(obj);  // the arguments and the method itself run code
   if (assign) return vln_eval_send_hook(obj, n.name.c_str(), 0, 1, 1, &value);
-  if (!n.kids.empty()) obj = held(obj);
   const int argc = static_cast<int>(n.kids.size());
   auto** argv = static_cast<var**>(alloca(sizeof(var*) * (n.kids.size() + 1)));
   if (!arguments(ctx, n, argv)) return ERROR_VAR;

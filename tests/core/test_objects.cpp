@@ -293,7 +293,7 @@ TEST_F(Objects, AnAxitMayEmptyTheArrayBeingChanged)
   } cases[] = {
       {"AFILL", 1, [](var* a) { return vl_call(_bb_afill, {a, NIL_VAR}); }, 0},
       {"ACOPY", 1,
-       [](var* a) { return vl_call(_bb_acopy, {array_of({NIL_VAR, NIL_VAR, NIL_VAR}), a}); }, 0},
+       [](var* a) { return vl_call(_bb_acopy, {cre_arr(cre_tmpvar(), 3, 0, (var*)0), a}); }, 0},
       {"ASIZE", 3, [](var* a) { return vl_call(_bb_asize, {a, set_nv(1, 0)}); }, 1},
       {"refill", 1, [](var* a) { return cre_arr(a, 2, VL_ARR_NIL, (var*)nullptr); }, 2},
       {"ADEL", 1, [](var* a) { return vl_call(_bb_adel, {a, set_nv(1, 0)}); }, 0},
