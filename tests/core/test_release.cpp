@@ -131,3 +131,14 @@ TEST_F(Release, DeepNestingIsReleasedAndCopiedWithoutRecursion)
   cpy_var(copy, NIL_VAR);
   EXPECT_TRUE(reports().empty());
 }
+
+// ACLONE keeps the shape: an array shared twice stays shared in the copy,
+// and a cycle stays a cycle (both are broken again at the end).
+TEST_F(Release, CloneReproducesSharingAndCycles)
+{
+  EXPECT_EQ(shown("s := {1}, a := {s, s}, AADD(a, a), c := ACLONE(a)",
+                  "c[1] = c[2] .AND. !(c[1] = s) .AND. c[3] = c .AND. !(c = a)"),
+            ".T.");
+  exp_eval("a[3] := NIL, c[3] := NIL");
+  EXPECT_TRUE(reports().empty());
+}
