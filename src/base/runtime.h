@@ -6,6 +6,7 @@
 #ifndef VL_RUNTIME_H
 #define VL_RUNTIME_H
 
+#include <setjmp.h>
 #include <stddef.h>
 #include <stdint.h>
 
@@ -43,6 +44,11 @@ extern int (*vln_waitkey_hook)(void);
 extern void (*vln_endwin_hook)(void);
 
 /* ---- Shared run state. ---- */
+
+/* Innermost BEGIN SEQUENCE jump buffer, null outside any sequence.  BREAK
+** stores its value in vln_break_value and jumps there with 1. */
+extern jmp_buf* glob_sequencebuf;
+extern var* vln_break_value;
 
 extern int32_t errstat;        /* non-zero: errors run the error block */
 extern int32_t last_errno;     /* code of the last reported error */

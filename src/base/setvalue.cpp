@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "runtime.h"
 #include "switches.h"
@@ -54,27 +56,43 @@ var scalar(char type, int32_t length)
   return s;
 }
 
-// Deep copy of array record src, reproducing shared and cyclic parts.
-ArrRec* copy_array(ArrRec* src, std::unordered_map<ArrRec*, ArrRec*>& done)
+// A deep copy of the array record root: every nested array duplicated,
+// shared and cyclic parts reproduced as such in the copy.  A work list of
+// records still to fill keeps the native stack flat however deep the
+// nesting.  No language code runs here.
+ArrRec* deep_copy(ArrRec* root)
 {
-  if (auto it = done.find(src); it != done.end()) {
-    ++it->second->A_links;
+  std::unordered_map<ArrRec*, ArrRec*> done;
+  std::vector<std::pair<ArrRec*, ArrRec*>> to_fill;
+  // The copy of src: one more link to it when it exists, else a new record
+  // of NIL slots, to be filled.
+  const auto copy_of = [&](ArrRec* src) {
+    auto [it, fresh] = done.try_emplace(src, nullptr);
+    if (!fresh) {
+      ++it->second->A_links;
+      return it->second;
+    }
+    it->second = vl::arr_alloc(src->A_size);
+    to_fill.emplace_back(src, it->second);
     return it->second;
-  }
-  ArrRec* dst = vl::arr_alloc(src->A_size);
-  done[src] = dst;
-  for (uint32_t i = 0; i < src->A_size; ++i) {
-    var* e = mak_var('N', 'U');
-    dst->A_vec[i] = e;
-    var* s = src->A_vec[i];
-    if (s->Type == 'A') {
-      e->Type = 'A';
-      e->Value.w1.arr = copy_array(s->Value.w1.arr, done);
-    } else {
-      cpy_var(e, s);
+  };
+  ArrRec* top = copy_of(root);
+  while (!to_fill.empty()) {
+    const auto [src, dst] = to_fill.back();
+    to_fill.pop_back();
+    for (uint32_t i = 0; i < src->A_size; ++i) {
+      var* e = mak_var('N', 'U');
+      dst->A_vec[i] = e;
+      var* s = src->A_vec[i];
+      if (s->Type == 'A') {
+        e->Type = 'A';
+        e->Value.w1.arr = copy_of(s->Value.w1.arr);
+      } else {
+        cpy_var(e, s);
+      }
     }
   }
-  return dst;
+  return top;
 }
 
 }  // namespace
@@ -264,8 +282,7 @@ var* true_cpy(var* dst, var* src)
   if (src->Type != 'A') return cpy_var(dst, src);
   if (dst == src) return dst;
   if (is_field(dst)) return field_store(dst, src);
-  std::unordered_map<ArrRec*, ArrRec*> done;
-  ArrRec* copy = copy_array(src->Value.w1.arr, done);
+  ArrRec* copy = deep_copy(src->Value.w1.arr);
   if (release_v_cont(dst, 'A') == ERROR_VAR) {
     vln_arr_unref(copy);
     return ERROR_VAR;

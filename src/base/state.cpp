@@ -7,6 +7,8 @@ int32_t errstat = 1;
 int32_t last_errno = 0;
 int32_t shell_return = 0;
 int32_t glob_depth = 0;
+jmp_buf* glob_sequencebuf = nullptr;
+var* vln_break_value = nullptr;
 unsigned char __status[8];
 int32_t __oserr = 0;
 int32_t vln_ferror = 0;

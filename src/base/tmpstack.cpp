@@ -99,6 +99,14 @@ void add_tmpvar(var* v)
   vln_tmp_slots[tmpvar_cnt++] = v;
 }
 
+var* vln_hold(var* v)
+{
+  if (vl::is_static(v)) return v;
+  ++v->Links;
+  add_tmpvar(v);
+  return v;
+}
+
 // Spare records stay where they are; the first record that needs more than
 // that hands the rest of the work to release_to.
 void del_tmpvars(int32_t mark)

@@ -108,7 +108,9 @@ inline bool is_field(const var* v) { return kModeField.has(v->Mode); }
 inline bool has_content(const var* v) { return letter_is(v->Type, LC_CONTENT); }
 
 // Free v's content (string buffer it owns, array-record link, window it
-// owns) and leave it NIL-typed with a zero value.  No strict-type check.
+// owns) and leave it NIL-typed with a zero value.  v is NIL before the
+// content goes, so an axit that the release runs finds it so.  No
+// strict-type check.
 void release_content(var* v);
 
 // Copy src's content into the fresh, content-free record dst: strings get

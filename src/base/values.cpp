@@ -9,11 +9,27 @@
 // Assignment order.  cpy_var takes the new copy or reference first and only
 // then releases the destination's old content, so `a := a[1]` (where a holds
 // the only link of its array) and `s := s` never read freed memory.
+//
+// Releasing old content can run language code: an object's axit.  So a
+// record is always complete before its old content goes: the destination
+// already holds its new value (or NIL), and a record whose last link went
+// is back in the pool first.  The axit never meets a half-changed record.
+//
+// Release without recursion.  An array record whose last link goes is
+// pushed on a pending stack, and one loop releases the elements of the
+// record on top, last to first; an element that drops a nested record to
+// zero pushes that one, which the loop then finishes first.  That is the
+// order a recursive release would take, at a depth the program cannot push
+// through the native stack.  An axit runs at a floor of its own, so the
+// releases inside it complete before it returns; a BREAK out of an axit
+// leaves the records it abandoned pending, and the next release finishes
+// them.
 #include <cassert>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "breakguard.hpp"
 #include "runtime.h"
 #include "switches.h"
 #include "valrec.hpp"
@@ -48,17 +64,60 @@ void refresh_field(var* v)
   if (is_field(v) && vlnGetFieldHook) vlnGetFieldHook(v);
 }
 
-void free_elements(ArrRec* a)
+// ---- The pending stack of records being released. ----
+
+constexpr size_t kFirstPending = 64;
+
+ArrRec** pending = nullptr;
+size_t pending_n = 0;
+size_t pending_cap = 0;
+// Whether a release loop is running at the present level, and the height
+// below which the records belong to a loop suspended in an axit.
+bool draining = false;
+size_t drain_floor = 0;
+
+void push_pending(ArrRec* a)
 {
-  for (uint32_t i = a->A_size; i-- > 0;)
-    if (a->A_vec[i]) del_var(a->A_vec[i]);
+  if (pending_n == pending_cap) {
+    const size_t cap = pending_cap ? pending_cap * 2 : kFirstPending;
+    pending = static_cast<ArrRec**>(vln_realloc(pending, cap * sizeof(ArrRec*),
+                                                "for releasing arrays", VL_SEV_FATAL,
+                                                VL_LEVEL_ALWAYS, kModule, __LINE__));
+    pending_cap = cap;
+  }
+  pending[pending_n++] = a;
+}
+
+void free_record(ArrRec* a)
+{
   std::free(a->A_vec);
   std::free(a->A_text);
   std::free(a);
 }
 
+// Release the elements of the pending records above the floor, the top
+// record's last element first, and free each record once it is empty.
+void drain()
+{
+  draining = true;
+  while (pending_n > drain_floor) {
+    ArrRec* a = pending[pending_n - 1];
+    if (a->A_size == 0) {
+      --pending_n;
+      free_record(a);
+      continue;
+    }
+    var* e = a->A_vec[--a->A_size];
+    a->A_vec[a->A_size] = nullptr;
+    if (e) del_var(e);
+  }
+  draining = false;
+}
+
 // Run the object's axit once, holding the record so that it cannot be freed
-// under the method.  Returns true when the object was resurrected.
+// under the method, at a release floor of its own.  Returns true when the
+// object was resurrected.  A BREAK out of the method drops the hold and
+// leaves the record pending.
 bool run_axit(ArrRec* a)
 {
   a->A_flags |= AF_DYING;
@@ -68,8 +127,60 @@ bool run_axit(ArrRec* a)
   self.Mode = 'n';
   self.Links = 1;
   self.Value.w1.arr = a;
-  vlnAxitHook(&self);
+  const bool outer_draining = draining;
+  const size_t outer_floor = drain_floor;
+  bool returned = false;
+  vln_guarded(
+      [&] {
+        draining = false;
+        drain_floor = pending_n;
+        vlnAxitHook(&self);
+        returned = true;
+      },
+      [&] {
+        drain_floor = outer_floor;
+        draining = returned && outer_draining;
+        if (!returned && --a->A_links == 0) push_pending(a);
+      });
   return --a->A_links > 0;
+}
+
+// Release the content that a record held before, now that no record shows
+// it: a string buffer it owned, a link of a shared record, a window.
+void drop_content(const var& old)
+{
+  switch (old.Type) {
+    case 'C':
+    case 'M':
+      if (owns(&old)) std::free(old.Value.w1.str);
+      break;
+    case 'A':
+    case 'O':
+    case 'B':
+    case 'b':
+      if (old.Value.w1.arr) vln_arr_unref(old.Value.w1.arr);
+      break;
+    case 'S':
+      if (owns(&old) && old.Value.w1.win && vlnDelWindowHook)
+        vlnDelWindowHook(old.Value.w1.win);
+      break;
+    default:
+      break;
+  }
+}
+
+// Give dst the value of the content-holding scratch record tmp (Type,
+// Decimals, Length, Value, and Mode when mode is set), then release what
+// dst held before.
+void install(var* dst, const var& tmp, bool mode)
+{
+  const var old = *dst;
+  dst->Type = tmp.Type ? tmp.Type : 'U';
+  if (mode) dst->Mode = tmp.Mode;
+  dst->Decimals = tmp.Decimals;
+  dst->Length = tmp.Length;
+  dst->Value = tmp.Value;
+  drop_content(old);
 }
 
 // Convert src into the strictly typed record dst, or refuse with 332.
@@ -92,11 +203,7 @@ var* store_strict(var* dst, var* src)
     default: {  // block into block, object into object: share it
       var tmp{};
       copy_content(&tmp, src);
-      release_content(dst);
-      dst->Type = tmp.Type;
-      dst->Decimals = tmp.Decimals;
-      dst->Length = tmp.Length;
-      dst->Value = tmp.Value;
+      install(dst, tmp, false);
       return dst;
     }
   }
@@ -123,28 +230,13 @@ ArrRec* arr_alloc(uint32_t n)
 
 void release_content(var* v)
 {
-  switch (v->Type) {
-    case 'C':
-    case 'M':
-      if (owns(v)) std::free(v->Value.w1.str);
-      break;
-    case 'A':
-    case 'O':
-    case 'B':
-    case 'b':
-      if (v->Value.w1.arr) vln_arr_unref(v->Value.w1.arr);
-      break;
-    case 'S':
-      if (owns(v) && v->Value.w1.win && vlnDelWindowHook) vlnDelWindowHook(v->Value.w1.win);
-      break;
-    default:
-      break;
-  }
+  const var old = *v;
   v->Type = 'U';
   v->Decimals = 0;
   v->Length = 0;
   v->Value.w1.bits = 0;
   v->Value.w2.bits = 0;
+  drop_content(old);
 }
 
 void copy_content(var* dst, const var* src)
@@ -211,7 +303,8 @@ void vln_arr_unref(ArrRec* a)
   if (--a->A_links > 0) return;
   if ((a->A_flags & (AF_OBJECT | AF_DYING)) == AF_OBJECT && vlnAxitHook && run_axit(a))
     return;
-  free_elements(a);
+  push_pending(a);
+  if (!draining) drain();
 }
 
 var* mak_var(int mode, int type)
@@ -300,12 +393,7 @@ static inline bool plain_scalar_store(uint32_t dt, uint32_t st)
   var tmp{};
   tmp.Mode = dst->Mode == 'U' ? 'N' : dst->Mode;
   if (src->Mode != 'U' && src != ERROR_VAR) copy_content(&tmp, src);
-  release_content(dst);
-  dst->Type = tmp.Type ? tmp.Type : 'U';
-  dst->Mode = tmp.Mode;
-  dst->Decimals = tmp.Decimals;
-  dst->Length = tmp.Length;
-  dst->Value = tmp.Value;
+  install(dst, tmp, true);
   return dst;
 }
 
@@ -333,8 +421,10 @@ void del_var(var* v)
   if (is_static(v)) return;
   assert(v->Links > 0 && v->Type != 0x7F);
   if (--v->Links > 0) return;
-  release_content(v);
+  if (!has_content(v)) return rec_free(v);
+  const var old = *v;
   rec_free(v);
+  drop_content(old);
 }
 
 }  // extern "C"

@@ -232,6 +232,11 @@ void del_tmpvars(int32_t mark);
 /* Push an existing record so that a later del_tmpvars drops one link.
 ** Does not raise Links. */
 void add_tmpvar(var* v);
+/* Hold v until the statement ends: one more link, dropped by del_tmpvars.
+** For a record (an element, a variable) that a later step of the same
+** statement may release while v is still to be read.  Constant records are
+** left alone.  Returns v. */
+var* vln_hold(var* v);
 
 /* ---- Records. ---- */
 

@@ -2,7 +2,8 @@
 // code, and ATAIL.
 //
 // The subscript hook (vln_subscarr) runs language code, which may resize
-// the array, so the element is fetched only after it and the index checked
+// the array or release the record holding it, so that record is held while
+// the hook runs, the element is fetched only after it and the index checked
 // again.
 #include <cstdio>
 
@@ -33,6 +34,7 @@ var* record_and_fetch(var* a, int64_t i, var* subscript)
 {
   if (!in_limits(a, i)) return nullptr;
   if (!vln_subscarr) return vl::arr::element(VARR(a), static_cast<uint32_t>(i));
+  vln_hold(a);
   vln_subscarr(1, &subscript);
   return a->Type == 'A' ? in_limits(a, i) : nullptr;
 }

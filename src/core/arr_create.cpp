@@ -1,9 +1,12 @@
 // arr_create.cpp -- cre_arr: making an array, or resizing an array or an
 // object in place so that every holder of the record sees the change.
 //
-// The optional values are pinned (one link raised) while the array changes:
-// a value may be an element that the resize releases, and it must outlive
-// its own copy.
+// A resize that releases elements may run an object's axit, and that may
+// change or drop the array, or release a value still to be stored (it may be
+// an element of the same array).  Such a resize holds the record and the
+// values on the temporary stack while it works and re-reads the size after
+// every release; a BREAK out of the axit leaves the holds to the landing's
+// release.
 #include <alloca.h>
 
 #include <algorithm>
@@ -56,18 +59,6 @@ uint32_t values_used(Fill kind, var* const* list, uint32_t max)
   return n;
 }
 
-void pin(var* const* list, uint32_t n)
-{
-  for (uint32_t i = 0; i < n; ++i)
-    if (!(list[i]->Flags & VF_STATIC)) ++list[i]->Links;
-}
-
-void unpin(var* const* list, uint32_t n)
-{
-  for (uint32_t i = 0; i < n; ++i)
-    if (!(list[i]->Flags & VF_STATIC)) del_var(list[i]);
-}
-
 // Reallocate A_vec to cap elements plus the closing null.
 void set_capacity(ArrRec* a, uint32_t cap)
 {
@@ -89,6 +80,8 @@ void reserve(ArrRec* a, uint32_t size)
 }
 
 // Release the elements above size, last first, and give back their room.
+// A release may run code that resizes the array again: the loop goes on
+// until the size is reached, and the room kept fits what is left.
 void shrink(ArrRec* a, uint32_t size)
 {
   while (a->A_size > size) {
@@ -97,13 +90,14 @@ void shrink(ArrRec* a, uint32_t size)
     a->A_vec[a->A_size] = nullptr;
     del_var(e);
   }
-  set_capacity(a, size);
+  set_capacity(a, std::max(size, a->A_size));
 }
 
-// Replace the first n elements by new NIL records, releasing the old ones.
+// Replace the first n elements (as many as are left) by new NIL records,
+// releasing the old ones.
 void renew(ArrRec* a, uint32_t n)
 {
-  for (uint32_t i = 0; i < n; ++i) {
+  for (uint32_t i = 0; i < n && i < a->A_size; ++i) {
     var* old = a->A_vec[i];
     a->A_vec[i] = mak_var('N', 'U');
     del_var(old);
@@ -117,6 +111,12 @@ void grow(ArrRec* a, uint32_t size)
   for (uint32_t i = a->A_size; i < size; ++i) a->A_vec[i] = mak_var('N', 'U');
   a->A_vec[size] = nullptr;
   a->A_size = size;
+}
+
+// Whether resizing a to size releases elements.
+bool releases(const ArrRec* a, uint32_t size, int flag)
+{
+  return size < a->A_size || (flag != VL_ARR_APPEND && a->A_size > 0);
 }
 
 // Resize the record in place; returns the first element to fill.
@@ -168,16 +168,16 @@ var* create(var* v, int32_t size, int flag, var* const* list)
   const auto usize = static_cast<uint32_t>(size);
   const Fill kind = fill_kind(flag);
   const uint32_t n = values_used(kind, list, usize);
-  pin(list, n);
-  var* r = v;
-  if (vl::kOA.has(v->Type)) {
-    ArrRec* a = VARR(v);
-    fill(a, resize(a, usize, flag), kind, list, n);
-  } else {
-    r = make_new(v, usize, kind, list, n);
+  if (!vl::kOA.has(v->Type)) return make_new(v, usize, kind, list, n);
+  ArrRec* a = VARR(v);
+  const int32_t mark = tmpvar_cnt;
+  if (releases(a, usize, flag)) {
+    mk_var_cp(v);
+    for (uint32_t i = 0; i < n; ++i) vln_hold(list[i]);
   }
-  unpin(list, n);
-  return r;
+  fill(a, resize(a, usize, flag), kind, list, n);
+  del_tmpvars(mark);
+  return v;
 }
 
 }  // namespace

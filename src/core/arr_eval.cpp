@@ -9,8 +9,9 @@ using vl::arr::arg_int;
 using vl::arr::arg_num;
 
 // AEVAL(a, block, start, count): EVAL(block, element, position) per element;
-// returns a.  The block may resize the array: the record is held for the
-// loop and each position is checked against the size of the moment.
+// returns a.  The block may resize or drop the array: the record is held for
+// the loop, the element for its call, and each position is checked against
+// the size of the moment.
 VLN_FUNC(aeval)
 {
   if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(312, "in AEVAL"), NIL_VAR;
@@ -25,7 +26,7 @@ VLN_FUNC(aeval)
   const ArrRec* a = vl::arr::hold(argv[0]);
   const int32_t mark = tmpvar_cnt;
   for (int64_t i = first; i < first + n && i <= a->A_size; ++i) {
-    var* args[] = {argv[1], vl::arr::element(a, static_cast<uint32_t>(i)),
+    var* args[] = {argv[1], vln_hold(vl::arr::element(a, static_cast<uint32_t>(i))),
                    set_Iv(static_cast<int32_t>(i))};
     _bb_eval(3, args);
     del_tmpvars(mark);

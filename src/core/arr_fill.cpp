@@ -1,5 +1,10 @@
 // arr_fill.cpp -- AFILL and ACOPY: storing values over a range of elements.
 // Both assign with cpy_var, so nested arrays are shared, not duplicated.
+//
+// An element's old value may be the last link of an object, whose axit then
+// runs and may resize or drop the arrays: both hold their arrays and the
+// value for the loop and check each position against the size of the
+// moment.
 #include <algorithm>
 
 #include "arr_args.hpp"
@@ -45,12 +50,12 @@ int64_t copy_count(int argc, var** argv, int64_t rest)
 VLN_FUNC(afill)
 {
   if (!arg_array(argc, argv, 0)) return rt_error(312, "in AFILL"), NIL_VAR;
-  const ArrRec* a = VARR(argv[0]);
-  var* x = argc >= 2 ? argv[1] : NIL_VAR;
+  const ArrRec* a = vl::arr::hold(argv[0]);
+  var* x = vln_hold(argc >= 2 ? argv[1] : NIL_VAR);
   const int64_t first = positive_arg(argc, argv, 2, 1);
-  const int64_t last = std::min<int64_t>(first + positive_arg(argc, argv, 3, a->A_size) - 1,
-                                         a->A_size);
-  for (int64_t i = first; i <= last; ++i) cpy_var(element(a, static_cast<uint32_t>(i)), x);
+  const int64_t last = first + positive_arg(argc, argv, 3, a->A_size) - 1;
+  for (int64_t i = first; i <= last && i <= a->A_size; ++i)
+    cpy_var(element(a, static_cast<uint32_t>(i)), x);
   return argv[0];
 }
 
@@ -61,13 +66,13 @@ VLN_FUNC(acopy)
   if (argc < 2 || argc > 5) return rt_error(311, "in ACOPY"), ZERO_VAR;
   if (!arg_array(argc, argv, 0) || !arg_array(argc, argv, 1))
     return rt_error(312, "in ACOPY"), ZERO_VAR;
-  const ArrRec* s = VARR(argv[0]);
-  const ArrRec* d = VARR(argv[1]);
+  const ArrRec* s = vl::arr::hold(argv[0]);
+  const ArrRec* d = vl::arr::hold(argv[1]);
   const int64_t start = position_arg(argc, argv, 2, s->A_size);
   const int64_t target = argc == 5 ? position_arg(argc, argv, 4, d->A_size) : 1;
   const int64_t rest = int64_t{s->A_size} - start + 1;
   const int64_t n = std::min({copy_count(argc, argv, rest), rest, d->A_size - target + 1});
-  for (int64_t k = 0; k < n; ++k)
+  for (int64_t k = 0; k < n && start + k <= s->A_size && target + k <= d->A_size; ++k)
     cpy_var(element(d, static_cast<uint32_t>(target + k)),
             element(s, static_cast<uint32_t>(start + k)));
   return argv[1];

@@ -17,11 +17,12 @@ namespace {
 
 // Whether element e matches x: a block's true result, or the language's `=`
 // with the element on the left (SET EXACT as it stands) for comparable types.
+// The block may release e: it is held for the call.
 bool matches(var* x, var* e)
 {
   var* r;
   if (vl::kBb.has(x->Type))
-    r = simplfun(2, _bb_eval, x, e, (var*)0);
+    r = simplfun(2, _bb_eval, x, vln_hold(e), (var*)0);
   else if (vlnRTypesCompatible(x->Type, e->Type))
     r = u_equ_u(e, x);
   else

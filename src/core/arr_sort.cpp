@@ -57,12 +57,13 @@ bool comparable(const ArrRec* a, Range r)
   return true;
 }
 
-// Whether x and y, in this order, must be exchanged.
+// Whether x and y, in this order, must be exchanged.  The block may release
+// them: they are held for the call.
 bool out_of_order(Order kind, var* block, var* x, var* y)
 {
   switch (kind) {
     case Order::kBlock: {
-      var* r = simplfun(3, _bb_eval, block, x, y, (var*)0);
+      var* r = simplfun(3, _bb_eval, block, vln_hold(x), vln_hold(y), (var*)0);
       return !(vl::kNFIL.has(r->Type) && vlnLogVar(r));
     }
     case Order::kText:

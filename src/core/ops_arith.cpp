@@ -83,7 +83,7 @@ var* divide(const Site& site, const var* l, const var* r)
 {
   const double divisor = num(r);
   if (divisor == 0.0) {
-    warn(kDivZero);
+    warn(kDivZero, site);
     return site.finish(ZERO_VAR);
   }
   return site.finish(put_num(site.choose(), num(l) / divisor, vlnGetDecimals()));
@@ -132,7 +132,7 @@ namespace vl::ops {
 var* add_values(var* l, var* r, int assign)
 {
   const Site site = additive(l, r, assign);
-  if (l->Type == 'L' || r->Type == 'L') warn(kAddLogical);
+  if (l->Type == 'L' || r->Type == 'L') warn(kAddLogical, site);
   switch (l->Type) {
     case 'C':
     case 'M':
@@ -161,7 +161,7 @@ var* add_values(var* l, var* r, int assign)
 var* sub_values(var* l, var* r, int assign)
 {
   const Site site = additive(l, r, assign);
-  if (l->Type == 'L' || r->Type == 'L') warn(kSubLogical);
+  if (l->Type == 'L' || r->Type == 'L') warn(kSubLogical, site);
   switch (l->Type) {
     case 'C':
     case 'M':

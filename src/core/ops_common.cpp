@@ -17,6 +17,11 @@ var* fail_with(var* value, int code, const char* text)
 
 // Arithmetic on logicals and division by zero are developer warnings: the
 // error table's level keeps them silent outside developer mode.
-void warn(const char* text) { rt_error(kDevWarning, text); }
+void warn(const char* text, const Site& site)
+{
+  vln_hold(site.target);
+  if (site.other) vln_hold(site.other);
+  rt_error(kDevWarning, text);
+}
 
 }  // namespace vl::ops

@@ -45,8 +45,6 @@ inline constexpr const char* kConcatText = "strings can only be concatenated to 
 [[gnu::cold]] var* fail(int code, const char* text);
 // Report a failure and give value (ZERO_VAR, FALSE_VAR).
 [[gnu::cold]] var* fail_with(var* value, int code, const char* text);
-// The 902 developer warning; the operation goes on.
-[[gnu::cold]] void warn(const char* text);
 
 // ---- Reading operands already checked against "NFIL". ----
 
@@ -82,12 +80,14 @@ inline int32_t wrap_mul(int32_t a, int32_t b)
 }
 
 // A literal operand as a value record on the native stack.  Mode 'n': it
-// is never chosen as a result record and owns nothing.
+// is never chosen as a result record and owns nothing; static: it is never
+// held, written or freed.
 inline var literal_num(double d, int dec)
 {
   var v{};
   v.Type = 'N';
   v.Mode = 'n';
+  v.Flags = VF_STATIC;
   v.Decimals = static_cast<uint8_t>(std::clamp(dec, 0, kMaxDecimals));
   v.Length = kNoWidth;
   v.Value.w1.d = d;
@@ -98,6 +98,7 @@ inline var literal_text(const char* text)
   var v{};
   v.Type = 'C';
   v.Mode = 'c';
+  v.Flags = VF_STATIC;
   v.Length = static_cast<int32_t>(std::strlen(text) + 1);
   v.Value.w1.str = const_cast<char*>(text);
   return v;
@@ -150,6 +151,11 @@ struct Site {
     return cpy_var(target, res);
   }
 };
+
+// The 902 developer warning; the operation goes on with site's operands.
+// The error block may release them, so they are held until the statement
+// ends.
+[[gnu::cold]] void warn(const char* text, const Site& site);
 
 // ---- Storing a scalar into the chosen record. ----
 

@@ -117,6 +117,20 @@ var* lvalue(const Ctx& ctx, int32_t i)
   }
 }
 
+// Operand holds.  An operand that is a record (a variable, an element, a
+// field) rather than a temporary may be released by the evaluation of the
+// operands after it: `a[1] + (ASIZE(a, 0), "y")`.  Arguments are safe by
+// their copies; an operand that must stay the record itself is held by the
+// temporary stack until the statement ends.  A literal or a block
+// parameter after it runs nothing, and then no hold is needed.
+bool runs_nothing(const Ctx& ctx, int32_t i)
+{
+  const Op op = node(ctx, i).op;
+  return op == Op::Literal || op == Op::Param;
+}
+
+var* held(var* v) { return (v->Mode == 'T' || v->Mode == 't') ? v : vln_hold(v); }
+
 // An argument as a call receives it: temporaries as they are, variables and
 // literals by value, @name by reference.
 var* argument(const Ctx& ctx, int32_t i)
@@ -186,6 +200,7 @@ var* binary_node(const Ctx& ctx, const Node& n)
 {
   var* l = eval_node(ctx, n.a);
   if (stopped(ctx)) return ERROR_VAR;
+  if (!runs_nothing(ctx, n.b)) l = held(l);
   var* r = eval_node(ctx, n.b);
   if (stopped(ctx)) return ERROR_VAR;
   return binary(n.bin, l, r, 0);
@@ -207,6 +222,7 @@ var* send(const Ctx& ctx, const Node& n, int assign, var* value)
 {
   var* obj = eval_node(ctx, n.a);
   if (stopped(ctx)) return ERROR_VAR;
+  obj = held(obj);  // the arguments and the method itself run code
   if (assign) return vlnSend(obj, n.name.c_str(), 0, 1, 1, &value);
   const int argc = static_cast<int>(n.kids.size());
   auto** argv = static_cast<var**>(alloca(sizeof(var*) * (n.kids.size() + 1)));
@@ -219,6 +235,8 @@ var* assign(const Ctx& ctx, const Node& n)
   var* value = eval_node(ctx, n.b);
   if (stopped(ctx)) return ERROR_VAR;
   const Node& target = node(ctx, n.a);
+  if (target.op != Op::Param && target.op != Op::Name && target.op != Op::Memvar)
+    value = held(value);
   if (target.op == Op::Send && n.bin == Bin::None) return send(ctx, target, 1, value);
   var* t = lvalue(ctx, n.a);
   if (stopped(ctx) || t == ERROR_VAR) return ERROR_VAR;
@@ -251,6 +269,7 @@ var* index(const Ctx& ctx, const Node& n)
   var* base = eval_node(ctx, n.a);
   for (int32_t k : n.kids) {
     if (stopped(ctx)) return ERROR_VAR;
+    if (!runs_nothing(ctx, k)) base = held(base);
     if (vln_subscarr) reset_subscripts();
     var* iv = eval_node(ctx, k);
     if (stopped(ctx)) return ERROR_VAR;

@@ -68,10 +68,6 @@ extern VarStackEntry* var_stack;
 /* Index of the top entry, -1 when empty. */
 extern int32_t cur_var_stack;
 
-/* Innermost BEGIN SEQUENCE jump buffer, null outside any sequence.  BREAK
-** stores its value in vln_break_value and jumps there with 1. */
-extern jmp_buf* glob_sequencebuf;
-extern var* vln_break_value;
 
 /* ---- Frames. ---- */
 

@@ -64,8 +64,6 @@ var* settle_param(var* v, char expected, bool quiet)
 extern "C" {
 
 frame* old_fn_stack = nullptr;
-jmp_buf* glob_sequencebuf = nullptr;
-var* vln_break_value = nullptr;
 
 
 void vln_fn_start(frame* f, const char* file, const char* func, int32_t line, int argc)

@@ -1,5 +1,6 @@
 // Classes and dispatch: a small class pair built the way generated code
 // builds classes, sent messages by slot and by name.
+#include <csetjmp>
 #include <string>
 
 #include "arrays.h"
@@ -17,6 +18,8 @@ enum { kAxit, kInit, kNameAc, kNameAs, kNoMethod, kSpeakBase, kSpeakDog, kMethod
 enum { kLegs = 2, kName = 3, kStoredName = 4, kDogSlots = 3 };
 
 int g_axit_calls = 0;
+std::string g_axit_log;          // the legs of each dog whose axit ran
+void (*g_on_axit)() = nullptr;  // what an axit does besides
 int g_access_calls = 0;
 int g_assign_calls = 0;
 std::string g_nomethod_name;
@@ -48,6 +51,8 @@ var* dog_axit(int argc, var** argv)
 {
   VL_BEGIN("dog.prg", "dog_axit");
   ++g_axit_calls;
+  g_axit_log += std::to_string(vlnIntVar(vlnGetObj(argv[0], kLegs))) + " ";
+  if (g_on_axit) g_on_axit();
   VL_RETURN(argv[0]);
 }
 
@@ -128,8 +133,15 @@ class Objects : public vltest::VlTest {
     VlTest::SetUp();
     g_axit_calls = g_access_calls = g_assign_calls = g_nomethod_argc = 0;
     g_nomethod_name.clear();
+    g_axit_log.clear();
+    g_on_axit = nullptr;
   }
   var* new_dog(double legs) { return vl_call(dog_new, {set_nv(legs, 0)}); }
+  // A variable holding a new array of the values.
+  static var* array_of(std::initializer_list<var*> values)
+  {
+    return cre_arr(mak_var('N', 'U'), static_cast<int32_t>(values.size()), VL_ARR_LIST, values);
+  }
   // Send by name from outside any method.
   var* send(const char* name, var* obj, int argc = 0, var** args = nullptr)
   {
@@ -247,6 +259,104 @@ TEST_F(Objects, TableSearchAndSpecialSlotLimits)
   EXPECT_EQ(vlnIsMethod(dog, "nomethod", 'M'), kNoMethod);
   EXPECT_EQ(vlnIsMethod(dog, "name", '='), kNameAs);
   EXPECT_EQ(vlnIsMethod(dog, "bark", 'M'), -1);
+}
+
+// Elements go last to first, a nested array's where it stands, also under
+// many levels of nesting.
+TEST_F(Objects, ReleaseRunsNestedAxitsLastToFirst)
+{
+  constexpr int kDepth = 1000;
+  const int32_t mark = tmpvar_cnt;
+  var* inner = array_of({new_dog(2), new_dog(3)});
+  var* h = array_of({new_dog(1), inner, new_dog(4)});
+  del_var(inner);
+  for (int i = 0; i < kDepth; ++i) {
+    cpy_var(h, cre_arr(cre_tmpvar(), 2, VL_ARR_LIST, {set_nv(i, 0), h}));
+    del_tmpvars(mark);
+  }
+  del_var(h);
+  EXPECT_EQ(g_axit_log, "4 3 2 1 ");
+}
+
+var* g_walked = nullptr;  // the array an axit empties
+void empty_walked() { vl_call(_bb_asize, {g_walked, set_nv(0, 0)}); }
+
+// An element's old value is a dog whose axit empties the array that the
+// function is still walking.
+TEST_F(Objects, AnAxitMayEmptyTheArrayBeingChanged)
+{
+  struct Case {
+    const char* what;
+    int dog_at;  // the dog's position in {7, 8, 9}
+    var* (*change)(var* a);
+    uint32_t size_after;
+  } cases[] = {
+      {"AFILL", 1, [](var* a) { return vl_call(_bb_afill, {a, NIL_VAR}); }, 0},
+      {"ACOPY", 1,
+       [](var* a) { return vl_call(_bb_acopy, {cre_arr(cre_tmpvar(), 3, 0, (var*)0), a}); }, 0},
+      {"ASIZE", 3, [](var* a) { return vl_call(_bb_asize, {a, set_nv(1, 0)}); }, 1},
+      {"refill", 1, [](var* a) { return cre_arr(a, 2, VL_ARR_NIL, (var*)nullptr); }, 2},
+      {"ADEL", 1, [](var* a) { return vl_call(_bb_adel, {a, set_nv(1, 0)}); }, 0},
+  };
+  g_on_axit = empty_walked;
+  for (const Case& c : cases) {
+    const int32_t mark = tmpvar_cnt;
+    var* v[] = {set_nv(7, 0), set_nv(8, 0), set_nv(9, 0)};
+    v[c.dog_at - 1] = new_dog(c.dog_at);
+    g_walked = array_of({v[0], v[1], v[2]});
+    del_tmpvars(mark);
+    g_axit_calls = 0;
+    c.change(g_walked);
+    del_tmpvars(mark);
+    EXPECT_EQ(g_axit_calls, 1) << c.what;
+    EXPECT_EQ(VARR(g_walked)->A_size, c.size_after) << c.what;
+    del_var(g_walked);
+  }
+  EXPECT_EQ(last_code(), 0);
+}
+
+// Cycles are not collected; one the program breaks is released whole.
+TEST_F(Objects, ACycleBrokenByTheProgramIsReleased)
+{
+  const int32_t mark = tmpvar_cnt;
+  var* a = array_of({new_dog(4)});
+  vl_call(_bb_aadd, {a, a});
+  del_tmpvars(mark);
+  cpy_var(dget_arr(a, 2), NIL_VAR);
+  EXPECT_EQ(g_axit_calls, 0);
+  del_var(a);
+  EXPECT_EQ(g_axit_calls, 1);
+}
+
+void break_once()
+{
+  g_on_axit = nullptr;
+  vln_break_value = NIL_VAR;
+  longjmp(*glob_sequencebuf, 1);
+}
+
+// A BREAK out of an axit abandons the release it ran in; the next release
+// finishes it.
+TEST_F(Objects, ABreakOutOfAnAxitLeavesTheRestPending)
+{
+  frame f;
+  vln_fn_start(&f, "test.prg", "test", 1, 0);
+  var* a = array_of({new_dog(1), new_dog(2)});
+  del_tmpvars(f.TmvNp);
+  g_on_axit = break_once;
+  jmp_buf buf;
+  jmp_buf* const saved = glob_sequencebuf;
+  glob_sequencebuf = &buf;
+  if (setjmp(buf) == 0) {
+    del_var(a);
+    ADD_FAILURE() << "no BREAK";
+  }
+  glob_sequencebuf = saved;
+  vln_after_break(&f);
+  EXPECT_EQ(g_axit_log, "2 ");
+  del_var(array_of({}));
+  EXPECT_EQ(g_axit_log, "2 1 ");
+  vln_fn_end(&f, 'U');
 }
 
 }  // namespace

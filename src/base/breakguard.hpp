@@ -16,7 +16,7 @@
 #include <csetjmp>
 #include <type_traits>
 
-#include "frame.h"
+#include "runtime.h"
 #include "vlerror.h"
 
 template <class Body, class Undo>
