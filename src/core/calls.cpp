@@ -15,6 +15,8 @@ namespace {
 
 constexpr int kMaxSimpleArgs = 30;
 constexpr int kMaxCallArgs = 8;
+// Room for the expansion of a macro function name.
+constexpr size_t kMacroName = 4096;
 
 BbFn nil_function() { return reinterpret_cast<BbFn>(NILCB_VAR->Value.w2.fn); }
 
@@ -88,10 +90,12 @@ BbFn vln_funcall(const char* name)
   return lookup(folded);
 }
 
+// The expansion goes to a buffer of our own: the report of a failing
+// expansion may overwrite repdum.
 BbFn macrofun(const char* text)
 {
-  exp_pp(text, repdum, sizeof repdum, 1);
-  return vln_funcall(repdum);
+  char name[kMacroName];
+  return vln_funcall(exp_pp(text, name, sizeof name, 1));
 }
 
 var* simplfun(int argc, BbFn fn, ...)

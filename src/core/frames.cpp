@@ -21,6 +21,8 @@ constexpr int kQuiet = 128;
 constexpr int kTypeMismatch = 201;
 constexpr int kFieldParam = 204;
 constexpr int kUndefined = 901;
+// Room for the expansion of a macro name.
+constexpr size_t kMacroName = 4096;
 
 char upper(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
 
@@ -166,11 +168,14 @@ int32_t vln_public(int32_t index)
   return index;
 }
 
+// The expansion goes to a buffer of our own, not repdum: a failing
+// expansion reports, and the error handler may write repdum.
 int32_t vln_macro_declare(const char* text)
 {
-  exp_pp(text, repdum, sizeof repdum, 1);
-  const bool is_new = locate_var(repdum) < 0;
-  const int32_t index = vln_add_var(repdum);
+  char name[kMacroName];
+  exp_pp(text, name, sizeof name, 1);
+  const bool is_new = locate_var(name) < 0;
+  const int32_t index = vln_add_var(name);
   if (!is_new) return vln_declare(index);
   push_var(index, mak_var('N', 'U'));
   return index;
@@ -178,9 +183,9 @@ int32_t vln_macro_declare(const char* text)
 
 int32_t vln_macro_public(const char* text)
 {
-  exp_pp(text, repdum, sizeof repdum, 1);
-  const int32_t index = vln_add_var(repdum);
-  return vln_public(index);
+  char name[kMacroName];
+  exp_pp(text, name, sizeof name, 1);
+  return vln_public(vln_add_var(name));
 }
 
 }  // extern "C"

@@ -1,12 +1,11 @@
 // macro.cpp -- from macro text to variables, functions and blocks: TYPE(),
 // MACROEVAL(), the field and memvar blocks, and the block-driven loops.
-#include <alloca.h>
-
 #include <cctype>
 #include <cstdio>
 #include <cstring>
 
 #include "blocks.h"
+#include "breakguard.hpp"
 #include "evalhooks.h"
 #include "kernel.h"
 #include "letters.hpp"
@@ -24,6 +23,9 @@ var* vln_memblock(int argc, var** argv, var** avec);
 
 namespace {
 
+constexpr const char* kModule = "macro";
+// The vln_errmsg row naming the allocation of a block's text.
+constexpr int kFormingBlock = 80;
 constexpr int kUndefinedFunction = 308;
 constexpr int kSyntax = 309;
 constexpr int kNullResult = 310;
@@ -86,12 +88,16 @@ void for_loop(var* block, var* start, double end, double step)
 
 extern "C" {
 
+// The block's text lives on the heap, however long text is, and is freed
+// when a BREAK leaves the evaluation too.
 var* vlnMakeCB(const char* text)
 {
   const size_t n = std::strlen(text) + sizeof "{||  }";
-  auto* buf = static_cast<char*>(alloca(n));
+  auto* buf = static_cast<char*>(
+      vln_malloc(n, vln_errmsg[kFormingBlock], VL_SEV_RUNTIME, VL_LEVEL_ALWAYS, kModule, __LINE__));
+  if (!buf) return ERROR_VAR;
   std::snprintf(buf, n, "{|| %s }", text);
-  return exp_eval(buf);
+  return vln_guarded([&] { return exp_eval(buf); }, [&] { vln_free(buf, kModule, __LINE__); });
 }
 
 const char* vln_chararg(var* v, const char* text)
@@ -201,9 +207,11 @@ VLN_FUNC(type)
   const int32_t saved = errstat;
   errstat = 0;
   last_errno = 0;
+  const uint32_t errors = vln_error_count;
   var* r = exp_eval(VSTR(argv[0]));
   errstat = saved;
-  const int code = last_errno;
+  // A warning (1/0 gives 0) is no failure: only counted reports are.
+  const int code = vln_error_count != errors ? last_errno : 0;
   last_errno = 0;
   if (!code && r != ERROR_VAR) return set_cv(vlnValType(r));
   errstat = 0;

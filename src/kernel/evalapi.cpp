@@ -6,8 +6,10 @@
 // whole run, so that a macro block can point at its program from its array
 // record.  Past kMaxCached entries a text is compiled for one run and freed
 // after it, through a sequence frame of our own when a BREAK passes.
-#include <alloca.h>
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -34,6 +36,11 @@ constexpr size_t kMaxCached = 16384;
 // that evaluates itself would otherwise exhaust the stack.
 constexpr int32_t kMaxBlockDepth = 2000;
 constexpr int kTooDeep = 416;
+// Stack sizes when the limit is unlimited, and the most the budget counts.
+constexpr uintptr_t kUsualStack = 8u << 20;
+constexpr uintptr_t kLargestStack = 64u << 20;
+// Parameter vectors up to this length live on the C stack.
+constexpr size_t kLocalParams = 8;
 constexpr size_t kMessageSize = 1024;
 constexpr int kWrongType = 312;
 constexpr int kTooLong = 315;
@@ -84,8 +91,35 @@ bool blank(const char* text)
 // into a program.
 var* result_of(var* r) { return (r->Flags & VF_LITERAL) ? mk_var_cp(r) : r; }
 
+// C stack the evaluations nested in one another may take: half the stack
+// limit, the other half left for the deepest single expression (its depth
+// is bounded by the parser's nesting limit) and for what runs below it.
+uintptr_t stack_budget()
+{
+  static const uintptr_t budget = [] {
+    rlimit rl{};
+    uintptr_t limit = kUsualStack;
+    if (getrlimit(RLIMIT_STACK, &rl) == 0 && rl.rlim_cur != RLIM_INFINITY) limit = rl.rlim_cur;
+    return std::min(limit, kLargestStack) / 2;
+  }();
+  return budget;
+}
+
+// Whether this evaluation sits deeper than the budget below the shallowest
+// one seen.  Evaluations nest through blocks that run themselves, and
+// through texts that evaluate themselves (x := "TYPE(x)"): the count of
+// block frames alone cannot tell how much stack each level takes.
+bool stack_exhausted()
+{
+  static uintptr_t shallowest = 0;
+  const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  if (here > shallowest) shallowest = here;
+  return shallowest - here > stack_budget();
+}
+
 var* run(Program* prog, var** params)
 {
+  if (stack_exhausted()) return rt_error(kTooDeep, "evaluations nested too deeply");
   Ctx ctx{prog, params, vln_error_count};
   return result_of(eval_node(ctx, prog->root));
 }
@@ -126,10 +160,11 @@ var* run_block_body(Program* prog, bool cached, int argc, var** argv)
   vln_fn_start(&f, "macro", "block", -1, argc);
   f.Spare[0] |= VL_FRAME_BLOCK;
   const size_t npars = prog->params.size();
-  auto** params = static_cast<var**>(alloca(sizeof(var*) * (npars + 1)));
-  for (size_t i = 0; i < npars; ++i)
-    params[i] = vln_local_param(argc, static_cast<int>(i), argv, 'U');
-  var* r = cached ? run(prog, params) : run_and_free(prog, params);
+  var* r = vln_with_vector<kLocalParams>(npars, [&](var** params) {
+    for (size_t i = 0; i < npars; ++i)
+      params[i] = vln_local_param(argc, static_cast<int>(i), argv, 'U');
+    return cached ? run(prog, params) : run_and_free(prog, params);
+  });
   f.RetVal = mk_var_cp(r);
   return vln_fn_end(&f, 'U');
 }

@@ -3,8 +3,12 @@
 //
 // Expansion repeats while a pass replaced something, so a macro whose text
 // holds a macro expands too; a text still changing after kMaxPasses passes
-// is an endless loop (314).  A reference to anything but a character
-// variable stays as it is (the evaluator then refuses the "&", 202).
+// is an endless loop (314).  A text that grows past the longest text the
+// language builds is refused (315) before it can take all memory: a macro
+// holding two references to itself doubles with every pass.  A reference
+// to anything but a character variable stays as it is (the evaluator then
+// refuses the "&", 202).
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
@@ -19,6 +23,9 @@ constexpr int kMaxPasses = 16;
 constexpr int kEndlessLoop = 314;
 constexpr int kTooLong = 315;
 constexpr size_t kNameLength = 10;
+// The longest expansion, as the longest text a function builds; a text
+// already longer may stay so.
+constexpr size_t kMaxExpansion = 256u * 1024 * 1024;
 
 bool name_char(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
@@ -32,8 +39,10 @@ const var* macro_text(const std::string& name)
   return v;
 }
 
-// One pass over text; true when something was replaced.
-bool expand_once(std::string& text)
+enum class Pass { kSame, kChanged, kTooLong };
+
+// One pass over text, whose result may not pass limit bytes.
+Pass expand_once(std::string& text, size_t limit)
 {
   std::string out;
   bool changed = false;
@@ -50,13 +59,16 @@ bool expand_once(std::string& text)
       i = end;
       continue;
     }
-    out.append(v->Value.w1.str, static_cast<size_t>(v->Length - 1));
+    const auto n = static_cast<size_t>(v->Length - 1);
+    if (n > limit || out.size() > limit - n) return Pass::kTooLong;
+    out.append(v->Value.w1.str, n);
     if (end < text.size() && text[end] == '.') ++end;  // the terminating dot
     i = end;
     changed = true;
   }
+  if (out.size() > limit) return Pass::kTooLong;
   text.swap(out);
-  return changed;
+  return changed ? Pass::kChanged : Pass::kSame;
 }
 
 }  // namespace
@@ -70,8 +82,14 @@ int expand_macros(const char* text, std::string& out)
   out.erase(0, first == std::string::npos ? out.size() : first);
   while (!out.empty() && out.back() == ' ') out.pop_back();
   if (out.find('&') == std::string::npos) return 0;
-  for (int pass = 0; pass < kMaxPasses; ++pass)
-    if (!expand_once(out)) return 0;
+  const size_t limit = std::max(out.size(), kMaxExpansion);
+  for (int pass = 0; pass < kMaxPasses; ++pass) {
+    switch (expand_once(out, limit)) {
+      case Pass::kSame: return 0;
+      case Pass::kTooLong: return kTooLong;
+      case Pass::kChanged: break;
+    }
+  }
   return kEndlessLoop;
 }
 
@@ -84,12 +102,14 @@ extern "C" char* exp_pp(const char* text, char* buffer, size_t size, int flag)
   {
     std::string expanded;
     code = vl::expr::expand_macros(text, expanded);
-    if (!code && expanded.size() >= size) {
-      code = kTooLong;
-      expanded.resize(size - 1);
+    // Whatever stopped the expansion, the copy fits the buffer.
+    size_t n = expanded.size();
+    if (n >= size) {
+      n = size - 1;
+      if (!code) code = kTooLong;
     }
-    std::memcpy(buffer, expanded.data(), expanded.size());
-    buffer[expanded.size()] = '\0';
+    std::memcpy(buffer, expanded.data(), n);
+    buffer[n] = '\0';
   }
   // Reported once the text is gone: the error block may leave by BREAK.
   if (code) rt_error(code, text);
