@@ -4,8 +4,10 @@
 // A text is compiled once: filters, index keys and report columns run the
 // same text for every record.  Compiled programs live in the cache for the
 // whole run, so that a macro block can point at its program from its array
-// record.  Past kMaxCached entries a text is compiled for one run and freed
-// after it, through a sequence frame of our own when a BREAK passes.
+// record.  A text longer than kMaxCachedLength, or past kMaxCached entries
+// or kMaxCachedText bytes of text (a program takes many times the memory
+// of its text), is compiled for one run and freed after it, through a
+// sequence frame of our own when a BREAK passes.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -32,6 +34,8 @@ namespace vl::expr {
 namespace {
 
 constexpr size_t kMaxCached = 16384;
+constexpr size_t kMaxCachedText = 4u << 20;
+constexpr size_t kMaxCachedLength = 64u << 10;
 // Macro blocks that run one another deeper than this are refused: a block
 // that evaluates itself would otherwise exhaust the stack.
 constexpr int32_t kMaxBlockDepth = 2000;
@@ -60,6 +64,9 @@ ProgramMap& cache_for(bool as_block)
   return as_block ? blocks : exprs;
 }
 
+// Bytes of text the two caches hold.
+size_t cached_text = 0;
+
 // The program for text, from the cache or freshly compiled.  *cached tells
 // whether the cache owns it; on a syntax error null, with code and message.
 Program* program_for(const char* text, bool as_block, bool* cached, int* code, char* message)
@@ -75,8 +82,13 @@ Program* program_for(const char* text, bool as_block, bool* cached, int* code, c
     std::snprintf(message, kMessageSize, "%s", c.message.c_str());
     return nullptr;
   }
-  *cached = map.size() < kMaxCached;
-  if (*cached) map.emplace(text, std::unique_ptr<Program>(c.program));
+  const size_t length = std::strlen(text);
+  *cached = map.size() < kMaxCached && length <= kMaxCachedLength &&
+            length <= kMaxCachedText - cached_text;
+  if (*cached) {
+    map.emplace(text, std::unique_ptr<Program>(c.program));
+    cached_text += length;
+  }
   return c.program;
 }
 

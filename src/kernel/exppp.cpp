@@ -3,12 +3,11 @@
 //
 // Expansion repeats while a pass replaced something, so a macro whose text
 // holds a macro expands too; a text still changing after kMaxPasses passes
-// is an endless loop (314).  A text that grows past the longest text the
-// language builds is refused (315) before it can take all memory: a macro
-// holding two references to itself doubles with every pass.  A reference
+// is an endless loop (314).  A text that grows by more than kMaxGrowth is
+// refused (315) before it can take all memory: a macro holding two
+// references to itself doubles with every pass.  A reference
 // to anything but a character variable stays as it is (the evaluator then
 // refuses the "&", 202).
-#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
@@ -23,9 +22,8 @@ constexpr int kMaxPasses = 16;
 constexpr int kEndlessLoop = 314;
 constexpr int kTooLong = 315;
 constexpr size_t kNameLength = 10;
-// The longest expansion, as the longest text a function builds; a text
-// already longer may stay so.
-constexpr size_t kMaxExpansion = 256u * 1024 * 1024;
+// The most an expansion may add to its text.
+constexpr size_t kMaxGrowth = 16u << 20;
 
 bool name_char(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
@@ -82,7 +80,7 @@ int expand_macros(const char* text, std::string& out)
   out.erase(0, first == std::string::npos ? out.size() : first);
   while (!out.empty() && out.back() == ' ') out.pop_back();
   if (out.find('&') == std::string::npos) return 0;
-  const size_t limit = std::max(out.size(), kMaxExpansion);
+  const size_t limit = out.size() + kMaxGrowth;
   for (int pass = 0; pass < kMaxPasses; ++pass) {
     switch (expand_once(out, limit)) {
       case Pass::kSame: return 0;

@@ -89,8 +89,8 @@ struct Compiled {
 
 // Expand the "&name" references of text into out (trimmed).  Returns 0, or
 // the code of the error to report: 314, an endless expansion, or 315, a
-// text grown past the longest text the language builds; out then holds the
-// text as far as it was expanded.
+// text grown by more than 16 MiB; out then holds the text as far as it was
+// expanded.
 int expand_macros(const char* text, std::string& out);
 
 // Compile an expression list.  A text of the form "{|p, ...| list}" that
