@@ -10,6 +10,9 @@
 // The jump skips C++ destructors: body and undo must hold nothing with a
 // destructor of its own across the call; they capture plain pointers and
 // values.
+//
+// vln_with_vector() gives a vector of var pointers of any length without
+// sizing a stack buffer by it.
 #ifndef VL_BREAKGUARD_HPP
 #define VL_BREAKGUARD_HPP
 
@@ -41,6 +44,24 @@ auto vln_guarded(Body&& body, Undo&& undo) -> decltype(body())
     undo();
     return result;
   }
+}
+
+// Run body(vec) with room in vec for n var pointers and a closing null: an
+// array of Local entries on the C stack when n is below Local, else one on
+// the heap, freed when body returns and when a BREAK passes.  The stack
+// used never depends on n.
+template <size_t Local, class Body>
+var* vln_with_vector(size_t n, Body&& body)
+{
+  if (n < Local) {
+    var* local[Local];
+    return body(local);
+  }
+  auto** heap = static_cast<var**>(vln_malloc((n + 1) * sizeof(var*), vln_errmsg[9],
+                                              VL_SEV_FATAL, VL_LEVEL_ALWAYS, "breakguard",
+                                              __LINE__));
+  return vln_guarded([&] { return body(heap); },
+                     [&] { vln_free(heap, "breakguard", __LINE__); });
 }
 
 #endif  // VL_BREAKGUARD_HPP

@@ -69,8 +69,13 @@ void err_check_recursion(int on);
 /* Number of error reports now in progress. */
 extern int32_t alreadyin;
 /* Number of errors reported so far (counted whether or not errstat is
-** on): a caller compares two readings to learn whether anything failed. */
+** on): a caller compares two readings to learn whether anything failed.
+** Warnings and reports below the report level are not failures and are
+** not counted (see vln_error_counts). */
 extern uint32_t vln_error_count;
+/* Whether a report of code counts as a failure: not the developer warning
+** (902) and not a row below the report level, which stays silent. */
+int vln_error_counts(int code);
 
 /* The report threshold: rows below it are not reported. */
 int32_t vln_report_level(void);

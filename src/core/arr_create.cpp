@@ -7,13 +7,12 @@
 // values on the temporary stack while it works and re-reads the size after
 // every release; a BREAK out of the axit leaves the holds to the landing's
 // release.
-#include <alloca.h>
-
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
 #include "arrays.h"
+#include "breakguard.hpp"
 #include "kernel.h"
 #include "letters.hpp"
 #include "vlerror.h"
@@ -21,6 +20,8 @@
 namespace {
 
 constexpr const char* kModule = "arr_create";
+// Value lists up to this length are gathered on the C stack.
+constexpr size_t kLocalList = 16;
 
 // How the new elements get their values.
 enum class Fill { kNone, kShare, kDeepOne, kDeepEach };
@@ -193,12 +194,13 @@ var* cre_arr(var* v, int32_t size, int flag, ...)
   size_t n = 0;
   while (n < VL_MAX_ARRAY && va_arg(count, var*)) ++n;
   va_end(count);
-  // On the stack, not the heap: a report inside may leave by BREAK.
-  auto** list = static_cast<var**>(alloca((n + 1) * sizeof(var*)));
-  for (size_t i = 0; i < n; ++i) list[i] = va_arg(ap, var*);
-  list[n] = nullptr;
+  var* r = vln_with_vector<kLocalList>(n, [&](var** list) {
+    for (size_t i = 0; i < n; ++i) list[i] = va_arg(ap, var*);
+    list[n] = nullptr;
+    return create(v, size, flag, list);
+  });
   va_end(ap);
-  return create(v, size, flag, list);
+  return r;
 }
 
 var* cre_arra(var* v, int32_t size, int flag, var* const* list)
@@ -218,9 +220,10 @@ var* cre_arrv(var* v, var* sizevar, int flag, var* value)
 
 var* cre_arr(var* v, int32_t size, int flag, std::initializer_list<var*> values)
 {
-  auto** list = static_cast<var**>(alloca((values.size() + 1) * sizeof(var*)));
-  size_t n = 0;
-  for (var* x : values) list[n++] = x;
-  list[n] = nullptr;
-  return create(v, size, flag, list);
+  return vln_with_vector<kLocalList>(values.size(), [&](var** list) {
+    size_t n = 0;
+    for (var* x : values) list[n++] = x;
+    list[n] = nullptr;
+    return create(v, size, flag, list);
+  });
 }

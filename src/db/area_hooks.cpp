@@ -19,7 +19,6 @@
 namespace {
 
 constexpr int kNoField = 306;
-constexpr int kDevWarning = 902;
 
 // Saved selections of the aliased lists being evaluated.
 std::vector<AreaRec*> g_pushed;
@@ -44,14 +43,16 @@ var* eval_alias_field(var* alias, const char* name)
   return rt_error(kNoField, repdum);
 }
 
-// alias->(list): the push of vlnPushVArea.  A developer warning (a missing
-// area selected by text, 902) lets the list run where the selection ended;
-// any other report undoes the push and stops the list.
+// alias->(list): the push of vlnPushVArea.  A text that names no open area
+// is refused (342) as alias->name refuses it, rather than running the list
+// in the selected area.  A failed push is undone and stops the list; a
+// warning lets the list run where the selection ended.
 int eval_push_area(var* alias)
 {
+  if (alias->Type == 'C' && !vlarea::area_of_value(alias)) return 0;
   const uint32_t errors = vln_error_count;
   AreaRec* prev = vlnPushVArea(alias);
-  if (vln_error_count != errors && last_errno != kDevWarning) {
+  if (vln_error_count != errors) {
     vlnPopArea(prev);
     return 0;
   }

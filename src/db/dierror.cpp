@@ -154,7 +154,7 @@ void diErrorDeliver(var* e)
   const int32_t mark = tmpvar_cnt;
   const int code = int_slot(e, VL_ERR_GENCODE);
   err_check_recursion(1);
-  ++vln_error_count;
+  if (vln_error_counts(code)) ++vln_error_count;
   last_errno = code;
   if (errstat && vln_err_row(code)->level >= vln_report_level()) {
     if (vln_error_handler != vln_default_error_handler) {

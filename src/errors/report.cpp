@@ -1,6 +1,7 @@
 // report.cpp -- the four reporting entry points and the recursion guard.
 //
-// A report runs: enter the guard, record the code in last_errno, hand code,
+// A report runs: enter the guard, count it unless it is a warning or below
+// the report level, record the code in last_errno, hand code,
 // severity and text to _bb__errcaller when errstat is on, leave the guard.
 // The error handler may come back (the caller then returns its neutral
 // value), leave by BREAK, or end the program.  A failure inside the handler
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kGuardLevels = 4;
 constexpr int kBreakUnexpected = 335;
+constexpr int kDevWarning = 902;
 
 // The fifth nested report: print the chain with printf, wait, end.
 void print_fatal_chain()
@@ -56,7 +58,7 @@ void report(int code, int severity, const char* text, const char* module, int li
             bool internal)
 {
   err_check_recursion(1);
-  ++vln_error_count;
+  if (vln_error_counts(code)) ++vln_error_count;
   last_errno = code;
   if (errstat) call_errcaller(code, severity, text, module, line, internal);
   err_check_recursion(0);
@@ -84,6 +86,11 @@ void err_check_recursion(int on)
 }
 
 int32_t vln_report_level(void) { return vl_set_flag[0]; }
+
+int vln_error_counts(int code)
+{
+  return code != kDevWarning && vln_err_row(code)->level >= vln_report_level();
+}
 
 var* io_error(int code, const char* text)
 {

@@ -4,10 +4,14 @@
 // A text is compiled once: filters, index keys and report columns run the
 // same text for every record.  Compiled programs live in the cache for the
 // whole run, so that a macro block can point at its program from its array
-// record.  Past kMaxCached entries a text is compiled for one run and freed
-// after it, through a sequence frame of our own when a BREAK passes.
-#include <alloca.h>
+// record.  A text longer than kMaxCachedLength, or past kMaxCached entries
+// or kMaxCachedText bytes of text (a program takes many times the memory
+// of its text), is compiled for one run and freed after it, through a
+// sequence frame of our own when a BREAK passes.
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -32,10 +36,17 @@ namespace vl::expr {
 namespace {
 
 constexpr size_t kMaxCached = 16384;
+constexpr size_t kMaxCachedText = 4u << 20;
+constexpr size_t kMaxCachedLength = 64u << 10;
 // Macro blocks that run one another deeper than this are refused: a block
 // that evaluates itself would otherwise exhaust the stack.
 constexpr int32_t kMaxBlockDepth = 2000;
 constexpr int kTooDeep = 416;
+// Stack sizes when the limit is unlimited, and the most the budget counts.
+constexpr uintptr_t kUsualStack = 8u << 20;
+constexpr uintptr_t kLargestStack = 64u << 20;
+// Parameter vectors up to this length live on the C stack.
+constexpr size_t kLocalParams = 8;
 constexpr size_t kMessageSize = 1024;
 constexpr int kWrongType = 312;
 constexpr int kTooLong = 315;
@@ -55,6 +66,9 @@ ProgramMap& cache_for(bool as_block)
   return as_block ? blocks : exprs;
 }
 
+// Bytes of text the two caches hold.
+size_t cached_text = 0;
+
 // The program for text, from the cache or freshly compiled.  *cached tells
 // whether the cache owns it; on a syntax error null, with code and message.
 Program* program_for(const char* text, bool as_block, bool* cached, int* code, char* message)
@@ -70,8 +84,13 @@ Program* program_for(const char* text, bool as_block, bool* cached, int* code, c
     std::snprintf(message, kMessageSize, "%s", c.message.c_str());
     return nullptr;
   }
-  *cached = map.size() < kMaxCached;
-  if (*cached) map.emplace(text, std::unique_ptr<Program>(c.program));
+  const size_t length = std::strlen(text);
+  *cached = map.size() < kMaxCached && length <= kMaxCachedLength &&
+            length <= kMaxCachedText - cached_text;
+  if (*cached) {
+    map.emplace(text, std::unique_ptr<Program>(c.program));
+    cached_text += length;
+  }
   return c.program;
 }
 
@@ -86,8 +105,35 @@ bool blank(const char* text)
 // into a program.
 var* result_of(var* r) { return (r->Flags & VF_LITERAL) ? mk_var_cp(r) : r; }
 
+// C stack the evaluations nested in one another may take: half the stack
+// limit, the other half left for the deepest single expression (its depth
+// is bounded by the parser's nesting limit) and for what runs below it.
+uintptr_t stack_budget()
+{
+  static const uintptr_t budget = [] {
+    rlimit rl{};
+    uintptr_t limit = kUsualStack;
+    if (getrlimit(RLIMIT_STACK, &rl) == 0 && rl.rlim_cur != RLIM_INFINITY) limit = rl.rlim_cur;
+    return std::min(limit, kLargestStack) / 2;
+  }();
+  return budget;
+}
+
+// Whether this evaluation sits deeper than the budget below the shallowest
+// one seen.  Evaluations nest through blocks that run themselves, and
+// through texts that evaluate themselves (x := "TYPE(x)"): the count of
+// block frames alone cannot tell how much stack each level takes.
+bool stack_exhausted()
+{
+  static uintptr_t shallowest = 0;
+  const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+  if (here > shallowest) shallowest = here;
+  return shallowest - here > stack_budget();
+}
+
 var* run(Program* prog, var** params)
 {
+  if (stack_exhausted()) return rt_error(kTooDeep, "evaluations nested too deeply");
   Ctx ctx{prog, params, vln_error_count};
   return result_of(eval_node(ctx, prog->root));
 }
@@ -128,10 +174,11 @@ var* run_block_body(Program* prog, bool cached, int argc, var** argv)
   vln_fn_start(&f, "macro", "block", -1, argc);
   f.Spare[0] |= VL_FRAME_BLOCK;
   const size_t npars = prog->params.size();
-  auto** params = static_cast<var**>(alloca(sizeof(var*) * (npars + 1)));
-  for (size_t i = 0; i < npars; ++i)
-    params[i] = vln_local_param(argc, static_cast<int>(i), argv, 'U');
-  var* r = cached ? run(prog, params) : run_and_free(prog, params);
+  var* r = vln_with_vector<kLocalParams>(npars, [&](var** params) {
+    for (size_t i = 0; i < npars; ++i)
+      params[i] = vln_local_param(argc, static_cast<int>(i), argv, 'U');
+    return cached ? run(prog, params) : run_and_free(prog, params);
+  });
   f.RetVal = mk_var_cp(r);
   return vln_fn_end(&f, 'U');
 }

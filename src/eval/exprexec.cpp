@@ -7,8 +7,6 @@
 // through it; a call receives variables by value (mk_var_cp) and
 // temporaries as they are.  Nothing here holds an object with a destructor
 // across a call that can run language code: BREAK leaves by longjmp.
-#include <alloca.h>
-
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
@@ -41,6 +39,8 @@ constexpr int kUndefinedFunction = 308;
 constexpr int kNullResult = 310;
 constexpr int kNoDebugInfo = 337;
 constexpr int kBadAlias = 342;
+// Argument vectors up to this length live on the C stack.
+constexpr size_t kLocalArgs = 8;
 
 const Node& node(const Ctx& ctx, int32_t i) { return ctx.prog->nodes[static_cast<size_t>(i)]; }
 
@@ -159,10 +159,11 @@ var* call(const Ctx& ctx, const Node& n)
     if (fn <= 0) return report(kUndefinedFunction, "access of undefined function %s", n.name);
     n.cache = fn;
   }
-  const int argc = static_cast<int>(n.kids.size());
-  auto** argv = static_cast<var**>(alloca(sizeof(var*) * (n.kids.size() + 1)));
-  if (!arguments(ctx, n, argv)) return ERROR_VAR;
-  var* r = glob_ftab[fn].fn(argc, argv);
+  const auto f = glob_ftab[fn].fn;
+  var* r = vln_with_vector<kLocalArgs>(n.kids.size(), [&](var** argv) {
+    if (!arguments(ctx, n, argv)) return ERROR_VAR;
+    return f(static_cast<int>(n.kids.size()), argv);
+  });
   return r ? r : report(kNullResult, "%s() returned no value", n.name);
 }
 
@@ -196,26 +197,39 @@ var* binary(Bin bin, var* l, var* r, int assign)
   return ERROR_VAR;
 }
 
-var* binary_node(const Ctx& ctx, const Node& n)
+// a op1 b op2 c ... as ((a op1 b) op2 c) ...: each operand is evaluated
+// after the operators on its left have run.
+var* binary_chain(const Ctx& ctx, const Node& n)
 {
-  var* l = eval_node(ctx, n.a);
+  var* acc = eval_node(ctx, n.kids[0]);
   if (stopped(ctx)) return ERROR_VAR;
-  if (!runs_nothing(ctx, n.b)) l = held(l);
-  var* r = eval_node(ctx, n.b);
-  if (stopped(ctx)) return ERROR_VAR;
-  return binary(n.bin, l, r, 0);
+  const size_t last = n.kids.size() - 1;
+  for (size_t k = 1;; ++k) {
+    if (!runs_nothing(ctx, n.kids[k])) acc = held(acc);
+    var* r = eval_node(ctx, n.kids[k]);
+    if (stopped(ctx)) return ERROR_VAR;
+    acc = binary(n.ops[k - 1], acc, r, 0);
+    if (k == last) return acc;
+    if (stopped(ctx)) return ERROR_VAR;
+  }
 }
 
+// a .AND. b .AND. c ...: stops at the first false (true for .OR.) value.
 var* logical(const Ctx& ctx, const Node& n, bool is_and)
 {
-  var* l = eval_node(ctx, n.a);
+  var* acc = eval_node(ctx, n.kids[0]);
   if (stopped(ctx)) return ERROR_VAR;
-  const int truth = if_u(l);
-  if (is_and && !truth) return FALSE_VAR;
-  if (!is_and && truth) return TRUE_VAR;
-  var* r = eval_node(ctx, n.b);
-  if (stopped(ctx)) return ERROR_VAR;
-  return is_and ? l_and_u(1, r) : l_or_u(0, r);
+  const size_t last = n.kids.size() - 1;
+  for (size_t k = 1;; ++k) {
+    const int truth = if_u(acc);
+    if (is_and && !truth) return FALSE_VAR;
+    if (!is_and && truth) return TRUE_VAR;
+    var* r = eval_node(ctx, n.kids[k]);
+    if (stopped(ctx)) return ERROR_VAR;
+    acc = is_and ? l_and_u(1, r) : l_or_u(0, r);
+    if (k == last) return acc;
+    if (stopped(ctx)) return ERROR_VAR;
+  }
 }
 
 var* send(const Ctx& ctx, const Node& n, int assign, var* value)
@@ -224,10 +238,10 @@ var* send(const Ctx& ctx, const Node& n, int assign, var* value)
   if (stopped(ctx)) return ERROR_VAR;
   obj = held(obj);  // the arguments and the method itself run code
   if (assign) return vlnSend(obj, n.name.c_str(), 0, 1, 1, &value);
-  const int argc = static_cast<int>(n.kids.size());
-  auto** argv = static_cast<var**>(alloca(sizeof(var*) * (n.kids.size() + 1)));
-  if (!arguments(ctx, n, argv)) return ERROR_VAR;
-  return vlnSend(obj, n.name.c_str(), n.flag, 0, argc, argv);
+  return vln_with_vector<kLocalArgs>(n.kids.size(), [&](var** argv) {
+    if (!arguments(ctx, n, argv)) return ERROR_VAR;
+    return vlnSend(obj, n.name.c_str(), n.flag, 0, static_cast<int>(n.kids.size()), argv);
+  });
 }
 
 var* assign(const Ctx& ctx, const Node& n)
@@ -337,7 +351,7 @@ var* eval_node(const Ctx& ctx, int32_t i)
       return rt_error(kNoDebugInfo, repdum);
     case Op::Call: return call(ctx, n);
     case Op::Iif: return iif(ctx, n);
-    case Op::Binary: return binary_node(ctx, n);
+    case Op::Binary: return binary_chain(ctx, n);
     case Op::And: return logical(ctx, n, true);
     case Op::Or: return logical(ctx, n, false);
     case Op::Not: {

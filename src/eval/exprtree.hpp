@@ -2,7 +2,10 @@
 //
 // The parser turns a text into a Program: a flat vector of nodes whose
 // children are indices into the same vector, and the literals as records
-// the program owns.  A Program is compiled once per text and kept in the
+// the program owns.  A run of left-associative operators of one level
+// ("1 + 2 - 3 + ...") is one node with a list of operands, so that neither
+// running a long chain nor anything else recurses in proportion to the
+// text's length: the depth of the tree is bounded by its nesting.  A Program is compiled once per text and kept in the
 // evaluator's cache; running it is a walk over the nodes that calls the
 // same operator entry points and language functions generated code calls.
 #pragma once
@@ -26,9 +29,10 @@ enum class Op : uint8_t {
   NoDebugInfo, // name: _L->, _S->, _P-> (needs debug information)
   Call,        // name; kids = arguments (-1 for an omitted one)
   Iif,         // kids = condition, then, else
-  Binary,      // bin; a, b
-  And,         // a, b (short-circuit)
-  Or,          // a, b (short-circuit)
+  Binary,      // kids = operands, left to right; ops = the operator ahead
+               // of each operand after the first (one precedence level)
+  And,         // kids = operands (short-circuit, left to right)
+  Or,          // kids = operands (short-circuit, left to right)
   Not,         // a
   Negate,      // a
   UnaryPlus,   // a
@@ -58,6 +62,7 @@ struct Node {
   int32_t slot = -1;            // parameter index, count
   mutable int32_t cache = 0;    // memvar or function index once found (+1)
   std::vector<int32_t> kids;
+  std::vector<Bin> ops;
   std::string name;
   std::string name2;
   var* lit = nullptr;
@@ -83,7 +88,9 @@ struct Compiled {
 };
 
 // Expand the "&name" references of text into out (trimmed).  Returns 0, or
-// the code of the error to report (314, an endless expansion).
+// the code of the error to report: 314, an endless expansion, or 315, a
+// text grown by more than 16 MiB; out then holds the text as far as it was
+// expanded.
 int expand_macros(const char* text, std::string& out);
 
 // Compile an expression list.  A text of the form "{|p, ...| list}" that

@@ -1,12 +1,11 @@
 // macro.cpp -- from macro text to variables, functions and blocks: TYPE(),
 // MACROEVAL(), the field and memvar blocks, and the block-driven loops.
-#include <alloca.h>
-
 #include <cctype>
 #include <cstdio>
 #include <cstring>
 
 #include "blocks.h"
+#include "breakguard.hpp"
 #include "evalhooks.h"
 #include "evaluator.h"
 #include "kernel.h"
@@ -26,11 +25,14 @@ var* vln_memblock(int argc, var** argv, var** avec);
 
 namespace {
 
+constexpr const char* kModule = "macro";
+// The vln_errmsg row naming the allocation of a block's text.
+constexpr int kFormingBlock = 80;
 constexpr int kUndefinedFunction = 308;
 constexpr int kSyntax = 309;
 constexpr int kNullResult = 310;
 constexpr int kTooLongString = 319;
-// Room for a method name expanded from macro text.
+// Room for a name expanded from macro text.
 constexpr size_t kMacroNameSize = 4096;
 
 bool is_text(const var* v) { return v && vl::kCM.has(v->Type); }
@@ -90,12 +92,16 @@ void for_loop(var* block, var* start, double end, double step)
 
 extern "C" {
 
+// The block's text lives on the heap, however long text is, and is freed
+// when a BREAK leaves the evaluation too.
 var* vlnMakeCB(const char* text)
 {
   const size_t n = std::strlen(text) + sizeof "{||  }";
-  auto* buf = static_cast<char*>(alloca(n));
+  auto* buf = static_cast<char*>(
+      vln_malloc(n, vln_errmsg[kFormingBlock], VL_SEV_RUNTIME, VL_LEVEL_ALWAYS, kModule, __LINE__));
+  if (!buf) return ERROR_VAR;
   std::snprintf(buf, n, "{|| %s }", text);
-  return exp_eval(buf);
+  return vln_guarded([&] { return exp_eval(buf); }, [&] { vln_free(buf, kModule, __LINE__); });
 }
 
 const char* vln_chararg(var* v, const char* text)
@@ -171,11 +177,14 @@ var* vln_memblock(int argc, var** argv, var** avec)
 
 // PRIVATE &name and PUBLIC &name: the declarations of a name given as
 // macro text.
+// The expansion goes to a buffer of our own, not repdum: a failing
+// expansion reports, and the error handler may write repdum.
 int32_t vln_macro_declare(const char* text)
 {
-  exp_pp(text, repdum, sizeof repdum, 1);
-  const bool is_new = locate_var(repdum) < 0;
-  const int32_t index = vln_add_var(repdum);
+  char name[kMacroNameSize];
+  exp_pp(text, name, sizeof name, 1);
+  const bool is_new = locate_var(name) < 0;
+  const int32_t index = vln_add_var(name);
   if (!is_new) return vln_declare(index);
   push_var(index, mak_var('N', 'U'));
   return index;
@@ -183,16 +192,17 @@ int32_t vln_macro_declare(const char* text)
 
 int32_t vln_macro_public(const char* text)
 {
-  exp_pp(text, repdum, sizeof repdum, 1);
-  const int32_t index = vln_add_var(repdum);
-  return vln_public(index);
+  char name[kMacroNameSize];
+  exp_pp(text, name, sizeof name, 1);
+  return vln_public(vln_add_var(name));
 }
 
-// The function whose name text gives after macro expansion.
+// The function whose name text gives after macro expansion (into a buffer
+// of our own, as the report of a failing expansion may overwrite repdum).
 BbFn macrofun(const char* text)
 {
-  exp_pp(text, repdum, sizeof repdum, 1);
-  return vln_funcall(repdum);
+  char name[kMacroNameSize];
+  return vln_funcall(exp_pp(text, name, sizeof name, 1));
 }
 
 // o:&name(...): the method whose name text gives after macro expansion.
@@ -243,9 +253,11 @@ VLN_FUNC(type)
   const int32_t saved = errstat;
   errstat = 0;
   last_errno = 0;
+  const uint32_t errors = vln_error_count;
   var* r = exp_eval(VSTR(argv[0]));
   errstat = saved;
-  const int code = last_errno;
+  // A warning (1/0 gives 0) is no failure: only counted reports are.
+  const int code = vln_error_count != errors ? last_errno : 0;
   last_errno = 0;
   if (!code && r != ERROR_VAR) return set_cv(vlnValType(r));
   errstat = 0;

@@ -8,6 +8,7 @@
 // calls with omitted arguments, IIF/IF with lazy branches, and the alias
 // forms alias->name, (expr)->name, n->name, alias->(list), M->name,
 // MEMVAR->name, FIELD->name, _FIELD->name.
+#include <cctype>
 #include <cstring>
 
 #include "exprtree.hpp"
@@ -103,21 +104,49 @@ class Parser {
  private:
   void advance(bool operand) { tok_ = scan_.next(operand); }
 
+  // The first error wins.  A token the scanner could not read says why
+  // itself (an unterminated string); a "&" left after expansion names the
+  // macro that did not expand.
   bool fail(const std::string& what, int code = kSyntax)
   {
     if (code_) return false;
     code_ = tok_.kind == Tok::Macro ? kMacro : code;
-    message_ = code_ == kMacro ? "macro not allowed"
-                               : what + " at position " + std::to_string(tok_.pos + 1) +
-                                     " in: " + text_;
+    if (code_ == kMacro) {
+      message_ = "macro not allowed: " + unexpanded_macro() + " in: " + text_;
+      return false;
+    }
+    message_ = (tok_.kind == Tok::Bad ? tok_.text : what) + " at position " +
+               std::to_string(tok_.pos + 1) + " in: " + text_;
     return false;
   }
 
+  // "&name does not expand to a text," for the "&" at the current token.
+  std::string unexpanded_macro() const
+  {
+    size_t end = tok_.pos + 1;
+    while (end < text_.size() &&
+           (std::isalnum(static_cast<unsigned char>(text_[end])) || text_[end] == '_'))
+      ++end;
+    if (end == tok_.pos + 1) return "'&' without a variable name,";
+    return text_.substr(tok_.pos, end - tok_.pos) + " does not name a character variable,";
+  }
+
+  // what is the token expected, as the message shows it ("')'").
   bool expect(Tok kind, const char* what, bool operand_next = false)
   {
-    if (tok_.kind != kind) return fail(std::string("expected ") + what);
+    if (tok_.kind != kind)
+      return fail(std::string(tok_.kind == Tok::End ? "missing " : "expected ") + what);
     advance(operand_next);
     return true;
+  }
+
+  static const char* closer(Tok close)
+  {
+    switch (close) {
+      case Tok::RParen: return "')'";
+      case Tok::RBrace: return "'}'";
+      default: return "']'";
+    }
   }
 
   int32_t add(Node n)
@@ -140,14 +169,14 @@ class Parser {
       if (tok_.kind != Tok::Comma) break;
       advance(true);
     }
-    if (tok_.kind != close && close != Tok::End) return fail("unbalanced expression list"), -1;
+    if (tok_.kind != close && close != Tok::End) return expect(close, closer(close)), -1;
     return n.kids.size() == 1 ? n.kids[0] : add(std::move(n));
   }
 
   bool list_until(Tok close, int32_t& out)
   {
     out = list(close);
-    return out >= 0 && expect(close, "a closing bracket");
+    return out >= 0 && expect(close, closer(close));
   }
 
   int32_t expression(int min_bp)
@@ -161,11 +190,8 @@ class Parser {
   int32_t expression_at(int min_bp)
   {
     int32_t left = prefix();
-    while (left >= 0) {
-      const int32_t next = infix(left, min_bp);
-      if (next == left || next < 0) return next;
-      left = next;
-    }
+    bool more = true;
+    while (left >= 0 && more) left = infix(left, min_bp, more);
     return left;
   }
 
@@ -344,6 +370,7 @@ class Parser {
       }
       if (kids.size() > kMaxArgs) return fail("too many arguments");
       if (tok_.kind == close) break;
+      if (tok_.kind == Tok::End) return expect(close, closer(close));
       if (!expect(Tok::Comma, "',' between arguments", true)) return false;
     }
     advance(false);
@@ -415,9 +442,21 @@ class Parser {
     return text_.substr(start, close - start);
   }
 
+  // Each step of a postfix chain nests one level deeper when it runs, so
+  // the chain counts toward the nesting limit.
   int32_t postfix(int32_t left)
   {
+    const int outer = depth_;
+    left = postfix_steps(left);
+    depth_ = outer;
+    return left;
+  }
+
+  int32_t postfix_steps(int32_t left)
+  {
     while (left >= 0) {
+      if (is_postfix(left) && ++depth_ > kMaxNesting)
+        return fail("expression nested too deeply"), -1;
       if (tok_.kind == Tok::LBracket) {
         left = subscript(left);
       } else if (tok_.kind == Tok::Colon) {
@@ -452,7 +491,7 @@ class Parser {
       if (tok_.kind != Tok::Comma) break;
       advance(true);
     }
-    if (!expect(Tok::RBracket, "']'")) return -1;
+    if (!expect(Tok::RBracket, closer(Tok::RBracket))) return -1;
     return add(std::move(n));
   }
 
@@ -472,10 +511,47 @@ class Parser {
     return add(std::move(n));
   }
 
-  // One infix step; returns left unchanged when the next token binds less
-  // than min_bp.
-  int32_t infix(int32_t left, int min_bp)
+  bool is_postfix(int32_t left)
   {
+    switch (tok_.kind) {
+      case Tok::LBracket: case Tok::Colon: return true;
+      case Tok::Inc: case Tok::Dec: return is_target(at(left));
+      case Tok::Arrow: return at(left).op == Op::Literal;
+      default: return false;
+    }
+  }
+
+  // The binding power of a Binary node's operators.
+  static int level(Bin bin)
+  {
+    for (const Infix& c : kBinary)
+      if (c.bin == bin) return c.bp;
+    return 0;
+  }
+
+  // A left operand of the same left-associative level takes the right
+  // operand into its own list: "a + b - c" is one node [a, b, c] with the
+  // operators [+, -], run left to right exactly as ((a + b) - c).
+  int32_t chain(int32_t left, Op op, Bin bin, int32_t right)
+  {
+    Node& l = at(left);
+    if (l.op == op && (op != Op::Binary || level(l.ops[0]) == level(bin))) {
+      l.kids.push_back(right);
+      if (op == Op::Binary) l.ops.push_back(bin);
+      return left;
+    }
+    Node n;
+    n.op = op;
+    n.kids = {left, right};
+    if (op == Op::Binary) n.ops = {bin};
+    return add(std::move(n));
+  }
+
+  // One infix step; more becomes false when the next token binds less than
+  // min_bp and left is the whole expression.
+  int32_t infix(int32_t left, int min_bp, bool& more)
+  {
+    more = false;
     for (const Infix& c : kCompound)
       if (tok_.kind == c.tok) {
         if (c.bp < min_bp) return left;
@@ -488,6 +564,7 @@ class Parser {
         n.bin = c.bin;
         n.a = left;
         n.b = value;
+        more = true;
         return add(std::move(n));
       }
     if (tok_.kind == Tok::Or || tok_.kind == Tok::And) {
@@ -497,11 +574,8 @@ class Parser {
       advance(true);
       const int32_t right = expression(bp);
       if (right < 0) return -1;
-      Node n;
-      n.op = op;
-      n.a = left;
-      n.b = right;
-      return add(std::move(n));
+      more = true;
+      return chain(left, op, Bin::None, right);
     }
     for (const Infix& c : kBinary)
       if (tok_.kind == c.tok) {
@@ -509,12 +583,8 @@ class Parser {
         advance(true);
         const int32_t right = expression(c.bp);
         if (right < 0) return -1;
-        Node n;
-        n.op = Op::Binary;
-        n.bin = c.bin;
-        n.a = left;
-        n.b = right;
-        return add(std::move(n));
+        more = true;
+        return chain(left, Op::Binary, c.bin, right);
       }
     return left;
   }

@@ -95,7 +95,8 @@ Token Scanner::scan_string(char close)
   ++pos_;
   const size_t start = pos_;
   while (pos_ < text_.size() && text_[pos_] != close) ++pos_;
-  if (pos_ >= text_.size()) return make(Tok::Bad, t.pos, "unterminated string");
+  if (pos_ >= text_.size())
+    return make(Tok::Bad, t.pos, std::string("unterminated string: no closing ") + close);
   t.text.assign(text_.substr(start, pos_ - start));
   ++pos_;
   return t;
@@ -127,7 +128,7 @@ Token Scanner::scan_dotted()
       return t;
     }
   }
-  return make(Tok::Bad, pos_++, ".");
+  return make(Tok::Bad, pos_++, "unexpected '.'");
 }
 
 Token Scanner::scan_operator()
@@ -140,7 +141,8 @@ Token Scanner::scan_operator()
       return t;
     }
   }
-  return make(Tok::Bad, pos_++, std::string(1, peek()));
+  const size_t at = pos_++;
+  return make(Tok::Bad, at, std::string("unexpected character '") + text_[at] + "'");
 }
 
 }  // namespace vl::expr

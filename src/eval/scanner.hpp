@@ -32,7 +32,8 @@ enum class Tok : uint8_t {
 struct Token {
   Tok kind = Tok::End;
   size_t pos = 0;       // offset in the text
-  std::string text;     // name (folded, cut), string body, or number text
+  std::string text;     // name (folded, cut), string body, number text, or
+                        // for Bad what is wrong
   double number = 0.0;
   int decimals = 0;
 };

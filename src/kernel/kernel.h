@@ -61,9 +61,10 @@ var* set_nvarf(int32_t index, double d, int dec);
 
 /* ---- Macro expansion. ---- */
 
-/* Expand the macro references of text into buffer (size bytes, flag 1 at
-** every call site) and return buffer.  Until the evaluator expands `&name`
-** references, the text is copied with surrounding blanks removed. */
+/* Expand the `&name` references of text, with surrounding blanks removed,
+** into buffer (size bytes, flag 1 at every call site) and return buffer.
+** The copy never passes size: a text that doesn't fit is cut and reported
+** (315), and so is an expansion that fails (314, 315), after the copy. */
 char* exp_pp(const char* text, char* buffer, size_t size, int flag);
 
 /* ---- Names. ---- */

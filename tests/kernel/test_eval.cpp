@@ -1,5 +1,6 @@
 // The expression evaluator: a table of texts and the values ? shows for
 // them, then the behaviours a table cannot show.
+#include <cstring>
 #include <string>
 
 #include "vartostr.h"
@@ -78,6 +79,7 @@ const Case kCases[] = {
     {"TYPE('neverseen')", "U"},
     {"TYPE('{1}')", "A"},
     {"TYPE('.T.')", "L"},
+    {"TYPE('1/0')", "N"},  // a silent warning is no failure
     {"TYPE('a b c')", "UE"},
     {".y. .AND. .N. = .F.", ".T."},
 };
@@ -140,19 +142,135 @@ TEST_F(Eval, MacrosExpandNamesAndAssignThroughThem)
   EXPECT_EQ(last_code(), 202);
 }
 
-TEST_F(Eval, ErrorsCarryTheirCodes)
+TEST_F(Eval, ErrorsCarryTheirCodesAndSayWhatIsWrong)
 {
+  exp_eval("number := 5");
   struct Bad {
     const char* text;
     int code;
-  } bad[] = {{"1 +", 309}, {"nofunction()", 308}, {"nosuchname", 307}, {"1 + 'a'", 201},
-             {"(1", 309},  {"'open", 309},        {"x := ", 309},     {"3 := 4", 309},
-             {"_L->x", 337}, {"alias->fld", 342}};
+    const char* says;
+  } bad[] = {{"1 +", 309, ""},
+             {"nofunction()", 308, ""},
+             {"nosuchname", 307, ""},
+             {"1 + 'a'", 201, ""},
+             {"x := ", 309, ""},
+             {"3 := 4", 309, ""},
+             {"_L->x", 337, ""},
+             {"alias->fld", 342, ""},
+             {"abc->(1 + 1)", 342, ""},
+             {"'open", 309, "unterminated string"},
+             {"(1", 309, "missing ')'"},
+             {"LEN('a'", 309, "missing ')'"},
+             {"{1, 2", 309, "missing '}'"},
+             {"{|x| x", 309, "missing '}'"},
+             {"number[1", 309, "missing ']'"},
+             {"&number", 202, "&number does not name a character variable"}};
   for (const Bad& b : bad) {
     reports().clear();
     EXPECT_EQ(exp_eval(b.text), ERROR_VAR) << b.text;
     EXPECT_EQ(last_code(), b.code) << b.text;
+    if (!reports().empty()) {
+      EXPECT_NE(reports().back().description.find(b.says), std::string::npos)
+          << reports().back().description;
+    }
   }
+}
+
+// Whatever stops an expansion, it stays inside the caller's buffer, and the
+// macro declarations survive it.
+TEST_F(Eval, ExpansionStaysInsideTheBuffer)
+{
+  exp_eval("a := 'xxxxxxxx&a', w := 'abcdefghij', n := 'newpriv'");
+  struct Row {
+    const char* text;
+    size_t size;
+    int code;
+    const char* result;  // null: only its length is checked
+  } rows[] = {{"&a", 64, 314, nullptr}, {"&a&a", 64, 314, nullptr},
+              {"&w", 8, 315, "abcdefg"}, {" &w. ", 64, 0, "abcdefghij"}};
+  constexpr size_t kGuard = 16;
+  for (const Row& r : rows) {
+    reports().clear();
+    char buf[64 + kGuard];
+    std::memset(buf, 'G', sizeof buf);
+    exp_pp(r.text, buf, r.size, 1);
+    EXPECT_EQ(last_code(), r.code) << r.text;
+    EXPECT_LT(std::strlen(buf), r.size) << r.text;
+    if (r.result) {
+      EXPECT_STREQ(buf, r.result);
+    }
+    EXPECT_EQ(std::string(buf + 64, kGuard), std::string(kGuard, 'G')) << r.text;
+  }
+  reports().clear();
+  vln_macro_declare("&a&a");
+  vln_macro_public("&a&a");
+  EXPECT_EQ(last_code(), 314);
+  const int32_t idx = vln_macro_declare("&n");
+  EXPECT_EQ(idx, locate_var("newpriv"));
+  EXPECT_EQ(mv_names[idx].v->D_level, glob_depth);
+  // Two references to itself double the text with every pass.
+  exp_eval("g := '&g&g&g&g&g&g&g&g&g&g&g&g&g&g&g&g'");
+  EXPECT_EQ(exp_eval("&g"), ERROR_VAR);
+  EXPECT_EQ(last_code(), 315);
+}
+
+// 150,000-term chains of each left-associative operator, and nesting past
+// the limit: a value or a report, never a stack overflow.
+TEST_F(Eval, LongChainsAndDeepNesting)
+{
+  struct Row {
+    const char* head;
+    const char* unit;
+    const char* tail;
+    const char* shown;  // null: the report below
+    int code;
+  } rows[] = {{"", "1+", "1", "    150001", 0},
+              {"", "1-", "1", "   -149999", 0},
+              {"", "1*", "1", "         1", 0},
+              {"", ".T. = ", ".T.", ".T.", 0},
+              {"", ".T. .AND. ", ".T.", ".T.", 0},
+              {"", ".F. .OR. ", ".F.", ".F.", 0},
+              {"", "1, ", "2", "         2", 0},
+              {"", "'a' $ ", "'a'", nullptr, 201},
+              {"", "-(", "1", nullptr, 309},
+              {"", "x := ", "1", nullptr, 309},
+              {"{1}", "[1]", "", nullptr, 309},
+              {"", "{|| ", "1", nullptr, 309}};
+  constexpr int kTerms = 150000;
+  for (const Row& r : rows) {
+    std::string text = r.head;
+    for (int i = 0; i < kTerms; ++i) text += r.unit;
+    text += r.tail;
+    reports().clear();
+    const std::string got = shown(text.c_str());
+    if (r.shown) {
+      EXPECT_EQ(got, r.shown) << r.unit;
+      EXPECT_TRUE(reports().empty()) << r.unit;
+    } else {
+      EXPECT_EQ(last_code(), r.code) << r.unit;
+    }
+    del_tmpvars(frame_.TmvNp);
+  }
+  exp_eval("s := {|| - - - - - - - - - - - - - - - - EVAL(s)}");
+  reports().clear();
+  exp_eval("EVAL(s)");
+  ASSERT_FALSE(reports().empty());
+  EXPECT_EQ(reports()[0].code, 416);
+}
+
+// Long texts, and argument and parameter lists longer than the stack
+// arrays kept for short ones.
+TEST_F(Eval, LongTextsAndManyArguments)
+{
+  const std::string text = "LEN('" + std::string(20u << 20, 'x') + "')";
+  EXPECT_EQ(vlnNumVar(vlnBlockEval(vlnMakeCB(text.c_str()))), 20u << 20);
+  EXPECT_EQ(shown("EVAL({|a, b, c, d, e, f, g, h, i, j| i + j}, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10)"),
+            "        19");
+  var* x = set_nv(7, 0);
+  var* t = cre_arr(cre_tmpvar(), 17, VL_ARR_LIST,
+                   {x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, x, set_nv(8, 0)});
+  ASSERT_EQ(VARR(t)->A_size, 17u);
+  EXPECT_EQ(VDBL(VARR(t)->A_vec[16]), 8.0);
 }
 
 TEST_F(Eval, WithErrstatOffTheFirstErrorStopsTheRun)

@@ -21,6 +21,16 @@ check "error exit status" "1" "$rc"
 out="$(printf 'name := "target"\n&name := 7\ntarget + 1\n' | "$vl")"
 check "macro assignment from standard input" "$(printf "target\n         7\n         8")" "$out"
 
+check "zero bytes are printed" "6162006364" \
+  "$("$vl" -e '"ab" + CHR(0) + "cd"' | head -c 5 | od -An -tx1 | tr -d ' \n')"
+out="$("$vl" -e "a := 'xxxxxxxx&a'" -e '&a&a' 2>&1)"; rc=$?
+check "endless macro is a report, not a signal" "1" "$rc"
+echo "$out" | grep -q 'error 314'; check "endless macro report" "0" "$?"
+python3 -c "print('1+' * 150000 + '1')" | "$vl" > /dev/null; check "long chain from stdin" "0" "$?"
+out="$("$vl" -e 2>&1)"; rc=$?
+check "-e without an expression" "2" "$rc"
+echo "$out" | grep -q -- '-e needs an expression'; check "-e says what is missing" "0" "$?"
+
 "$vl" --help | grep -q -- '-e EXPR'; check "help text" "0" "$?"
 "$vl" -x > /dev/null 2>&1; check "unknown argument" "2" "$?"
 

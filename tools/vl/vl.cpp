@@ -56,15 +56,17 @@ void evaluate_and_print(const char* text)
   ++vl_frame.Line;
   const int32_t mark = tmpvar_cnt;
   var* r = exp_eval(text);
+  // Written by length: a text may hold zero bytes.
   char small[4096];
   const size_t n = vartostr(r, small, sizeof small);
   if (n < sizeof small) {
-    std::printf("%s\n", small);
+    std::fwrite(small, 1, n, stdout);
   } else {
     std::vector<char> big(n + 1);
     vartostr(r, big.data(), big.size());
-    std::printf("%s\n", big.data());
+    std::fwrite(big.data(), 1, n, stdout);
   }
+  std::putchar('\n');
   std::fflush(stdout);
   del_tmpvars(mark);
 }
@@ -137,7 +139,11 @@ int main(int argc, char** argv)
       std::fputs(kUsage, stdout);
       return 0;
     }
-    if (!std::strcmp(argv[i], "-e") && i + 1 < argc) {
+    if (!std::strcmp(argv[i], "-e")) {
+      if (i + 1 == argc) {
+        std::fprintf(stderr, "vl: -e needs an expression after it\n\n%s", kUsage);
+        return 2;
+      }
       exprs.push_back(argv[++i]);
       continue;
     }
