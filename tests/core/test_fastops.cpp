@@ -198,44 +198,6 @@ TEST_F(FastOps, ConditionsAndStepsAgreeWithTheEntryPoints)
     });
 }
 
-// The statement release keeps a lone number temporary in its slot, and
-// hands everything else to del_tmpvars.
-TEST_F(FastOps, ReleaseKeepsOnlyALoneNumberTemporary)
-{
-  var* a = make("1.5");
-  var* b = make("2");
-  const int32_t mark = tmpvar_cnt;
-
-  var* p = u_mul_u(a, b, 0);
-  del_tmpvars(mark);
-  EXPECT_EQ(tmpvar_cnt, mark);
-  var* again = u_mul_u(a, b, 0);
-  if (vln_tmp_keeps_spares) {
-    EXPECT_EQ(again, p);
-  }
-  EXPECT_EQ(show(again), "N(-1,1) 3");
-
-  // Held elsewhere: the stack drops its link and never hands it out again.
-  ++again->Links;
-  del_tmpvars(mark);
-  EXPECT_EQ(again->Links, 1u);
-  var* third = u_mul_u(a, b, 0);
-  EXPECT_NE(third, again);
-  del_var(again);
-
-  // A constant pushed on the stack is not a spare.
-  del_tmpvars(mark);
-  add_tmpvar(ONE_VAR);
-  del_tmpvars(mark);
-  EXPECT_NE(u_mul_u(a, b, 0), ONE_VAR);
-  EXPECT_EQ(VDBL(ONE_VAR), 1.0);
-
-  // Nothing above the mark: nothing to do.
-  del_tmpvars(mark);
-  del_tmpvars(mark);
-  EXPECT_EQ(tmpvar_cnt, mark);
-}
-
 int polls_run = 0;
 void count_poll() { ++polls_run; }
 

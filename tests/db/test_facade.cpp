@@ -40,13 +40,6 @@ class Facade : public vltest::VlTest {
     ASSERT_EQ(vlnSelectedArea->obj, nullptr);
     reports().clear();
   }
-  void TearDown() override
-  {
-    vl_set_flag[0] = VL_LEVEL_NORMAL;
-    var* old = set_cv("DBFIDX");
-    _bb_rddsetdefa(1, &old);
-    VlTest::TearDown();
-  }
   static constexpr int kArea = 3;
 };
 
@@ -115,15 +108,6 @@ TEST_F(Facade, EveryFunctionOnAnEmptyAreaGivesItsNeutralValue)
       EXPECT_TRUE(reports().empty());
     }
   }
-}
-
-TEST_F(Facade, SkipInAnEmptyAreaReportsWhileEofIsQuietlyFalse)
-{
-  vl_call(_bb_dbskip, {set_Iv(1)});
-  EXPECT_EQ(last_code(), 322);
-  reports().clear();
-  EXPECT_EQ(vl_call(_bb_eof, {}), FALSE_VAR);
-  EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(Facade, ParamCheckPassesAbsentNilAndListedTypes)
@@ -201,7 +185,6 @@ TEST_F(Facade, ClearedDefaultFailsTheNextMakeWithTheBareSuffix)
   std::snprintf(cFirstChoiceDriver, sizeof cFirstChoiceDriver, "%s", "FIRST");
   vl_call(_bb_rddsetdefa, {set_cv(" ")});
   EXPECT_STREQ(cDefaultDriver, "FIRST");
-  cFirstChoiceDriver[0] = '\0';
 }
 
 TEST_F(Facade, DriverNamesReachTheirConstructorTrimmedAndUpperCased)
@@ -321,7 +304,6 @@ class FacadeSends : public Facade {
   void TearDown() override
   {
     vlnRetireAlias(vlnSelectedArea->obj);
-    flags[VL_FLAG_SOFTSEEK] = 0;
     Facade::TearDown();
   }
 };

@@ -23,28 +23,6 @@ TEST_F(Values, ConstantsSurviveLinkTrafficAndRefuseWrites)
   EXPECT_STREQ(VSTR(NULLSTR_VAR), "");
 }
 
-TEST_F(Values, TemporariesAreReleasedToTheMark)
-{
-  var* t = cre_tmpvar();
-  EXPECT_EQ(t->Type, 'U');
-  EXPECT_EQ(t->Mode, 'T');
-  EXPECT_EQ(t->Length, 0);
-  for (int i = 0; i < 5000; ++i) set_cv("x");
-  EXPECT_EQ(tmpvar_cnt, tmp_mark_ + 5001);
-  del_tmpvars(tmp_mark_);
-  EXPECT_EQ(tmpvar_cnt, tmp_mark_);
-}
-
-TEST_F(Values, AddTmpvarDoesNotRaiseLinks)
-{
-  var* v = mak_var('N', 'U');
-  ++v->Links;  // a second holder
-  add_tmpvar(v);
-  del_tmpvars(tmp_mark_);
-  EXPECT_EQ(v->Links, 1u);
-  del_var(v);
-}
-
 TEST_F(Values, CopyOfABorrowedLiteralOwnsItsText)
 {
   char literal[] = "abc";

@@ -30,7 +30,6 @@ class NatLang : public vltest::VlTest {
   void TearDown() override
   {
     for (const auto& f : files_) unlink(f.c_str());
-    _cgetseton(0, 1);  // SET EXACT OFF
     init_lang();
     VlTest::TearDown();
   }
