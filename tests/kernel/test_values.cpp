@@ -58,32 +58,6 @@ TEST_F(Values, AssigningAValueToItselfOrItsOwnElementIsSafe)
   del_var(s);
 }
 
-TEST_F(Values, ArraysAreSharedByLinkAndFreedByTheLastHolder)
-{
-  var* a = mak_var('N', 'U');
-  a->Type = 'A';
-  VARR(a) = vln_arr_new(3);
-  var* b = mak_var('N', 'U');
-  cpy_var(b, a);
-  EXPECT_EQ(VARR(b), VARR(a));
-  EXPECT_EQ(VARR(a)->A_links, 2u);
-  set_nvar(VARR(b)->A_vec[1], 7, 0);
-  EXPECT_EQ(VDBL(VARR(a)->A_vec[1]), 7.0);
-  EXPECT_EQ(VARR(a)->A_vec[3], nullptr);
-  del_var(a);
-  EXPECT_EQ(VARR(b)->A_links, 1u);
-  del_var(b);
-}
-
-TEST_F(Values, ArraysAboveTheLimitCannotExist)
-{
-  EXPECT_EQ(vln_arr_new(VL_MAX_ARRAY + 1), nullptr);
-  EXPECT_EQ(last_code(), 409);
-  ArrRec* a = vln_arr_new(VL_MAX_ARRAY);
-  ASSERT_NE(a, nullptr);
-  vln_arr_unref(a);
-}
-
 TEST_F(Values, ReleasingAnObjectRunsAxitOnce)
 {
   static int calls;
