@@ -46,12 +46,13 @@ TEST_F(Dataserver, ClassRecordIsSortedAndIndexedBySlot)
     const VlnClassRow& row = cls[2 + i];
     EXPECT_EQ(row.w2, 2 + i);
     EXPECT_EQ(row.w4, std::string(row_name(row)) == "cargo" ? 'E' : 'A') << row_name(row);
-    if (i) EXPECT_LT(vlnStrNLCmp(row_name(cls[1 + i]), row_name(row), 250), 0);
+    EXPECT_TRUE(i == 0 || vlnStrNLCmp(row_name(cls[1 + i]), row_name(row), 250) < 0) << i;
   }
   for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) {
     const VlnClassRow& row = cls[kFirstMethodRow + s];
     EXPECT_EQ(row.w2, s);
-    if (s) EXPECT_LE(vlnStrNLCmp(row_name(cls[kFirstMethodRow + s - 1]), row_name(row), 250), 0);
+    EXPECT_TRUE(s == 0 || vlnStrNLCmp(row_name(cls[kFirstMethodRow + s - 1]), row_name(row), 250) <= 0)
+        << s;
     int32_t lim = VL_NO_LEVEL_LIMIT;
     EXPECT_EQ(vlnLocateMethod(row_name(row), cls, static_cast<char>(row.w4), &lim), s);
   }
