@@ -144,27 +144,18 @@ TEST_F(dbLockPrimitives, LocalLockNamesTheHolderOfTheSectionBytes)
 {
   int type = 0, from = -1, to = -1, pid = 0;
   EXPECT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 1);
-  {
-    Holder h = holding(F_WRLCK, 1, 1);
+  const struct {
+    int type;
+    long start, len;
+    int from, to;
+  } held[] = {{F_WRLCK, 1, 1, 1, 1}, {F_WRLCK, 0, 2, 0, 1}, {F_RDLCK, 0, 1, 0, 0}};
+  for (const auto& h : held) {
+    Holder holder = holding(h.type, h.start, h.len);
     ASSERT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 0);
-    EXPECT_EQ(type, F_WRLCK);
-    EXPECT_EQ(from, 1);
-    EXPECT_EQ(to, 1);
-    EXPECT_EQ(pid, h.pid());
-  }
-  {
-    Holder h = holding(F_WRLCK, 0, 2);
-    ASSERT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 0);
-    EXPECT_EQ(type, F_WRLCK);
-    EXPECT_EQ(from, 0);
-    EXPECT_EQ(to, 1);
-  }
-  {
-    Holder h = holding(F_RDLCK, 0, 1);
-    ASSERT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 0);
-    EXPECT_EQ(type, F_RDLCK);
-    EXPECT_EQ(from, 0);
-    EXPECT_EQ(to, 0);
+    EXPECT_EQ(type, h.type);
+    EXPECT_EQ(from, h.from);
+    EXPECT_EQ(to, h.to);
+    EXPECT_EQ(pid, holder.pid());
   }
 }
 
