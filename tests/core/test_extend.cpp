@@ -178,7 +178,6 @@ TEST_F(Extend, StoresReachTheCallerOnlyByReference)
   var* arr = cpy_var(local_var(), exp_eval("{1, 2}"));
   var* day = local_var('D');
   day->Mode = 'S';
-  const int saved = vln_flagto.decimals;
   vln_flagto.decimals = 3;
   Args args{mk_var_cp(x), x, mk_var_cp(arr), NIL_VAR, day};
   EXPECT_EQ(_storni(5, 1), 1);
@@ -188,7 +187,6 @@ TEST_F(Extend, StoresReachTheCallerOnlyByReference)
   EXPECT_EQ(x->Type, 'N');
   EXPECT_EQ(VDBL(x), 5.0);
   EXPECT_EQ(x->Decimals, 3) << "decimals as SET DECIMALS";
-  vln_flagto.decimals = saved;
   EXPECT_EQ(_stornl(1L << 40, 2), 1);
   EXPECT_EQ(VDBL(x), 1099511627776.0);
   EXPECT_EQ(_storclen("a\0b", 3, 2), 1);
@@ -204,10 +202,8 @@ TEST_F(Extend, StoresReachTheCallerOnlyByReference)
 
 TEST_F(Extend, ResultsAndWindowsInBatch)
 {
-  const int saved = vln_flagto.decimals;
   vln_flagto.decimals = 4;
   var* n = _VLretnd(1.5);
-  vln_flagto.decimals = saved;
   EXPECT_EQ(n->Decimals, 4);
   char text[] = "abc";
   var* c = _VLretc(text);

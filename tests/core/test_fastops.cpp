@@ -1,8 +1,9 @@
 // The inline number paths that programs get for + - *, < <= > >=, the
-// condition, ++ and --, the assignment and the statement release must
-// give exactly what the entry points give: the
-// same record, Type, Length, Decimals and value, the same reports and the
-// same temporary-stack height, for every kind of operand, number or not.
+// condition, ++ and -- and the assignment must give exactly what the entry
+// points give: the same record, Type, Length, Decimals and value, the same
+// reports and the same temporary-stack height, for every kind of operand.
+// (The operator tests run the inline paths for their number cases, and the
+// temporary-stack tests the inline statement release.)
 #include "test_ops.hpp"
 
 #if !defined(u_add_u) || !defined(cpy_var) || !defined(del_tmpvars) || !defined(_vln_signal_n)
@@ -86,11 +87,6 @@ class FastOps : public opstest::Ops {
     return which(res, l, r) + " " + show(res) + " | " + show(l) + " " + show(r) + " | +" +
            std::to_string(tmpvar_cnt - before);
   }
-  // The same with the reports, on the inline road.
-  std::string run(Binary op, const char* ln, const char* rn)
-  {
-    return observe(Route::Inline, [&](Route how) { return describe(op, ln, rn, 0, how); });
-  }
 };
 
 TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
@@ -105,24 +101,6 @@ TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
         for (int assign = 0; assign <= 1; ++assign)
           expect_same(std::string(ln) + " " + op.name + " " + rn + (assign ? " (compound)" : ""),
                       [&](Route how) { return describe(op.op, ln, rn, assign, how); });
-}
-
-// The cases the inline path takes itself, spelt out: where the result goes
-// and what Decimals it gets.
-TEST_F(FastOps, NumberResultsAndTheirRecords)
-{
-  EXPECT_EQ(run(add, "T:1.5", "-2.50"),
-            "l N(-1,2) -1 | N(-1,2) -1 N(-1,2) -2.5 | +0 | ");
-  EXPECT_EQ(run(sub, "5", "T:0.125"),
-            "r N(-1,3) 4.875 | N(-1,0) 5 N(-1,3) 4.875 | +0 | ");
-  EXPECT_EQ(run(mul, "-2.50", "5"),
-            "new N(-1,2) -12.5 | N(-1,2) -2.5 N(-1,0) 5 | +1 | ");
-  // Decimals of a product stop at 255.
-  var* a = make("1.5");
-  var* b = make("2");
-  a->Decimals = 200;
-  b->Decimals = 100;
-  EXPECT_EQ(u_mul_u(a, b, 0)->Decimals, 255);
 }
 
 TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
@@ -196,44 +174,6 @@ TEST_F(FastOps, ConditionsAndStepsAgreeWithTheEntryPoints)
       return std::to_string(truth) + " | " + after_up + " | " + which(down, v, nullptr) + " " +
              show(v);
     });
-}
-
-// The statement release keeps a lone number temporary in its slot, and
-// hands everything else to del_tmpvars.
-TEST_F(FastOps, ReleaseKeepsOnlyALoneNumberTemporary)
-{
-  var* a = make("1.5");
-  var* b = make("2");
-  const int32_t mark = tmpvar_cnt;
-
-  var* p = u_mul_u(a, b, 0);
-  del_tmpvars(mark);
-  EXPECT_EQ(tmpvar_cnt, mark);
-  var* again = u_mul_u(a, b, 0);
-  if (vln_tmp_keeps_spares) {
-    EXPECT_EQ(again, p);
-  }
-  EXPECT_EQ(show(again), "N(-1,1) 3");
-
-  // Held elsewhere: the stack drops its link and never hands it out again.
-  ++again->Links;
-  del_tmpvars(mark);
-  EXPECT_EQ(again->Links, 1u);
-  var* third = u_mul_u(a, b, 0);
-  EXPECT_NE(third, again);
-  del_var(again);
-
-  // A constant pushed on the stack is not a spare.
-  del_tmpvars(mark);
-  add_tmpvar(ONE_VAR);
-  del_tmpvars(mark);
-  EXPECT_NE(u_mul_u(a, b, 0), ONE_VAR);
-  EXPECT_EQ(VDBL(ONE_VAR), 1.0);
-
-  // Nothing above the mark: nothing to do.
-  del_tmpvars(mark);
-  del_tmpvars(mark);
-  EXPECT_EQ(tmpvar_cnt, mark);
 }
 
 int polls_run = 0;

@@ -1,6 +1,5 @@
 // Helpers of the operator tests: operands written in a short notation, a
-// one-line picture of a result, and a fixture that restores the switches
-// the operators read.
+// one-line picture of a result, and the reports seen.
 #pragma once
 
 #include <cstdio>
@@ -102,26 +101,9 @@ inline std::string described(int code, const char* text)
   return std::string(vln_err_row(code)->text) + ";" + text;
 }
 
-// Restores SET DECIMALS, EXACT, FIXED and the report level after each test.
+// The operator tests' fixture (VlTest puts the switches back).
 class Ops : public vltest::VlTest {
  protected:
-  void SetUp() override
-  {
-    VlTest::SetUp();
-    decimals_ = vln_flagto.decimals;
-    exact_ = flags[VL_FLAG_EXACT];
-    fixed_ = flags[VL_FLAG_FIXED];
-    level_ = vl_set_flag[VL_SLOT_LEVEL];
-  }
-  void TearDown() override
-  {
-    vln_flagto.decimals = decimals_;
-    flags[VL_FLAG_EXACT] = exact_;
-    flags[VL_FLAG_FIXED] = fixed_;
-    vl_set_flag[VL_SLOT_LEVEL] = level_;
-    vln_priv_mode = 0;
-    VlTest::TearDown();
-  }
   static void developer_mode() { vl_set_flag[VL_SLOT_LEVEL] = VL_DEVEL_LEVEL; }
 
   // The reports since SetUp as "code description|code description".
@@ -138,12 +120,6 @@ class Ops : public vltest::VlTest {
   {
     return code ? std::to_string(code) + " " + described(code, text) : "";
   }
-
- private:
-  int32_t decimals_ = 0;
-  unsigned char exact_ = 0;
-  unsigned char fixed_ = 0;
-  int32_t level_ = 0;
 };
 
 }  // namespace opstest

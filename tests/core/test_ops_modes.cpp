@@ -39,17 +39,8 @@ class OpsModes : public opstest::Ops {
   {
     Ops::SetUp();
     g_field_stores = 0;
-    saved_hook_ = vlnSetFieldHook;
     vlnSetFieldHook = fake_field_store;
   }
-  void TearDown() override
-  {
-    vlnSetFieldHook = saved_hook_;
-    Ops::TearDown();
-  }
-
- private:
-  var* (*saved_hook_)(var*, var*) = nullptr;
 };
 
 TEST_F(OpsModes, ResultRecordChoice)

@@ -97,12 +97,12 @@ Held probe(const std::string& file, long long start, long long len)
   struct flock fl {};
   const bool got = read(pipefd[0], &fl, sizeof fl) == static_cast<ssize_t>(sizeof fl);
   close(pipefd[0]);
-  reap(pid, kDefaultWaitMs);
+  reap(pid, kWatchdogMs);
   if (!got) return {};
   return {fl.l_type, fl.l_pid, fl.l_start, fl.l_len == 0 ? -1 : fl.l_start + fl.l_len - 1};
 }
 
-std::vector<Held> procLocks(const std::string& file, int pid)
+std::vector<Held> procLocks(const std::string& file, int pid, bool waiters)
 {
   std::vector<Held> out;
   struct stat st;
@@ -110,7 +110,9 @@ std::vector<Held> procLocks(const std::string& file, int pid)
   std::ifstream in("/proc/locks");
   std::string line;
   while (std::getline(in, line)) {
-    if (line.find("->") != std::string::npos) continue;  // a waiter, not a holder
+    const size_t arrow = line.find("->");
+    if ((arrow != std::string::npos) != waiters) continue;
+    if (waiters) line.erase(arrow, 2);
     std::istringstream words(line);
     std::string num, kind, adv, type, id, start, end;
     int owner = 0;
@@ -124,6 +126,42 @@ std::vector<Held> procLocks(const std::string& file, int pid)
                    end == "EOF" ? -1 : atoll(end.c_str())});
   }
   return out;
+}
+
+bool waitUntilBlocked(const std::string& file, int pid)
+{
+  for (int waited = 0; waited < kWatchdogMs; waited += 10) {
+    if (!procLocks(file, pid, true).empty()) return true;
+    usleep(10000);
+  }
+  ADD_FAILURE() << "process " << pid << " never blocked on " << file;
+  return false;
+}
+
+namespace {
+const char* g_watched = "";
+
+void watchdogFired(int)
+{
+  const char head[] = "watchdog: still waiting after 30 s: ";
+  (void)!write(2, head, sizeof head - 1);
+  (void)!write(2, g_watched, strlen(g_watched));
+  (void)!write(2, "\n", 1);
+  _exit(1);
+}
+}  // namespace
+
+Watchdog::Watchdog(const char* what)
+{
+  g_watched = what;
+  signal(SIGALRM, watchdogFired);
+  alarm(kWatchdogMs / 1000);
+}
+
+Watchdog::~Watchdog()
+{
+  alarm(0);
+  signal(SIGALRM, SIG_DFL);
 }
 
 Holder::Holder(const std::function<void()>& setup, const std::function<void()>& then)
@@ -146,7 +184,7 @@ Holder::Holder(const std::function<void()>& setup, const std::function<void()>& 
   close(go[0]);
   go_ = go[1];
   struct pollfd p {ready[0], POLLIN, 0};
-  const bool up = poll(&p, 1, kDefaultWaitMs) == 1;
+  const bool up = poll(&p, 1, kWatchdogMs) == 1;
   close(ready[0]);
   EXPECT_TRUE(up) << "helper did not come up";
 }
@@ -160,7 +198,7 @@ void Holder::release()
 {
   if (pid_ <= 0) return;
   close(go_);
-  reap(pid_, kDefaultWaitMs);
+  reap(pid_, kWatchdogMs);
   pid_ = -1;
 }
 
@@ -186,7 +224,7 @@ Tool::Tool()
 Tool::~Tool()
 {
   if (in_ >= 0) close(in_);
-  if (pid_ > 0) reap(pid_, kDefaultWaitMs);
+  if (pid_ > 0) reap(pid_, kWatchdogMs);
   if (out_ >= 0) close(out_);
 }
 

@@ -1,13 +1,15 @@
 // lockharness.h -- helpers for lock tests that run several processes on one
 // file: scratch tables, lock-tool processes, helper children, and probes of
 // the locks other processes hold (F_GETLK from a process that holds none,
-// and /proc/locks).  Every wait has a time limit, so a lock that should not
-// wait fails the test instead of hanging it.
+// and /proc/locks).  Nothing is judged by how long it took: a lock that must
+// not wait is one whose holder never lets go, so if it waited it would wait
+// for ever, and every wait ends at a generous watchdog that fails the test.
 #pragma once
 
 #include <fcntl.h>
 #include <sys/types.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,7 +20,7 @@ namespace locktest {
 
 constexpr int kHeaderLen = 66;  // a DBF header with one field
 constexpr int kRecordLen = 10;
-constexpr int kDefaultWaitMs = 3000;
+constexpr int kWatchdogMs = 30000;  // only a hang takes this long
 
 // A scratch directory, removed with its files at the end.
 class ScratchDir {
@@ -34,6 +36,19 @@ class ScratchDir {
   std::string dir_;
 };
 
+// Makes dir the current directory for its lifetime.
+class InDir {
+ public:
+  explicit InDir(const std::string& dir) : back_(std::filesystem::current_path())
+  {
+    std::filesystem::current_path(dir);
+  }
+  ~InDir() { std::filesystem::current_path(back_); }
+
+ private:
+  std::filesystem::path back_;
+};
+
 // One lock held by someone, as F_GETLK or /proc/locks shows it.
 struct Held {
   int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
@@ -45,8 +60,21 @@ struct Held {
 // F_GETLK for a write lock on the range, made in a forked child so that
 // the caller's own locks are seen too.
 Held probe(const std::string& file, long long start, long long len);
-// The POSIX locks on file listed in /proc/locks, optionally of one pid.
-std::vector<Held> procLocks(const std::string& file, int pid = 0);
+// The POSIX locks on file listed in /proc/locks, optionally of one pid;
+// with waiters, the requests blocked on the file instead.
+std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters = false);
+// Wait until process pid is blocked on a lock of file; false (and a test
+// failure) when the watchdog fires first.
+bool waitUntilBlocked(const std::string& file, int pid);
+
+// Ends the process with a message when the calls in its scope have not
+// returned within kWatchdogMs: for calls in this process that must not
+// wait for a lock a holder keeps for ever.
+class Watchdog {
+ public:
+  explicit Watchdog(const char* what);
+  ~Watchdog();
+};
 
 // A forked child that runs setup (taking locks of its own), reports that it
 // is ready, runs then (which may block, e.g. waiting for a lock), and holds
@@ -78,8 +106,8 @@ class Tool {
   void send(const std::string& command);
   // The answer to the oldest command not yet answered; fails the test when
   // it does not come within ms.
-  Reply reply(int ms = kDefaultWaitMs);
-  Reply run(const std::string& command, int ms = kDefaultWaitMs);
+  Reply reply(int ms = kWatchdogMs);
+  Reply run(const std::string& command, int ms = kWatchdogMs);
   // Whether an answer arrives within ms (it is kept for reply()).
   bool answersWithin(int ms);
   // Error reports seen so far ("<code> <description>").

@@ -32,8 +32,6 @@ class dbLockAreas : public vltest::VlTest {
   {
     for (VlnLockArea* a : {&a1_, &a2_})
       if (a->fd >= 0) close(a);
-    vlnFCNTLreadwrite = 3;
-    vlnFCNTLcompat42 = 0;
     VlTest::TearDown();
   }
   // Open the table in area a and take its USE lock.

@@ -413,6 +413,16 @@ bool open(const std::string& name)
   return used;
 }
 
+void close_all()
+{
+  const int32_t mark = tmpvar_cnt;
+  while (vlnWAHead) {
+    var* args[] = {vlnWAHead->obj};
+    vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, args);
+    del_tmpvars(mark);
+  }
+}
+
 int axit_count() { return g_axit_calls; }
 
 }  // namespace memdrv

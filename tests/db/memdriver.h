@@ -35,6 +35,8 @@ void define(const std::string& name, const std::vector<Field>& fields,
 // Open table name in the lowest free area, which becomes selected; true
 // when the table is in use there.  Leaves no temporaries behind.
 bool open(const std::string& name);
+// Close every area's table through its close message, whatever driver.
+void close_all();
 // How many MEM objects have been destroyed (axit calls) so far.
 int axit_count();
 

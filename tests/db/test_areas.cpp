@@ -44,12 +44,6 @@ class dbAreas : public vltest::VlTest {
     var* obj = toy::open(name, {{"X", 1}});
     return toy::alias(obj);
   }
-  bool reported(int code, const std::string& text) const
-  {
-    for (const auto& r : reports())
-      if (r.code == code && r.description.find(text) != std::string::npos) return true;
-    return false;
-  }
   static int select_fn(const char* text)
   {
     var* arg = set_cv(text);
@@ -260,9 +254,6 @@ TEST_F(dbAreas, ReannouncingRenamesTheAreaAndKnownAliasesBind)
   const int32_t sym = vln_add_var("name");
   EXPECT_EQ(vlnGetIAliasField(1, sym), ERROR_VAR);
   EXPECT_TRUE(reported(342, "ORDERS"));
-  vlnKnownAlias = nullptr;
-  vlnKnownAreas = nullptr;
-  vlnKnownAreaCnt = 0;
 }
 
 TEST_F(dbAreas, ClosingFreesTheObjectOnceAndPushesKeepTheAreaAlive)

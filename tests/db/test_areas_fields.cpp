@@ -32,12 +32,6 @@ class dbFields : public vltest::VlTest {
   static var* eval(const char* text) { return exp_eval(text); }
   static std::string text(const char* expr) { return str(exp_eval(expr)); }
   static double number(const char* expr) { return vlnNumVar(exp_eval(expr)); }
-  bool reported(int code, const std::string& what) const
-  {
-    for (const auto& r : reports())
-      if (r.code == code && r.description.find(what) != std::string::npos) return true;
-    return false;
-  }
 };
 
 TEST_F(dbFields, FieldOfTheSelectedAreaHidesAMemvarOfTheSameName)

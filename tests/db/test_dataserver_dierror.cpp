@@ -90,22 +90,13 @@ class DiError : public vltest::VlTest {
     capture_ = vln_error_handler;
     vln_error_handler = vln_default_error_handler;  // through the error block
     g = BlockSaw{};
-    saved_block_ = mak_var('N', 'U');
-    cpy_var(saved_block_, _bb_errorblock(0, nullptr));
     memdrv::define("people", {{"name", 'C', 8, 0}, {"age", 'N', 3, 0}},
                    {{std::string("ANN"), 31.0}, {std::string("BOB"), 42.0}});
     memdrv::define("towns", {{"town", 'C', 10, 0}}, {{std::string("OSLO")}});
   }
   void TearDown() override
   {
-    _bb_errorblock(1, &saved_block_);
-    del_var(saved_block_);
-    const int32_t mark = tmpvar_cnt;
-    while (vlnWAHead) {
-      var* args[] = {vlnWAHead->obj};
-      vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, args);
-      del_tmpvars(mark);
-    }
+    memdrv::close_all();
     VlTest::TearDown();
   }
   static void install(BlockFn fn)
@@ -113,7 +104,6 @@ class DiError : public vltest::VlTest {
     var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(fn), 1, static_cast<var*>(nullptr));
     _bb_errorblock(1, &block);
   }
-  var* saved_block_ = nullptr;
   void (*capture_)(const VlnErrReport*) = nullptr;  // the fixture's handler
 };
 

@@ -1,6 +1,6 @@
 // The MEM test driver as a data server: two tables in two areas, fields
 // found by name through the areas, positioning, the object's destructor,
-// and the class check of the alias binding.
+// and a closed object.
 #include "areas.h"
 #include "dataserver.h"
 #include "memdriver.h"
@@ -25,17 +25,8 @@ class MemDriver : public vltest::VlTest {
   }
   void TearDown() override
   {
-    close_all();
+    memdrv::close_all();
     VlTest::TearDown();
-  }
-  static void close_all()
-  {
-    const int32_t mark = tmpvar_cnt;
-    while (vlnWAHead) {
-      var* args[] = {vlnWAHead->obj};
-      vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, args);
-      del_tmpvars(mark);
-    }
   }
   // The selected area's object, sent message slot with one optional argument.
   static var* send(const char* name, int32_t slot, var* arg = nullptr)
@@ -123,7 +114,7 @@ TEST_F(MemDriver, CloseRetiresAreaAndFieldsAndRunsAxitOnce)
   // The field of the closed table is gone; the other table's stays.
   EXPECT_EQ(vlnGetAliasFieldNoError(vlnAliasLocateArea("PEOPLE"), locate_var("town")), nullptr);
   EXPECT_EQ(vlnNumVar(vlnGetCAliasCField("people", "age")), 31);
-  close_all();
+  memdrv::close_all();
   EXPECT_EQ(memdrv::axit_count(), axits + 2);
   EXPECT_EQ(vlnWAHead, nullptr);
 }
@@ -143,34 +134,6 @@ TEST_F(MemDriver, ClosedObjectLeavesTheAreasAlone)
   del_tmpvars(mark);
   EXPECT_EQ(memdrv::axit_count(), axits + 1);
   EXPECT_TRUE(reports().empty());
-}
-
-TEST_F(MemDriver, UnimplementedMessagesAnswerFromTheAbstractClass)
-{
-  ASSERT_TRUE(memdrv::open("people"));
-  var* obj = vlnSelectedArea->obj;
-  var* args[] = {obj, set_cv("key")};
-  EXPECT_EQ(VARR(vlnDoMethod("seek", VLN_DS_SEEK, 0, 2, args)), VARR(obj));
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_EQ(reports()[0].code, 343);
-  EXPECT_NE(reports()[0].description.find("Class 'memdriver' does not define method 'seek'"),
-            std::string::npos);
-}
-
-// A class without the data-server mark cannot be bound to an area.
-const VlnClassRow kPlainClass[] = {
-    {'O', 0, 0, 2},
-    {reinterpret_cast<intptr_t>("plain"), 0, 0, 0},
-};
-
-TEST_F(MemDriver, AliasBindingRefusesAClassNotDerivedFromDataserver)
-{
-  var* methods = cre_arr(cre_tmpvar(), 0, 0, static_cast<var*>(nullptr));
-  var* obj = set_Ov(0, kPlainClass, methods);
-  char alias[16];
-  EXPECT_EQ(vlnAnnounceAlias(obj, "plain", alias), -1);
-  EXPECT_EQ(last_code(), 338);
-  EXPECT_EQ(vlnWAHead, nullptr);
 }
 
 }  // namespace

@@ -40,13 +40,6 @@ class Facade : public vltest::VlTest {
     ASSERT_EQ(vlnSelectedArea->obj, nullptr);
     reports().clear();
   }
-  void TearDown() override
-  {
-    vl_set_flag[0] = VL_LEVEL_NORMAL;
-    var* old = set_cv("DBFIDX");
-    _bb_rddsetdefa(1, &old);
-    VlTest::TearDown();
-  }
   static constexpr int kArea = 3;
 };
 
@@ -57,46 +50,28 @@ struct EmptyCase {
   const char* answer;
 };
 
-// Every table function on an area without a table: whether it reports, and
-// what it gives.
+// Table functions on an area without a table: whether they report, and what
+// they give.  The functions written by hand each have a row; of the ones that
+// are a row of the facade's own table, one per shape, empty-area mode and
+// neutral value.
 const EmptyCase kEmpty[] = {
-    {"DBDELETE", _bb_dbdelete, true, ".F."},      {"DBEVAL", _bb_dbeval, true, ".F."},
-    {"DBGOBOTTOM", _bb_dbgobottom, true, ".F."},  {"DBGOTO", _bb_dbgoto, true, ".F."},
-    {"DBGOTOP", _bb_dbgotop, true, ".F."},        {"__DBPACK", _bb___dbpack, true, ".F."},
-    {"DBRECALL", _bb_dbrecall, true, ".F."},      {"DBSEEK", _bb_dbseek, true, ".F."},
-    {"DBSKIP", _bb_dbskip, true, ".F."},          {"__DBZAP", _bb___dbzap, true, ".F."},
-    {"FIELDGET", _bb_fieldget, true, "NIL"},      {"FIELDPUT", _bb_fieldput, true, "NIL"},
-    {"ORDCREATE", _bb_ordcreate, true, ".F."},    {"ORDDESTROY", _bb_orddestroy, true, "#0"},
-    {"ORDLISTREBUILD", _bb_ordlistreb, true, ".F."},
-    {"BOF", _bb_bof, false, ".F."},               {"DELETED", _bb_deleted, false, ".F."},
-    {"EOF", _bb_eof, false, ".F."},               {"FOUND", _bb_found, false, ".F."},
-    {"USED", _bb_used, false, ".F."},             {"__DBAPPDEL", _bb___dbappdel, false, ".F."},
-    {"__DBAPPSDF", _bb___dbappsdf, false, ".F."}, {"DBAPPEND", _bb_dbappend, false, ".F."},
-    {"DBCLOSEAREA", _bb_dbcloseare, false, ".F."}, {"DBCLEARFILTER", _bb_dbclearfil, false, ".F."},
-    {"DBCLEARREL", _bb_dbclearrel, false, ".F."}, {"DBCOMMIT", _bb_dbcommit, false, ".F."},
-    {"DBRUNLOCK", _bb_dbrunlock, false, ".F."},   {"DBSETFILTER", _bb_dbsetfilte, false, ".F."},
-    {"DBSETLOCATE", _bb_dbsetlocat, false, ".F."}, {"DBSETRELATION", _bb_dbsetrelat, false, ".F."},
-    {"DBUNLOCK", _bb_dbunlock, false, ".F."},     {"FLOCK", _bb_flock, false, ".F."},
-    {"ISDBEXCL", _bb_isdbexcl, false, ".F."},     {"ISDBFLOCK", _bb_isdbflock, false, ".F."},
-    {"_SEEKEVAL", _bb__seekeval, false, ".F."},   {"RLOCKVERIFY", _bb_rlockverif, false, ".F."},
-    {"ORDCONDSET", _bb_ordcondset, false, ".F."}, {"ORDLISTADD", _bb_ordlistadd, false, ".F."},
-    {"ORDLISTCLEAR", _bb_ordlistcle, false, ".F."},
-    {"ALIAS", _bb_alias, false, "\"\""},          {"DBF", _bb_dbf, false, "\"\""},
-    {"DBFILTER", _bb_dbfilter, false, "\"\""},    {"DBRELATION", _bb_dbrelation, false, "\"\""},
-    {"FIELDNAME", _bb_fieldname, false, "\"\""},  {"FIELDTYPE", _bb_fieldtype, false, "\"\""},
-    {"INDEXDBF", _bb_indexdbf, false, "\"\""},    {"INDEXKEY", _bb_indexkey, false, "\"\""},
-    {"RDDNAME", _bb_rddname, false, "\"\""},
-    {"DBRSELECT", _bb_dbrselect, false, "#0"},    {"FCOUNT", _bb_fcount, false, "#0"},
-    {"FIELDDEC", _bb_fielddeci, false, "#0"},     {"FIELDLEN", _bb_fieldlen, false, "#0"},
-    {"FIELDPOS", _bb_fieldpos, false, "#0"},      {"HEADER", _bb_header, false, "#0"},
-    {"INDEXCOUNT", _bb_indexcount, false, "#0"},  {"INDEXORD", _bb_indexord, false, "#0"},
-    {"LASTREC", _bb_lastrec, false, "#0"},        {"ORDSETFOCUS", _bb_ordsetfocu, false, "#0"},
-    {"RECCOUNT", _bb_reccount, false, "#0"},      {"RECNO", _bb_recno, false, "#0"},
-    {"RECSIZE", _bb_recsize, false, "#0"},
-    {"INDEXCHECK", _bb_indexcheck, false, "#-1"}, {"USERSDBF", _bb_usersdbf, false, "#-1"},
-    {"LUPDATE", _bb_lupdate, false, "D0"},
-    {"DBGETLOCATE", _bb_dbgetlocat, false, "NIL"}, {"DBRLOCKLIST", _bb_dbrlocklis, false, "NIL"},
-    {"DBSTRUCT", _bb_dbstruct, false, "NIL"},     {"INDEXNAMES", _bb_indexnames, false, "A0"},
+    {"DBSEEK", _bb_dbseek, true, ".F."},          {"DBAPPEND", _bb_dbappend, false, ".F."},
+    {"ORDLISTADD", _bb_ordlistadd, false, ".F."}, {"FOUND", _bb_found, false, ".F."},
+    {"ORDSETFOCUS", _bb_ordsetfocu, false, "#0"}, {"DBSETLOCATE", _bb_dbsetlocat, false, ".F."},
+    {"DBSETRELATION", _bb_dbsetrelat, false, ".F."}, {"ISDBEXCL", _bb_isdbexcl, false, ".F."},
+    {"DBRSELECT", _bb_dbrselect, false, "#0"},    {"INDEXNAMES", _bb_indexnames, false, "A0"},
+    {"DBF", _bb_dbf, false, "\"\""},
+    // send, report
+    {"DBDELETE", _bb_dbdelete, true, ".F."},      {"FIELDGET", _bb_fieldget, true, "NIL"},
+    {"ORDDESTROY", _bb_orddestroy, true, "#0"},   {"DBEVAL", _bb_dbeval, true, ".F."},
+    // send or scope, silent
+    {"DBCOMMIT", _bb_dbcommit, false, ".F."},     {"__DBAPPSDF", _bb___dbappsdf, false, ".F."},
+    {"FIELDNAME", _bb_fieldname, false, "\"\""}, {"INDEXCHECK", _bb_indexcheck, false, "#-1"},
+    {"DBSTRUCT", _bb_dbstruct, false, "NIL"},
+    // read a variable
+    {"EOF", _bb_eof, false, ".F."},               {"ALIAS", _bb_alias, false, "\"\""},
+    {"RECNO", _bb_recno, false, "#0"},            {"LUPDATE", _bb_lupdate, false, "D0"},
+    {"DBGETLOCATE", _bb_dbgetlocat, false, "NIL"},
 };
 
 TEST_F(Facade, EveryFunctionOnAnEmptyAreaGivesItsNeutralValue)
@@ -105,25 +80,9 @@ TEST_F(Facade, EveryFunctionOnAnEmptyAreaGivesItsNeutralValue)
     SCOPED_TRACE(c.name);
     reports().clear();
     EXPECT_EQ(show(vl_call(c.fn, {})), c.answer);
-    if (c.reports) {
-      ASSERT_EQ(reports().size(), 1u);
-      EXPECT_EQ(reports()[0].code, 322);
-      EXPECT_EQ(reports()[0].severity, VL_SEV_RUNTIME);
-      EXPECT_NE(reports()[0].description.find("in work area 3"), std::string::npos)
-          << reports()[0].description;
-    } else {
-      EXPECT_TRUE(reports().empty());
-    }
+    EXPECT_EQ(reports().size(), c.reports ? 1u : 0u);
+    EXPECT_TRUE(!c.reports || reported(322, "in work area 3"));
   }
-}
-
-TEST_F(Facade, SkipInAnEmptyAreaReportsWhileEofIsQuietlyFalse)
-{
-  vl_call(_bb_dbskip, {set_Iv(1)});
-  EXPECT_EQ(last_code(), 322);
-  reports().clear();
-  EXPECT_EQ(vl_call(_bb_eof, {}), FALSE_VAR);
-  EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(Facade, ParamCheckPassesAbsentNilAndListedTypes)
@@ -133,12 +92,9 @@ TEST_F(Facade, ParamCheckPassesAbsentNilAndListedTypes)
   EXPECT_EQ(vlnParamCheck(set_Iv(2), "INF", "DBSKIP"), 1);
   EXPECT_TRUE(reports().empty());
   EXPECT_EQ(vlnParamCheck(set_cv("x"), "INF", "DBSKIP"), 0);
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_EQ(reports()[0].code, 312);
+  EXPECT_EQ(reports().size(), 1u);
+  EXPECT_TRUE(reported(312, "DBSKIP: argument type 'C' not in 'INF'"));
   EXPECT_EQ(reports()[0].severity, VL_SEV_RUNTIME);
-  EXPECT_NE(reports()[0].description.find("DBSKIP: argument type 'C' not in 'INF'"),
-            std::string::npos)
-      << reports()[0].description;
 }
 
 TEST_F(Facade, IndexExtensionWithoutTableAsksTheDefaultDriver)
@@ -146,8 +102,7 @@ TEST_F(Facade, IndexExtensionWithoutTableAsksTheDefaultDriver)
   // No DBFIDX constructor is linked into this program: the closed object
   // cannot be made, which is reported, and the answer is empty.
   EXPECT_EQ(str(vl_call(_bb_indexext, {})), "");
-  EXPECT_EQ(last_code(), 320);
-  EXPECT_NE(reports().back().description.find("Driver 'DBFIDXNEW' not found"), std::string::npos);
+  EXPECT_TRUE(reported(320, "Driver 'DBFIDXNEW' not found"));
 }
 
 // ---- The registry. ----
@@ -194,14 +149,12 @@ TEST_F(Facade, ClearedDefaultFailsTheNextMakeWithTheBareSuffix)
   vl_call(_bb_rddsetdefa, {set_cv("")});
   EXPECT_STREQ(cDefaultDriver, "");
   EXPECT_EQ(vlnGetObject(NIL_VAR), nullptr);
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_EQ(reports()[0].code, 320);
-  EXPECT_NE(reports()[0].description.find("Driver 'NEW' not found"), std::string::npos);
+  EXPECT_EQ(reports().size(), 1u);
+  EXPECT_TRUE(reported(320, "Driver 'NEW' not found"));
   // A first-choice driver takes the place of a cleared default.
   std::snprintf(cFirstChoiceDriver, sizeof cFirstChoiceDriver, "%s", "FIRST");
   vl_call(_bb_rddsetdefa, {set_cv(" ")});
   EXPECT_STREQ(cDefaultDriver, "FIRST");
-  cFirstChoiceDriver[0] = '\0';
 }
 
 TEST_F(Facade, DriverNamesReachTheirConstructorTrimmedAndUpperCased)
@@ -219,8 +172,7 @@ TEST_F(Facade, DriverNamesReachTheirConstructorTrimmedAndUpperCased)
   ASSERT_EQ(g_ctor_argc.size(), 2u);
   EXPECT_EQ(g_ctor_last[1], "\"file\" .T. NIL NIL \" Toy\" ");
   EXPECT_EQ(vl_call(_bb_dbserverne, {NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, set_cv("nodriver")}), NIL_VAR);
-  EXPECT_EQ(last_code(), 320);
-  EXPECT_NE(reports().back().description.find("Driver 'NODRIVERNEW' not found"), std::string::npos);
+  EXPECT_TRUE(reported(320, "Driver 'NODRIVERNEW' not found"));
 }
 
 // ---- DBSELECTAREA. ----
@@ -234,10 +186,8 @@ TEST_F(Facade, SelectAreaArgumentRules)
   EXPECT_EQ(last_code(), 902);
   reports().clear();
   EXPECT_EQ(vl_call(_bb_dbselectar, {TRUE_VAR}), FALSE_VAR);
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_EQ(reports()[0].code, 320);
-  EXPECT_NE(reports()[0].description.find("DbSelectArea(): illegal parameter type 'L'"),
-            std::string::npos);
+  EXPECT_EQ(reports().size(), 1u);
+  EXPECT_TRUE(reported(320, "DbSelectArea(): illegal parameter type 'L'"));
   EXPECT_EQ(vlnSelectedArea->number, kArea);
   // A block gives the area.
   var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(area_five), 0, static_cast<var*>(nullptr));
@@ -321,7 +271,6 @@ class FacadeSends : public Facade {
   void TearDown() override
   {
     vlnRetireAlias(vlnSelectedArea->obj);
-    flags[VL_FLAG_SOFTSEEK] = 0;
     Facade::TearDown();
   }
 };

@@ -69,21 +69,4 @@ TEST_F(Dump, ObjectAndTraceGoToTheDiagnosticStream)
   std::fclose(f);
 }
 
-TEST_F(Dump, StreamStateUnderTheOldLabels)
-{
-  FILE* f = std::tmpfile();
-  ASSERT_NE(f, nullptr);
-  std::fputs("abc", f);
-  std::rewind(f);
-  std::fgetc(f);
-  const int fd = fileno(f);
-  CaptureStderr();
-  vlscDumpFP(f);
-  std::string out = GetCapturedStderr();
-  std::fclose(f);
-  EXPECT_NE(out.find("FILE #       := " + std::to_string(fd) + " \n"), std::string::npos) << out;
-  EXPECT_NE(out.find("FILE  __cnt  := 2\n"), std::string::npos) << out;
-  EXPECT_NE(out.find("FILE *__ptr..:= bc\n"), std::string::npos) << out;
-}
-
 }  // namespace

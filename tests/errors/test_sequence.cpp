@@ -102,20 +102,12 @@ class Sequence : public vltest::VlTest {
     vln_error_handler = vln_default_error_handler;  // the real object path
     g = Trace{};
     if (g_private < 0) g_private = vln_add_var("seqpriv");
-    saved_block_ = cre_tmpvar();
-    cpy_var(saved_block_, _bb_errorblock(0, nullptr));
-  }
-  void TearDown() override
-  {
-    _bb_errorblock(1, &saved_block_);
-    VlTest::TearDown();
   }
   void install(BlockFn fn)
   {
     var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(fn), 1, static_cast<var*>(nullptr));
     _bb_errorblock(1, &block);
   }
-  var* saved_block_ = nullptr;
 };
 
 TEST_F(Sequence, BreakFromTheErrorBlockReachesRecoverWithTheObject)

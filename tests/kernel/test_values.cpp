@@ -23,28 +23,6 @@ TEST_F(Values, ConstantsSurviveLinkTrafficAndRefuseWrites)
   EXPECT_STREQ(VSTR(NULLSTR_VAR), "");
 }
 
-TEST_F(Values, TemporariesAreReleasedToTheMark)
-{
-  var* t = cre_tmpvar();
-  EXPECT_EQ(t->Type, 'U');
-  EXPECT_EQ(t->Mode, 'T');
-  EXPECT_EQ(t->Length, 0);
-  for (int i = 0; i < 5000; ++i) set_cv("x");
-  EXPECT_EQ(tmpvar_cnt, tmp_mark_ + 5001);
-  del_tmpvars(tmp_mark_);
-  EXPECT_EQ(tmpvar_cnt, tmp_mark_);
-}
-
-TEST_F(Values, AddTmpvarDoesNotRaiseLinks)
-{
-  var* v = mak_var('N', 'U');
-  ++v->Links;  // a second holder
-  add_tmpvar(v);
-  del_tmpvars(tmp_mark_);
-  EXPECT_EQ(v->Links, 1u);
-  del_var(v);
-}
-
 TEST_F(Values, CopyOfABorrowedLiteralOwnsItsText)
 {
   char literal[] = "abc";
@@ -78,32 +56,6 @@ TEST_F(Values, AssigningAValueToItselfOrItsOwnElementIsSafe)
   EXPECT_EQ(str(a), "inner");
   del_var(a);
   del_var(s);
-}
-
-TEST_F(Values, ArraysAreSharedByLinkAndFreedByTheLastHolder)
-{
-  var* a = mak_var('N', 'U');
-  a->Type = 'A';
-  VARR(a) = vln_arr_new(3);
-  var* b = mak_var('N', 'U');
-  cpy_var(b, a);
-  EXPECT_EQ(VARR(b), VARR(a));
-  EXPECT_EQ(VARR(a)->A_links, 2u);
-  set_nvar(VARR(b)->A_vec[1], 7, 0);
-  EXPECT_EQ(VDBL(VARR(a)->A_vec[1]), 7.0);
-  EXPECT_EQ(VARR(a)->A_vec[3], nullptr);
-  del_var(a);
-  EXPECT_EQ(VARR(b)->A_links, 1u);
-  del_var(b);
-}
-
-TEST_F(Values, ArraysAboveTheLimitCannotExist)
-{
-  EXPECT_EQ(vln_arr_new(VL_MAX_ARRAY + 1), nullptr);
-  EXPECT_EQ(last_code(), 409);
-  ArrRec* a = vln_arr_new(VL_MAX_ARRAY);
-  ASSERT_NE(a, nullptr);
-  vln_arr_unref(a);
 }
 
 TEST_F(Values, ReleasingAnObjectRunsAxitOnce)

@@ -1,12 +1,148 @@
 #include "vltest.h"
 
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "evalhooks.h"
+#include "locks.h"
+#include "sethooks.h"
+#include "smallfns.h"
+
 namespace vltest {
 
-static void capture(const VlnErrReport* r)
+namespace {
+
+void capture(const VlnErrReport* r)
 {
   VlTest::reports().push_back(
       VlTest::Seen{r->gencode, r->severity, r->description ? r->description : ""});
 }
+
+// A global of plain bytes (a switch, a hook, a fixed buffer) and its copy.
+struct RawCopy {
+  void* at;
+  std::vector<unsigned char> bytes;
+};
+
+template <class T>
+RawCopy raw(T& global)
+{
+  const auto* p = reinterpret_cast<const unsigned char*>(&global);
+  return {&global, std::vector<unsigned char>(p, p + sizeof global)};
+}
+
+// Every plain global a test changes, directly or through a language function.
+std::vector<RawCopy> plain_globals()
+{
+  return {raw(flags), raw(vl_set_flag), raw(__status), raw(errstat),
+          raw(cDefaultDriver), raw(cFirstChoiceDriver), raw(vlnFCNTLprot),
+          raw(vlnFCNTLprotDbf), raw(vlnRetryFcntlSec), raw(vlnFCNTLreadwrite),
+          raw(vlnFCNTLcompat42), raw(vln_priv_mode), raw(vlnKnownAlias),
+          raw(vlnKnownAreas), raw(vlnKnownAreaCnt), raw(__diag), raw(__diag_fp), raw(__diag_types),
+          raw(vln_qout_hook), raw(vln_waitkey_hook),
+          raw(vln_endwin_hook), raw(vln_eval_field_hook), raw(vln_eval_alias_field_hook),
+          raw(vln_eval_push_area_hook), raw(vln_eval_pop_area_hook), raw(vln_eval_send_hook),
+          raw(vln_typeahead_hook), raw(vln_color_hook), raw(vln_cursor_hook),
+          raw(vln_lookahead_hook), raw(vln_termkey_hook), raw(vln_escdelay_hook),
+          raw(vln_checkforterm_hook), raw(vln_term_reinit_hook), raw(vln_alternate_hook),
+          raw(vln_extra_hook), raw(vln_printer_hook), raw(vln_printer_ready_hook),
+          raw(vln_autolock_get_hook), raw(vln_autolock_set_hook), raw(vln_autolock_on_hook),
+          raw(vln_datefmt_hook), raw(vlnHasColorsHook), raw(vlnAreaNumberHook),
+          raw(vlnLockTraceAreas), raw(vlnSetFieldHook), raw(vlnGetFieldHook),
+          raw(vlnDupWindowHook), raw(vlnDelWindowHook), raw(vlnAxitHook)};
+}
+
+constexpr int kLastSet = 41;
+
+std::map<std::string, std::string> environment()
+{
+  std::map<std::string, std::string> env;
+  for (char** e = environ; *e; ++e) {
+    const char* eq = std::strchr(*e, '=');
+    if (eq) env.emplace(std::string(*e, static_cast<size_t>(eq - *e)), eq + 1);
+  }
+  return env;
+}
+
+std::set<std::string> files_in(const std::string& dir)
+{
+  std::set<std::string> names;
+  std::error_code ec;
+  for (const auto& e : std::filesystem::directory_iterator(dir, ec))
+    names.insert(e.path().filename().string());
+  return names;
+}
+
+}  // namespace
+
+// The SET values by number (-1/VL_SET_NOCHANGE/absent where n is not of
+// that kind), the plain globals, and what needs a function to put back.
+struct VlTest::Saved {
+  std::vector<RawCopy> plain = plain_globals();
+  int logical[kLastSet + 1];
+  int number[kLastSet + 1];
+  std::vector<std::pair<int, std::string>> texts;
+  int intvar = vlnGetIntvar();
+  int multilocks = vlnGetMultilocks();
+  int neterr = vlnGetNeterr();
+  std::vector<BbFn> registry;
+  var* error_block = nullptr;
+  int area = vlnSelectedArea ? vlnSelectedArea->number : 0;
+  bool chain_empty = vlnWAHead == nullptr;
+  std::map<std::string, std::string> env = environment();
+  std::string cwd = std::filesystem::current_path().string();
+  std::set<std::string> files = files_in(cwd);
+
+  Saved()
+  {
+    for (int n = 1; n <= kLastSet; ++n) {
+      logical[n] = _cgetseton(2, n);
+      number[n] = _cgetsetnum(n, VL_SET_NOCHANGE);
+      if (const char* t = _cgetsetstr(n, nullptr)) texts.emplace_back(n, t);
+    }
+    for (int32_t i = 1; i < vln_ftab_size(); ++i) registry.push_back(glob_ftab[i].fn);
+    error_block = mak_var('N', 'U');
+    cpy_var(error_block, _bb_errorblock(0, nullptr));
+  }
+
+  void restore()
+  {
+    if (chain_empty && vlnWAHead) {
+      ADD_FAILURE() << "a work area was left open";
+      _bb_dbcloseall(0, nullptr);
+    }
+    for (const RawCopy& r : plain) std::memcpy(r.at, r.bytes.data(), r.bytes.size());
+    // Texts first: a side channel goes on only with its file named.
+    for (const auto& [n, text] : texts) _cgetsetstr(n, text.c_str());
+    for (int n = 1; n <= kLastSet; ++n) {
+      if (number[n] != VL_SET_NOCHANGE) _cgetsetnum(n, number[n]);
+      if (logical[n] >= 0) _cgetseton(logical[n], n);
+    }
+    for (const RawCopy& r : plain) std::memcpy(r.at, r.bytes.data(), r.bytes.size());
+    vlnSetIntvar(intvar);
+    vlnSetMultilocks(multilocks);
+    vlnSetNeterr(neterr);
+    for (size_t i = 0; i < registry.size() && static_cast<int32_t>(i) + 1 < vln_ftab_size(); ++i)
+      glob_ftab[i + 1].fn = registry[i];
+    _bb_errorblock(1, &error_block);
+    del_var(error_block);
+    if (area > 0) vlnSelect(set_Iv(area), 0);
+    for (const auto& [name, value] : environment())
+      if (!env.count(name)) unsetenv(name.c_str());
+    for (const auto& [name, value] : env) setenv(name.c_str(), value.c_str(), 1);
+    std::error_code ec;
+    if (std::filesystem::current_path(ec).string() != cwd) {
+      ADD_FAILURE() << "the current directory was left changed";
+      std::filesystem::current_path(cwd, ec);
+    }
+    for (const std::string& f : files_in(cwd))
+      if (!files.count(f)) ADD_FAILURE() << "file left behind: " << f;
+  }
+};
 
 std::vector<VlTest::Seen>& VlTest::reports()
 {
@@ -14,9 +150,13 @@ std::vector<VlTest::Seen>& VlTest::reports()
   return seen;
 }
 
+VlTest::VlTest() = default;
+VlTest::~VlTest() = default;
+
 void VlTest::SetUp()
 {
   reports().clear();
+  saved_ = std::make_unique<Saved>();
   vln_error_handler = capture;
   tmp_mark_ = tmpvar_cnt;
   frame_mark_ = old_fn_stack;
@@ -28,12 +168,30 @@ void VlTest::TearDown()
   del_tmpvars(tmp_mark_);
   EXPECT_EQ(old_fn_stack, frame_mark_) << "a frame was left open";
   EXPECT_EQ(glob_depth, depth_mark_);
+  vln_error_handler = capture;  // what putting things back reports is seen here
+  if (saved_) saved_->restore();
+  saved_.reset();
+  del_tmpvars(tmp_mark_);
   vln_error_handler = vln_default_error_handler;
 }
 
 int VlTest::last_code() const
 {
   return reports().empty() ? 0 : reports().back().code;
+}
+
+int VlTest::count(int code)
+{
+  int k = 0;
+  for (const auto& r : reports()) k += r.code == code;
+  return k;
+}
+
+bool VlTest::reported(int code, const std::string& text)
+{
+  for (const auto& r : reports())
+    if (r.code == code && r.description.find(text) != std::string::npos) return true;
+  return false;
 }
 
 std::string str(var* v)

@@ -26,15 +26,7 @@ std::string STR(var* v) { return str(vl_call(_bb_str, {v})); }
 std::string STR(var* v, var* w) { return str(vl_call(_bb_str, {v, w})); }
 std::string STR(var* v, var* w, var* d) { return str(vl_call(_bb_str, {v, w, d})); }
 
-class Numbers : public vltest::VlTest {
- protected:
-  void TearDown() override
-  {
-    _cgetseton(0, 2);      // SET FIXED OFF
-    _cgetsetnum(3, 2);     // SET DECIMALS TO 2
-    VlTest::TearDown();
-  }
-};
+class Numbers : public vltest::VlTest {};
 
 struct RoundCase {
   double x;

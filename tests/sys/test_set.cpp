@@ -136,13 +136,6 @@ TEST_F(Set, ALogicalSetsANumbersSign)
   EXPECT_EQ(VDBL(set(16)), 1) << "the cursor is kept as 0 or 1";
 }
 
-TEST_F(Set, MessageRowReturnsTheFormerValueThatTime)
-{
-  set(36, num(2));
-  EXPECT_EQ(VDBL(set(36, num(5))), 2);
-  EXPECT_EQ(VDBL(set(36)), 5);
-}
-
 TEST_F(Set, TextSettingsRoundTrip)
 {
   EXPECT_EQ(str(set(15)), "W/N,N/W,N,N,N/W");

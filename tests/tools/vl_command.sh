@@ -37,10 +37,18 @@ echo "$out" | grep -q -- '-e needs an expression'; check "-e says what is missin
 if command -v tmux > /dev/null; then
   sock="vltest$$"
   tmux -L "$sock" new-session -d -x 100 -y 20 "$vl"
-  sleep 0.5
+  # Wait for what the screen should show, up to a 30 s watchdog.
+  wait_for() {
+    for _ in $(seq 300); do
+      screen="$(tmux -L "$sock" capture-pane -p)"
+      echo "$screen" | grep -q "$1" && return 0
+      sleep 0.1
+    done
+    return 1
+  }
+  wait_for '^vl>'
   tmux -L "$sock" send-keys 'y := 3' Enter 'nosuch()' Enter 'y + 1' Enter
-  sleep 0.7
-  screen="$(tmux -L "$sock" capture-pane -p)"
+  wait_for '^         4$'
   tmux -L "$sock" kill-server
   echo "$screen" | grep -q 'Run-time error 308' ; check "prompt shows the error" "0" "$?"
   echo "$screen" | grep -q '^         4$' ; check "prompt goes on after an error" "0" "$?"
