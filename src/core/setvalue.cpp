@@ -12,6 +12,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "dates.h"
 #include "kernel.h"
 #include "set.h"
 #include "valrec.hpp"
@@ -149,6 +150,7 @@ var* set_Cvar(var* v, const char* text, int32_t len)
 
 var* set_dvar(var* v, int32_t day)
 {
+  if (!vln_day_ok(day)) return vln_day_range_error("date value", day);
   var s = scalar('D', 8);
   s.Value.w1.i = day;
   return store_scalar(v, s);

@@ -239,6 +239,7 @@ var* set_cvarf(int32_t index, const char* text);
 var* set_cv(const char* text);
 var* set_Cvar(var* v, const char* text, int32_t len);
 
+/* A day number after 9999-12-31 reports 409 and stores nothing. */
 var* set_dvar(var* v, int32_t day);
 var* set_dvarv(int32_t index, int32_t day);
 var* set_dvarf(int32_t index, int32_t day);

@@ -28,7 +28,20 @@ VL_BEGIN_DECLS
 
 /* ---- The calendar. ---- */
 
-/* Day number of day d of month m of year y; 0 when there is no such day. */
+/* The last day a date may be: 31 December 9999, so that every date has a
+** year of four digits and "YYYYMMDD" stays eight characters. */
+#define VLN_LAST_DAY 3652059
+
+/* Whether day number n may stand in a date: up to VLN_LAST_DAY.  Day
+** numbers below 1 (before the empty date 0, too) are kept as they are and
+** show as the empty date. */
+static inline int vln_day_ok(int64_t n) { return n >= INT32_MIN && n <= VLN_LAST_DAY; }
+/* Report day number n, made by what (e.g. "date arithmetic"), as out of
+** range (409); gives ERROR_VAR.  The report runs the error block. */
+var* vln_day_range_error(const char* what, int64_t n);
+
+/* Day number of day d of month m of year y (1 to 9999); 0 when there is no
+** such day. */
 int32_t datoint(int d, int m, int y);
 /* Day, month and year of day number n; all 0 for 0 (and for n < 0). */
 void intodat(int32_t n, int* d, int* m, int* y);
@@ -48,7 +61,9 @@ int32_t vln_today(void);
 
 /* Day number of a "YYYYMMDD" text (0 when it is no valid date). */
 int32_t get_dat(const char* text);
-/* "YYYYMMDD" of day number n, or 8 blanks for 0; a static buffer. */
+/* "YYYYMMDD" of day number n, or 8 blanks for 0; a static buffer.  Always
+** eight characters: a year beyond 9999 (a day number no date may hold)
+** keeps its last four digits. */
 const char* set_dat(int32_t n);
 
 /* ---- The SET DATE form. ---- */
@@ -93,6 +108,9 @@ var* _bb_dtos(int argc, var** argv);
 var* _bb_stod(int argc, var** argv);
 var* _bb_dtoc(int argc, var** argv);
 var* _bb_ctod(int argc, var** argv);
+/* ELAPTIME(start, end): "HH:MM:SS" from start to end, two "HH:MM:SS"
+** texts; an end before the start counts on the next day. */
+var* _bb_elaptime(int argc, var** argv);
 
 VL_END_DECLS
 
