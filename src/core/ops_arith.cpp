@@ -74,15 +74,19 @@ template <class Op>
 
 // The date day into the record site chooses; a day no date may hold is
 // refused and nothing stored.
-inline var* date_into(const Site& site, int64_t day)
+inline var* date_into(const Site& site, double day)
 {
   if (!vln_day_ok(day)) [[unlikely]]
-    return vln_day_range_error("date arithmetic", day);
+    return vln_day_range_error("date arithmetic");
   return site.finish(put_date(site.choose(), static_cast<int32_t>(day)));
 }
 
-// Date d moved by n days, computed without wrapping.
-inline int64_t moved(const var* d, int64_t n) { return d->Value.w1.i + n; }
+// Date d moved by the whole part of number n (sign -1: back), computed
+// without wrapping or cutting n.
+inline double moved(const var* d, const var* n, int sign = 1)
+{
+  return d->Value.w1.i + sign * (is_double(n) ? std::trunc(n->Value.w1.d) : n->Value.w1.i);
+}
 
 // The additive members may store a text result in place in a borrowed
 // variable too, and never reuse a text temporary on the right.
@@ -154,12 +158,12 @@ var* add_values(var* l, var* r, int assign)
       return site.finish(join_text(site, l, r, false));
     case 'D':
       if (!numeric(r)) return fail(kTypeMismatch, kAddToDate);
-      return date_into(site, moved(l, whole(r)));
+      return date_into(site, moved(l, r));
     case 'F':
     case 'N':
     case 'I':
     case 'L':
-      if (r->Type == 'D') return date_into(site, moved(r, whole(l)));
+      if (r->Type == 'D') return date_into(site, moved(r, l));
       if (!numeric(r)) return fail(kTypeMismatch, kAddToNumber);
       return combine<Add>(site, l, r, kIL.has(l->Type) && kIL.has(r->Type), max_dec(l, r));
     default:
@@ -187,7 +191,7 @@ var* sub_values(var* l, var* r, int assign)
                                    static_cast<double>(l->Value.w1.i) - r->Value.w1.i,
                                    vlnGetDecimals()));
       if (!kNFI.has(r->Type)) return fail(kTypeMismatch, kSubFromDate);
-      return date_into(site, moved(l, -int64_t{whole(r)}));
+      return date_into(site, moved(l, r, -1));
     case 'F':
     case 'N':
       if (!numeric(r)) return fail(kTypeMismatch, kSubFromNumber);
@@ -241,7 +245,7 @@ var* n_add_u(double d, int dec, var* v, int assign)
   const var lit = literal_num(d, dec);
   switch (v->Type) {
     case 'D':
-      return date_into(site, moved(v, whole(&lit)));
+      return date_into(site, moved(v, &lit));
     case 'I':
     case 'F':
     case 'N':
@@ -268,7 +272,7 @@ var* u_sub_n(var* v, double d, int dec, int assign)
   const var lit = literal_num(d, dec);
   switch (v->Type) {
     case 'D':
-      return date_into(site, moved(v, -int64_t{whole(&lit)}));
+      return date_into(site, moved(v, &lit, -1));
     case 'I':
     case 'F':
     case 'N':

@@ -78,8 +78,8 @@ var* step(var* v, const Step& s)
   if (!steps(v)) return v;
   var* result = s.post ? mk_var_cp(v) : refreshed(v);
   if (!kStepTypes.has(v->Type)) return fail(kTypeMismatch, s.mismatch);
-  if (v->Type == 'D' && !vln_day_ok(int64_t{v->Value.w1.i} + s.delta))
-    return vln_day_range_error("date arithmetic", int64_t{v->Value.w1.i} + s.delta);
+  if (v->Type == 'D' && !vln_day_ok(v->Value.w1.i + static_cast<double>(s.delta)))
+    return vln_day_range_error("date arithmetic");
   if (is_field(v)) {
     if (step_field(v, s.delta) == ERROR_VAR) return ERROR_VAR;
   } else {

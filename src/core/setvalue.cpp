@@ -150,7 +150,7 @@ var* set_Cvar(var* v, const char* text, int32_t len)
 
 var* set_dvar(var* v, int32_t day)
 {
-  if (!vln_day_ok(day)) return vln_day_range_error("date value", day);
+  if (!vln_day_ok(day)) return vln_day_range_error("date value");
   var s = scalar('D', 8);
   s.Value.w1.i = day;
   return store_scalar(v, s);

@@ -35,10 +35,10 @@ VL_BEGIN_DECLS
 /* Whether day number n may stand in a date: up to VLN_LAST_DAY.  Day
 ** numbers below 1 (before the empty date 0, too) are kept as they are and
 ** show as the empty date. */
-static inline int vln_day_ok(int64_t n) { return n >= INT32_MIN && n <= VLN_LAST_DAY; }
-/* Report day number n, made by what (e.g. "date arithmetic"), as out of
+static inline int vln_day_ok(double n) { return n >= INT32_MIN && n <= VLN_LAST_DAY; }
+/* Report a day number made by what (e.g. "date arithmetic") as out of
 ** range (409); gives ERROR_VAR.  The report runs the error block. */
-var* vln_day_range_error(const char* what, int64_t n);
+var* vln_day_range_error(const char* what);
 
 /* Day number of day d of month m of year y (1 to 9999); 0 when there is no
 ** such day. */

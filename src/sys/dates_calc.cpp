@@ -135,10 +135,9 @@ const char* set_dat(int32_t n)
   return buf;
 }
 
-var* vln_day_range_error(const char* what, int64_t n)
+var* vln_day_range_error(const char* what)
 {
-  std::snprintf(repdum, sizeof repdum, "%s: date out of range (day number %lld; the last date is 9999-12-31)",
-                what, static_cast<long long>(n));
+  std::snprintf(repdum, sizeof repdum, "%s: date out of range (the last date is 9999-12-31)", what);
   return rt_error(kDayRange, repdum);
 }
 
