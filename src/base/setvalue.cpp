@@ -7,6 +7,7 @@
 // old content released first.
 #include <cstdarg>
 #include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <unordered_map>
 #include <utility>
@@ -21,6 +22,8 @@ using vl::is_field;
 using vl::kModeStrict;
 
 namespace {
+
+constexpr int kDayRange = 409;  // "arg out of range"
 
 constexpr const char* kModule = "setvalue";
 
@@ -99,6 +102,13 @@ ArrRec* deep_copy(ArrRec* root)
 
 extern "C" {
 
+var* vln_day_range_error(const char* what)
+{
+  std::snprintf(repdum, sizeof repdum, "%s: date out of range (the last date is 9999-12-31)", what);
+  return rt_error(kDayRange, repdum);
+}
+
+
 var* set_cvar(var* v, const char* text)
 {
   var s = scalar('C', static_cast<int32_t>(std::strlen(text) + 1));
@@ -159,6 +169,7 @@ var* set_Cvar(var* v, const char* text, int32_t len)
 
 var* set_dvar(var* v, int32_t day)
 {
+  if (!vln_day_ok(day)) return vln_day_range_error("date value");
   var s = scalar('D', 8);
   s.Value.w1.i = day;
   return store_scalar(v, s);

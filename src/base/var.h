@@ -181,6 +181,19 @@ static inline int vln_tmp_spare_number(const var* v)
 /* The longest text a function builds; longer results report 319. */
 #define VLN_MAX_TEXT (256L * 1024 * 1024)
 
+/* The last day a date may be: 31 December 9999, so that every date has a
+** year of four digits and "YYYYMMDD" stays eight characters. */
+#define VLN_LAST_DAY 3652059
+
+/* Whether day number n may stand in a date: up to VLN_LAST_DAY.  Day
+** numbers below 1 (before the empty date 0, too) are kept as they are and
+** show as the empty date. */
+static inline int vln_day_ok(double n) { return n >= INT32_MIN && n <= VLN_LAST_DAY; }
+/* Report a day number made by what (e.g. "date arithmetic") as out of
+** range (409); gives ERROR_VAR.  The report runs the error block. */
+var* vln_day_range_error(const char* what);
+
+
 /* ---- The twelve constant records (never written, never released). ---- */
 extern var* NIL_VAR;
 extern var* ERROR_VAR;
@@ -303,6 +316,7 @@ var* set_cvar(var* v, const char* text);
 var* set_cv(const char* text);
 var* set_Cvar(var* v, const char* text, int32_t len);
 
+/* A day number after 9999-12-31 reports 409 and stores nothing. */
 var* set_dvar(var* v, int32_t day);
 var* set_dv(int32_t day);
 

@@ -9,6 +9,9 @@
 // 'I' that wraps silently; anything else gives an 'N' whose Decimals the
 // member's rule fixes: the larger of both for + and -, their sum for *, SET
 // DECIMALS for /, % and **.
+//
+// Dates move by whole days; a result after 9999-12-31 (or below the
+// smallest day number) is refused with 409 and nothing is stored.
 #include <cmath>
 
 #include "fastops.h"
@@ -68,7 +71,21 @@ template <class Op>
   return site.finish(res);
 }
 
-inline var* date_into(const Site& site, int32_t day) { return site.finish(put_date(site.choose(), day)); }
+// The date day into the record site chooses; a day no date may hold is
+// refused and nothing stored.
+inline var* date_into(const Site& site, double day)
+{
+  if (!vln_day_ok(day)) [[unlikely]]
+    return vln_day_range_error("date arithmetic");
+  return site.finish(put_date(site.choose(), static_cast<int32_t>(day)));
+}
+
+// Date d moved by the whole part of number n (sign -1: back), computed
+// without wrapping or cutting n.
+inline double moved(const var* d, const var* n, int sign = 1)
+{
+  return d->Value.w1.i + sign * (is_double(n) ? std::trunc(n->Value.w1.d) : n->Value.w1.i);
+}
 
 // The additive members may store a text result in place in a borrowed
 // variable too, and never reuse a text temporary on the right.
@@ -140,12 +157,12 @@ var* add_values(var* l, var* r, int assign)
       return site.finish(join_text(site, l, r, false));
     case 'D':
       if (!numeric(r)) return fail(kTypeMismatch, kAddToDate);
-      return date_into(site, wrap_add(l->Value.w1.i, whole(r)));
+      return date_into(site, moved(l, r));
     case 'F':
     case 'N':
     case 'I':
     case 'L':
-      if (r->Type == 'D') return date_into(site, wrap_add(r->Value.w1.i, whole(l)));
+      if (r->Type == 'D') return date_into(site, moved(r, l));
       if (!numeric(r)) return fail(kTypeMismatch, kAddToNumber);
       return combine<Add>(site, l, r, kIL.has(l->Type) && kIL.has(r->Type), max_dec(l, r));
     default:
@@ -173,7 +190,7 @@ var* sub_values(var* l, var* r, int assign)
                                    static_cast<double>(l->Value.w1.i) - r->Value.w1.i,
                                    vlnGetDecimals()));
       if (!kNFI.has(r->Type)) return fail(kTypeMismatch, kSubFromDate);
-      return date_into(site, wrap_sub(l->Value.w1.i, whole(r)));
+      return date_into(site, moved(l, r, -1));
     case 'F':
     case 'N':
       if (!numeric(r)) return fail(kTypeMismatch, kSubFromNumber);
@@ -227,7 +244,7 @@ var* n_add_u(double d, int dec, var* v, int assign)
   const var lit = literal_num(d, dec);
   switch (v->Type) {
     case 'D':
-      return date_into(site, wrap_add(v->Value.w1.i, whole(&lit)));
+      return date_into(site, moved(v, &lit));
     case 'I':
     case 'F':
     case 'N':
@@ -254,7 +271,7 @@ var* u_sub_n(var* v, double d, int dec, int assign)
   const var lit = literal_num(d, dec);
   switch (v->Type) {
     case 'D':
-      return date_into(site, wrap_sub(v->Value.w1.i, whole(&lit)));
+      return date_into(site, moved(v, &lit, -1));
     case 'I':
     case 'F':
     case 'N':

@@ -10,6 +10,8 @@
 // protected records ('P','M') only while the library edits its own slots
 // (vln_priv_mode).  Any other record comes back unchanged, silently: so
 // x++ on a constant does nothing.  Fields write through the field store.
+// A date stepped out of the calendar (past 9999-12-31) is refused with 409
+// and stays as it was.
 #include "kernel.h"
 #include "ops_common.hpp"
 
@@ -75,6 +77,8 @@ var* step(var* v, const Step& s)
   if (!steps(v)) return v;
   var* result = s.post ? mk_var_cp(v) : refreshed(v);
   if (!kStepTypes.has(v->Type)) return fail(kTypeMismatch, s.mismatch);
+  if (v->Type == 'D' && !vln_day_ok(v->Value.w1.i + static_cast<double>(s.delta)))
+    return vln_day_range_error("date arithmetic");
   if (is_field(v)) {
     if (step_field(v, s.delta) == ERROR_VAR) return ERROR_VAR;
   } else {

@@ -6,8 +6,12 @@
 #include "dumps.h"
 #include "frame.h"
 #include "kernel.h"
+#include "numbers.h"
 
 namespace {
+
+constexpr int kDumpWidth = 8;     // a number shows in at least 8 places
+constexpr int kDumpDecimals = 4;
 
 unsigned long address(const void* p) { return static_cast<unsigned long>(reinterpret_cast<uintptr_t>(p)); }
 
@@ -70,9 +74,12 @@ void show_value(FILE* out, var* v)
       std::fprintf(out, "Value    : %10s\r\n", vln_dtoc(VINT(v)));
       break;
     case 'F':
-    case 'N':
-      std::fprintf(out, "Value    : %8.4lf\r\n", VDBL(v));
+    case 'N': {
+      char number[VLN_NUMTEXT_SIZE];
+      vln_numform(VDBL(v), kDumpWidth, kDumpDecimals, number, sizeof number);
+      std::fprintf(out, "Value    : %s\r\n", number);
       break;
+    }
     case 'I':
       std::fprintf(out, "Value    : %d\r\n", VINT(v));
       break;

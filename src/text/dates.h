@@ -28,7 +28,8 @@ VL_BEGIN_DECLS
 
 /* ---- The calendar. ---- */
 
-/* Day number of day d of month m of year y; 0 when there is no such day. */
+/* Day number of day d of month m of year y (1 to 9999); 0 when there is no
+** such day. */
 int32_t datoint(int d, int m, int y);
 /* Day, month and year of day number n; all 0 for 0 (and for n < 0). */
 void intodat(int32_t n, int* d, int* m, int* y);
@@ -48,7 +49,9 @@ int32_t vln_today(void);
 
 /* Day number of a "YYYYMMDD" text (0 when it is no valid date). */
 int32_t get_dat(const char* text);
-/* "YYYYMMDD" of day number n, or 8 blanks for 0; a static buffer. */
+/* "YYYYMMDD" of day number n, or 8 blanks for 0; a static buffer.  Always
+** eight characters: a year beyond 9999 (a day number no date may hold)
+** keeps its last four digits. */
 const char* set_dat(int32_t n);
 
 /* ---- The SET DATE form. ---- */
@@ -93,6 +96,9 @@ var* _bb_dtos(int argc, var** argv);
 var* _bb_stod(int argc, var** argv);
 var* _bb_dtoc(int argc, var** argv);
 var* _bb_ctod(int argc, var** argv);
+/* ELAPTIME(start, end): "HH:MM:SS" from start to end, two "HH:MM:SS"
+** texts; an end before the start counts on the next day. */
+var* _bb_elaptime(int argc, var** argv);
 
 VL_END_DECLS
 

@@ -25,6 +25,8 @@ constexpr int32_t kDays1 = 365;
 constexpr int kWeekdayOfDay0 = 1;  // day 1 is a Monday: DOW 2
 constexpr int kDaysPerWeek = 7;
 constexpr int kDtosLength = 8;
+constexpr int kLastYear = 9999;
+constexpr int kYearDigits = 10000;  // a year in "YYYYMMDD" keeps its last four digits
 
 bool leap(int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
 
@@ -47,12 +49,12 @@ extern "C" {
 
 int32_t datoint(int d, int m, int y)
 {
-  if (m < 1 || m > 12 || y < 1) return 0;
+  if (m < 1 || m > 12 || y < 1 || y > kLastYear) return 0;
   const bool is_leap = leap(y);
   if (d < 1 || d > month_length(m, is_leap)) return 0;
   const int64_t y1 = y - 1;
   const int64_t n = y1 * 365 + y1 / 4 - y1 / 100 + y1 / 400 + days_before(m, is_leap) + d;
-  return n > INT32_MAX ? 0 : static_cast<int32_t>(n);
+  return static_cast<int32_t>(n);
 }
 
 void intodat(int32_t n, int* d, int* m, int* y)
@@ -126,7 +128,7 @@ const char* set_dat(int32_t n)
   if (n <= 0) return "        ";
   int d, m, y;
   intodat(n, &d, &m, &y);
-  std::snprintf(buf, sizeof buf, "%04d%02d%02d", y, m, d);
+  std::snprintf(buf, sizeof buf, "%04d%02d%02d", y % kYearDigits, m, d);
   return buf;
 }
 

@@ -7,7 +7,8 @@
 // letter already used, is copied as it stands.  A group writes its number
 // with leading zeros at the group's width; a year group of one or two
 // letters writes the year within its century, and any one-letter group
-// keeps only the last digit.
+// keeps only the last digit.  A year keeps its last four digits, so that a
+// day number no date may hold (beyond 9999-12-31) cannot widen the text.
 //
 // Reading ignores the format's separators: the text is split at any of
 // "/.- " and the parts are taken in the order of the format's groups, at
@@ -34,6 +35,7 @@ constexpr const char* kSeparators = "/.- ";
 constexpr int kShortYear = 2;
 constexpr int kLongYear = 4;
 constexpr int kDayMonthWidth = 2;
+constexpr int kYearDigits = 10000;
 constexpr size_t kOutSize = 64;  // 15 characters, each group at most 10 digits
 
 // Which part a format character stands for, or -1.
@@ -100,7 +102,7 @@ int write_number(char* out, size_t room, unsigned v, int w)
 // characters written.
 int write_part(char* out, size_t room, int p, int v, int w)
 {
-  if (p == kYear && w <= kShortYear) v %= 100;
+  if (p == kYear) v %= w <= kShortYear ? 100 : kYearDigits;
   if (w == 1) v %= 10;
   return write_number(out, room, static_cast<unsigned>(v), w);
 }

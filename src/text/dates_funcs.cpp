@@ -3,6 +3,10 @@
 // A function that wants a date and is given something else answers as for
 // the empty date: 0 for numbers, "" for texts.  Names of days and months
 // come from the active language, English without one.
+//
+// ELAPTIME(start, end) reads two "HH:MM:SS" times (parts missing count as
+// 0) and gives the time from start to end as "HH:MM:SS"; an end before the
+// start lies on the next day.  Its arguments must be texts (else 312).
 #include <time.h>
 
 #include <cmath>
@@ -22,6 +26,11 @@ constexpr int kTimeText = 8;  // "HH:MM:SS"
 constexpr double kSecondsPerHour = 3600;
 constexpr double kSecondsPerMinute = 60;
 constexpr double kHundredths = 100;
+constexpr long kSecondsPerDay = 86400;
+constexpr int kTimeParts = 3;      // hours, minutes, seconds
+constexpr long kPartLimit = 1000000;  // digits beyond this no longer count
+constexpr long kPartScale[kTimeParts] = {static_cast<long>(kSecondsPerHour), static_cast<long>(kSecondsPerMinute), 1};
+constexpr int kWrongType = 312;
 
 // The day number of a date argument; 0 for anything else.
 int32_t day_of(int argc, var** argv)
@@ -51,6 +60,20 @@ bool local_now(struct tm* out, long* nanoseconds)
 }
 
 var* text_of(const char* s) { return text_result(s, std::strlen(s)); }
+
+// Seconds of a "HH:MM:SS" text within its day.
+long seconds_of(std::string_view t)
+{
+  long part[kTimeParts] = {0, 0, 0};
+  int k = 0;
+  for (const char c : t) {
+    if (c == ':' && ++k == kTimeParts) break;
+    if (c >= '0' && c <= '9' && part[k] < kPartLimit) part[k] = part[k] * 10 + (c - '0');
+  }
+  long s = 0;
+  for (int i = 0; i < kTimeParts; ++i) s += part[i] * kPartScale[i];
+  return s % kSecondsPerDay;
+}
 
 }  // namespace
 
@@ -107,4 +130,21 @@ VLN_FUNC(ctod)
 {
   var* s = arg(argc, argv, 0);
   return is_text(s) ? set_dv(vln_ctod(s->Value.w1.str)) : NULLDATE_VAR;
+}
+
+VLN_FUNC(elaptime)
+{
+  var* start = arg(argc, argv, 0);
+  var* end = arg(argc, argv, 1);
+  if (!is_text(start) || !is_text(end)) {
+    std::snprintf(repdum, sizeof repdum, "ELAPTIME(): arguments should be 'C, C', not '%c, %c'",
+                  type_of(start), type_of(end));
+    rt_error(kWrongType, repdum);
+    return NULLSTR_VAR;
+  }
+  const long d = (seconds_of(text(end)) - seconds_of(text(start)) + kSecondsPerDay) % kSecondsPerDay;
+  char buf[kTimeText + 8];
+  std::snprintf(buf, sizeof buf, "%02ld:%02ld:%02ld", d / kPartScale[0], d % kPartScale[0] / kPartScale[1],
+                d % kPartScale[1]);
+  return text_result(buf, kTimeText);
 }

@@ -16,8 +16,16 @@
 //
 // With an explicit width (capped at 150) a text longer than the width
 // becomes that many "*".
+//
+// A value that is no finite number (an overflow such as 10^400, LOG(0), or
+// the NaN of inf - inf) has no digits to show: it is the overflow of its
+// field, "*" across the width, as a number too wide for its width is.  The
+// width is the explicit one, the value's own, or, for a computed value,
+// the 10 places it would align to (with the point and SET DECIMALS places
+// under SET FIXED).
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 
@@ -36,12 +44,22 @@ constexpr int kAlignPlaces = 10;      // places before the point
 constexpr int kAlignLimit = 21;       // integer parts this long are not aligned
 constexpr int kMaxDecimals = VLN_STR_MAXWIDTH + 1;  // more can only give "*"
 constexpr int kDecimalsLimit = 255;   // what a value's Decimals can hold
-constexpr size_t kBufSize = 720;      // 150 blanks, sign, 309 digits, point, 255 decimals
+constexpr size_t kBufSize = VLN_NUMTEXT_SIZE;
+
+// width stars: the text of a number that does not fit.
+int overflow(char* buf, int width)
+{
+  width = std::clamp(width, 0, static_cast<int>(VLN_STR_MAXWIDTH));
+  std::memset(buf, '*', static_cast<size_t>(width));
+  buf[width] = '\0';
+  return width;
+}
 
 // The text of x with dec decimals, right-aligned in width; returns its
-// length.
+// length.  A value that is not finite gives width stars.
 int format_fixed(char* buf, double x, int width, int dec)
 {
+  if (!std::isfinite(x)) return overflow(buf, width);
   if (dec < 0) dec = kDefaultDecimals;
   dec = std::min(dec, kDecimalsLimit);
   width = std::min(width, static_cast<int>(VLN_STR_MAXWIDTH));
@@ -88,6 +106,7 @@ int str_own(var* v, char* buf)
   const int dec = fixed ? vlnGetDecimals() : v->Decimals;
   const double x = vlnNumVar(v);
   if (v->Length >= 0) return format_fixed(buf, x, v->Length, dec);
+  if (!std::isfinite(x)) return overflow(buf, kAlignPlaces + (fixed && dec > 0 ? dec + 1 : 0));
   int len = format_fixed(buf, x, 0, dec);
   if (!fixed) len = strip_zeros(buf, len);
   buf[len] = '\0';
@@ -102,10 +121,7 @@ int str_width(var* v, var* w, var* d, char* buf)
   if (width < 0) width = kNegativeWidth;
   const int64_t dec = d ? std::min<int64_t>(count_arg(d), kMaxDecimals) : 0;
   const int len = format_fixed(buf, vlnNumVar(v), static_cast<int>(width), static_cast<int>(std::max<int64_t>(dec, -1)));
-  if (len <= width) return len;
-  std::memset(buf, '*', static_cast<size_t>(width));
-  buf[width] = '\0';
-  return static_cast<int>(width);
+  return len <= width ? len : overflow(buf, static_cast<int>(width));
 }
 
 // STR's text for the call, or -1 for "".
@@ -131,17 +147,28 @@ void zero_fill(char* buf, int len)
   }
 }
 
+// Copy the len bytes of text into buf of size bytes, cut if need be.
+int32_t copy_out(const char* text, int len, char* buf, size_t size)
+{
+  const size_t n = std::min(static_cast<size_t>(len), size ? size - 1 : 0);
+  std::memcpy(buf, text, n);
+  if (size) buf[n] = '\0';
+  return static_cast<int32_t>(n);
+}
+
 }  // namespace
 
 extern "C" int32_t vln_numtext(var* v, char* buf, size_t size)
 {
   if (!is_number(v)) return -1;
   char text[kBufSize];
-  const int len = str_own(v, text);
-  const size_t n = std::min(static_cast<size_t>(len), size ? size - 1 : 0);
-  std::memcpy(buf, text, n);
-  if (size) buf[n] = '\0';
-  return static_cast<int32_t>(n);
+  return copy_out(text, str_own(v, text), buf, size);
+}
+
+extern "C" int32_t vln_numform(double x, int width, int dec, char* buf, size_t size)
+{
+  char text[kBufSize];
+  return copy_out(text, format_fixed(text, x, std::max(width, 0), dec), buf, size);
 }
 
 VLN_FUNC(str)

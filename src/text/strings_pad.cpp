@@ -17,7 +17,7 @@ using namespace vl::args;
 
 namespace {
 
-constexpr size_t kValueText = 64;  // a number, a date or a logical as text
+constexpr size_t kValueText = VLN_NUMTEXT_SIZE;  // a number, a date or a logical as text
 
 // The text PAD works on; small values are written into buf.
 std::string_view pad_source(var* v, char* buf)

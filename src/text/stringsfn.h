@@ -52,6 +52,13 @@ var* _bb_isdigit(int argc, var** argv);
 var* _bb_isupper(int argc, var** argv);
 var* _bb_islower(int argc, var** argv);
 var* _bb_soundex(int argc, var** argv);
+/* Integers as little-endian binary text: BIN2I (signed) and BIN2W
+** (unsigned) read 2 bytes, BIN2L 4; I2BIN writes 2, L2BIN 4. */
+var* _bb_bin2i(int argc, var** argv);
+var* _bb_bin2w(int argc, var** argv);
+var* _bb_bin2l(int argc, var** argv);
+var* _bb_i2bin(int argc, var** argv);
+var* _bb_l2bin(int argc, var** argv);
 
 VL_END_DECLS
 

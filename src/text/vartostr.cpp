@@ -37,7 +37,7 @@ extern "C" size_t vartostr(var* v, char* buf, size_t size)
     case 'F':
     case 'I':
     case 'W': {
-      char num[VLN_STR_MAXWIDTH + 64];
+      char num[VLN_NUMTEXT_SIZE];
       const int32_t n = vln_numtext(v, num, sizeof num);
       return put(num, n > 0 ? static_cast<size_t>(n) : 0, buf, size);
     }

@@ -45,7 +45,7 @@ std::vector<RawCopy> plain_globals()
           raw(vlnKnownAreas), raw(vlnKnownAreaCnt), raw(__diag), raw(__diag_fp), raw(__diag_types),
           raw(vln_qout_hook), raw(vln_waitkey_hook),
           raw(vln_endwin_hook), raw(vln_eval_field_hook), raw(vln_eval_alias_field_hook),
-          raw(vln_eval_push_area_hook), raw(vln_eval_pop_area_hook), raw(vln_eval_send_hook),
+          raw(vln_eval_push_area_hook), raw(vln_eval_pop_area_hook),
           raw(vln_typeahead_hook), raw(vln_color_hook), raw(vln_cursor_hook),
           raw(vln_lookahead_hook), raw(vln_termkey_hook), raw(vln_escdelay_hook),
           raw(vln_checkforterm_hook), raw(vln_term_reinit_hook), raw(vln_alternate_hook),

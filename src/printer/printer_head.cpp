@@ -1,0 +1,59 @@
+// printer_head.cpp -- the printer head (PROW, PCOL) and the functions that
+// move it without printing: SETPRC, and EJECT, which starts a new page.
+#include <cstdio>
+
+#include "printer.h"
+#include "set.h"
+#include "args.hpp"
+#include "kernel.h"
+
+using namespace vl::args;
+
+extern "C" {
+int _prt_row = 0;
+int _prt_col = 0;
+}
+
+namespace {
+
+constexpr int kWrongType = 312;
+constexpr int kWrongValue = 313;
+
+}  // namespace
+
+VLN_FUNC(prow) { return set_nv(_prt_row, 0); }
+VLN_FUNC(pcol) { return set_nv(_prt_col, 0); }
+
+VLN_FUNC(setprc)
+{
+  var* row = arg(argc, argv, 0);
+  var* col = arg(argc, argv, 1);
+  if (!is_number(row) || !is_number(col)) {
+    std::snprintf(repdum, sizeof repdum, "SETPRC(): arguments should be 'N, N', not '%c, %c'",
+                  type_of(row), type_of(col));
+    rt_error(kWrongType, repdum);
+    return NIL_VAR;
+  }
+  const int64_t r = count_arg(row);
+  const int64_t c = count_arg(col);
+  if (r < 0 || c < 0 || r > INT32_MAX || c > INT32_MAX) {
+    std::snprintf(repdum, sizeof repdum, "SETPRC(): row %lld, column %lld out of range",
+                  static_cast<long long>(r), static_cast<long long>(c));
+    rt_error(kWrongValue, repdum);
+    return NIL_VAR;
+  }
+  _prt_row = static_cast<int>(r);
+  _prt_col = static_cast<int>(c);
+  return NIL_VAR;
+}
+
+VLN_FUNC(__eject)
+{
+  if (FILE* out = vln_flagto.print_stream) {
+    std::fputs(vlnGetPrinterSeq(VL_PRSEQ_NEWPAGE), out);
+    std::fflush(out);
+  }
+  _prt_row = 0;
+  _prt_col = 0;
+  return NIL_VAR;
+}
