@@ -24,11 +24,6 @@ namespace {
 
 enum { kByteCount = 2 };
 
-bool heldByUs(const struct flock& fl)
-{
-  return !vlnCanUseFcntlPid || fl.l_pid == vlnAppPid;
-}
-
 const char* typeName(int type)
 {
   return type == F_WRLCK ? "F_WRLCK" : "F_RDLCK";
@@ -54,7 +49,7 @@ int sectionLock(int fd, int type, const char* who)
   FilePosKeeper keep(fd);
   struct flock fl;
   int ret = vlnFCNTLlock(F_SETLKW, type, VLN_SECTION_START, VLN_SECTION_LEN, fd, &fl);
-  if (ret == 0 && heldByUs(fl)) return 0;
+  if (ret == 0) return 0;
   traceSectionFailure(fd, who, "F_SETLKW", typeName(type), ret, fl);
   ret = vlnFCNTLlock(F_SETLK, type, VLN_SECTION_START, VLN_SECTION_LEN, fd, &fl);
   const int real = vlnFCNTLerrno;
@@ -102,7 +97,7 @@ extern "C" int diUnlock(int fd)
   FilePosKeeper keep(fd);
   struct flock fl;
   const int ret = vlnFCNTLlock(F_SETLK, F_UNLCK, VLN_SECTION_START, VLN_SECTION_LEN, fd, &fl);
-  if (ret == 0 && heldByUs(fl)) return 0;
+  if (ret == 0) return 0;
   traceSectionFailure(fd, "diUnlock", "F_SETLK", "F_UNLCK", ret, fl);
   return -1;
 }
