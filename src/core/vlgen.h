@@ -69,7 +69,23 @@
 ** On recovery the frames, PRIVATEs and the error-nesting count are put back
 ** as they were at BEGIN SEQUENCE, and the anchor is the outer sequence's
 ** again, so a BREAK inside RECOVER goes outward.  A RETURN from inside the
-** sequence is written VL_SEQ_RETURN(x): it gives the anchor back first. */
+** sequence is written VL_SEQ_RETURN(x): it gives the anchor back first.
+**
+** The sequence is a setjmp, and a BREAK a longjmp back to it.  A C variable
+** of the function that the body changes and that is read after the BREAK
+** (in RECOVER or after END SEQUENCE) must therefore be declared volatile,
+** or its value there is indeterminate.  The records VL_LOCAL gives need
+** nothing: the pointer stays the same and the value lives in the record.
+**
+**   volatile int step = 0;           changed in the body, read in RECOVER
+**   var* r = VL_LOCAL('U');
+**   VL_BEGIN_SEQUENCE
+**     VL_STMT(step = 1);
+**     VL_STMT(cpy_var(r, exp_eval("risky()")));
+**     VL_STMT(step = 2);
+**   VL_RECOVER(NULL)
+**     VL_STMT(set_nvar(r, step, 0));   1: risky() left by BREAK
+**   VL_END_SEQUENCE; */
 #define VL_BEGIN_SEQUENCE                                 \
   do {                                                    \
     jmp_buf vl_seq_buf_;                                  \
