@@ -10,8 +10,6 @@ namespace vl::args {
 
 namespace {
 
-constexpr int kNoMemory = 301;
-constexpr int kTooLong = 319;
 constexpr int kCreatingText = 41;  // vln_errmsg row: "Creating character variable"
 constexpr const char* kModule = "strings";
 
@@ -20,7 +18,7 @@ void report_too_long(const char* fname)
 {
   std::snprintf(repdum, sizeof repdum, "%s: result longer than %ld bytes", fname,
                 static_cast<long>(VLN_MAX_TEXT));
-  rt_error(kTooLong, repdum);
+  rt_error(VL_E_STRING_TOO_LONG, repdum);
 }
 
 // A text temporary taking over buf, which holds n bytes and a terminator.
@@ -89,7 +87,7 @@ var* finish_text(TextBuilder& tb, const char* fname)
       report_too_long(fname);
     } else {
       std::snprintf(repdum, sizeof repdum, "%s: %s", fname, vln_errmsg[kCreatingText]);
-      rt_error(kNoMemory, repdum);
+      rt_error(VL_E_NO_MEMORY, repdum);
     }
     return NULLSTR_VAR;
   }

@@ -2,105 +2,114 @@
 //
 // The table has a row per code from 0 to 999: its text and its report
 // level.  A row whose level is below the report threshold is not reported:
-// 1000 always, 700 only in developer mode, 0 never.  Every row not listed
-// here reads "???" at level 700.  The numbering is part of the interface:
+// 1000 always, 700 only in developer mode, 0 never.  The codes with a row
+// are the names of errcodes.h; every other number reads "???" at level 700.  The numbering is part of the interface:
 // programs see the codes in their error objects.
 #include "vlerror.h"
 
 namespace {
 
 constexpr const char* kUnknownText = "???";
+constexpr int32_t kAlways = VL_LEVEL_ALWAYS;
+constexpr int32_t kDevel = VL_LEVEL_DEVEL;
+constexpr int32_t kNever = VL_LEVEL_NEVER;
 
-struct Row {
-  int code;
-  int32_t level;
-  const char* text;
-};
+constexpr VlnErrRow kUnknownRow = {kUnknownText, kDevel};
 
-constexpr Row kRows[] = {
-    {0, 1000, ""},
-    {1, 1000, "record number out of range"},
-    {101, 1000, "file open error"},
-    {102, 1000, "file close error"},
-    {103, 1000, "file read error"},
-    {104, 1000, "file write error"},
-    {105, 1000, "create file error"},
-    {106, 1000, "erase file error"},
-    {107, 1000, "file status error"},
-    {201, 1000, "data type mismatch"},
-    {202, 1000, "illegal operation on data type"},
-    {203, 1000, "illegal data type"},
-    {204, 1000, "illegal field type"},
-    {205, 1000, "illegal field value"},
-    {301, 1000, "no memory available"},
-    {302, 1000, "no memory variables available"},
-    {303, 1000, "null pointer for memory variable"},
-    {304, 1000, "too many prompts for menu"},
-    {305, 1000, "too many gets"},
-    {306, 1000, "cannot find that field"},
-    {307, 1000, "undefined variable"},
-    {308, 1000, "undefined function"},
-    {309, 1000, "Syntax error in expression"},
-    {310, 1000, "NULL pointer returned from evaluator"},
-    {311, 1000, "Wrong argument count"},
-    {312, 1000, "Wrong argument type"},
-    {313, 1000, "Wrong argument value"},
-    {314, 1000, "Endless loop in macro expansion"},
-    {315, 1000, "Too long macro expansion"},
-    {316, 1000, "Missing argument"},
-    {317, 1000, "Illegal type"},
-    {318, 1000, "Illegal skeleton"},
-    {319, 1000, "string too long"},
-    {320, 1000, "Illegal value"},
-    {321, 0, "command or filename not found"},
-    {322, 1000, "No database opened"},
-    {323, 1000, "Wrong file name"},
-    {324, 1000, "Argument is null string"},
-    {325, 1000, "DBF file or record not locked"},
-    {326, 1000, "Wrong version of DBF file"},
-    {327, 1000, "Number of locks for the DBF exceeded"},
-    {328, 1000, "Incorrect line in file"},
-    {329, 700, "Illegal color specification"},
-    {330, 700, "No database opened"},
-    {331, 1000, "Index file corrupted"},
-    {332, 1000, "wrong type for typed var/par"},
-    {333, 700, "Illegal picture string"},
-    {334, 1000, "Record wanted but eof"},
-    {335, 1000, "BREAK unexpected"},
-    {336, 700, "Illegal dateformat string"},
-    {337, 1000, "Undefined identifer"},
-    {338, 1000, "Illegal object class"},
-    {339, 1000, "unable to open file"},
-    {340, 1000, "Wrong IDX version of file"},
-    {341, 700, "cannot find that field"},
-    {342, 1000, "Illegal alias"},
-    {343, 1000, "Illegal method"},
-    {344, 1000, "Illegal instance"},
-    {347, 1000, "fcntl() lock failure"},
-    {401, 1000, "argcnt negative"},
-    {402, 1000, "too many args"},
-    {403, 1000, "too little args"},
-    {404, 1000, "wrong arg type"},
-    {405, 1000, "arg negative"},
-    {406, 1000, "arg null"},
-    {407, 1000, "arg null pointer"},
-    {408, 1000, "arg points to null string"},
-    {409, 1000, "arg out of range"},
-    {410, 1000, "flag has impossible value"},
-    {411, 1000, "out of memory"},
-    {412, 1000, "non-existing index data sector access"},
-    {413, 1000, "database file (DBF) not opened "},
-    {414, 1000, "database file has no memo file (DBT) "},
-    {415, 1000, "database index file (IDX) not opened "},
-    {416, 1000, "illegal internal value"},
-    {501, 1000, "unable to open file"},
-    {502, 1000, "too many function arguments"},
-    {701, 1000, "index file already locked"},
-    {901, 1000, "(warning)"},
-    {902, 700, "(warning)"},
-};
+// The switch below is the table: a case per name of errcodes.h, so that a
+// name without a row is a compile error here, and so is a row twice.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic error "-Wswitch"
 
-const VlnErrRow kUnknownRow = {kUnknownText, VL_LEVEL_DEVEL};
+// The row of code; kUnknownRow for a number that has none.
+constexpr VlnErrRow row_of(VlErrCode code)
+{
+  switch (code) {
+    case VL_E_NONE: return {"", kAlways};
+    case VL_E_RECNO_RANGE: return {"record number out of range", kAlways};
+    case VL_E_FILE_OPEN: return {"file open error", kAlways};
+    case VL_E_FILE_CLOSE: return {"file close error", kAlways};
+    case VL_E_FILE_READ: return {"file read error", kAlways};
+    case VL_E_FILE_WRITE: return {"file write error", kAlways};
+    case VL_E_FILE_CREATE: return {"create file error", kAlways};
+    case VL_E_FILE_ERASE: return {"erase file error", kAlways};
+    case VL_E_FILE_STATUS: return {"file status error", kAlways};
+    case VL_E_TYPE_MISMATCH: return {"data type mismatch", kAlways};
+    case VL_E_ILLEGAL_OP: return {"illegal operation on data type", kAlways};
+    case VL_E_ILLEGAL_DATA_TYPE: return {"illegal data type", kAlways};
+    case VL_E_ILLEGAL_FIELD_TYPE: return {"illegal field type", kAlways};
+    case VL_E_ILLEGAL_FIELD_VALUE: return {"illegal field value", kAlways};
+    case VL_E_NO_MEMORY: return {"no memory available", kAlways};
+    case VL_E_NO_MEMVARS: return {"no memory variables available", kAlways};
+    case VL_E_NULL_MEMVAR: return {"null pointer for memory variable", kAlways};
+    case VL_E_TOO_MANY_PROMPTS: return {"too many prompts for menu", kAlways};
+    case VL_E_TOO_MANY_GETS: return {"too many gets", kAlways};
+    case VL_E_NO_FIELD: return {"cannot find that field", kAlways};
+    case VL_E_UNDEFINED_VAR: return {"undefined variable", kAlways};
+    case VL_E_UNDEFINED_FUNC: return {"undefined function", kAlways};
+    case VL_E_SYNTAX: return {"Syntax error in expression", kAlways};
+    case VL_E_NULL_RESULT: return {"NULL pointer returned from evaluator", kAlways};
+    case VL_E_ARG_COUNT: return {"Wrong argument count", kAlways};
+    case VL_E_ARG_TYPE: return {"Wrong argument type", kAlways};
+    case VL_E_ARG_VALUE: return {"Wrong argument value", kAlways};
+    case VL_E_MACRO_LOOP: return {"Endless loop in macro expansion", kAlways};
+    case VL_E_MACRO_TOO_LONG: return {"Too long macro expansion", kAlways};
+    case VL_E_ARG_MISSING: return {"Missing argument", kAlways};
+    case VL_E_ILLEGAL_TYPE: return {"Illegal type", kAlways};
+    case VL_E_ILLEGAL_SKELETON: return {"Illegal skeleton", kAlways};
+    case VL_E_STRING_TOO_LONG: return {"string too long", kAlways};
+    case VL_E_ILLEGAL_VALUE: return {"Illegal value", kAlways};
+    case VL_E_NOT_FOUND: return {"command or filename not found", kNever};
+    case VL_E_NO_DATABASE: return {"No database opened", kAlways};
+    case VL_E_WRONG_FILE_NAME: return {"Wrong file name", kAlways};
+    case VL_E_ARG_EMPTY: return {"Argument is null string", kAlways};
+    case VL_E_NOT_LOCKED: return {"DBF file or record not locked", kAlways};
+    case VL_E_DBF_VERSION: return {"Wrong version of DBF file", kAlways};
+    case VL_E_TOO_MANY_LOCKS: return {"Number of locks for the DBF exceeded", kAlways};
+    case VL_E_INCORRECT_LINE: return {"Incorrect line in file", kAlways};
+    case VL_E_ILLEGAL_COLOR: return {"Illegal color specification", kDevel};
+    case VL_E_NO_DATABASE_DEV: return {"No database opened", kDevel};
+    case VL_E_INDEX_CORRUPT: return {"Index file corrupted", kAlways};
+    case VL_E_TYPED_VAR: return {"wrong type for typed var/par", kAlways};
+    case VL_E_ILLEGAL_PICTURE: return {"Illegal picture string", kDevel};
+    case VL_E_AT_EOF: return {"Record wanted but eof", kAlways};
+    case VL_E_UNEXPECTED_BREAK: return {"BREAK unexpected", kAlways};
+    case VL_E_ILLEGAL_DATE_FORMAT: return {"Illegal dateformat string", kDevel};
+    case VL_E_UNDEFINED_ID: return {"Undefined identifer", kAlways};
+    case VL_E_ILLEGAL_CLASS: return {"Illegal object class", kAlways};
+    case VL_E_CANNOT_OPEN: return {"unable to open file", kAlways};
+    case VL_E_IDX_VERSION: return {"Wrong IDX version of file", kAlways};
+    case VL_E_NO_FIELD_DEV: return {"cannot find that field", kDevel};
+    case VL_E_ILLEGAL_ALIAS: return {"Illegal alias", kAlways};
+    case VL_E_ILLEGAL_METHOD: return {"Illegal method", kAlways};
+    case VL_E_ILLEGAL_INSTANCE: return {"Illegal instance", kAlways};
+    case VL_E_LOCK_FAILED: return {"fcntl() lock failure", kAlways};
+    case VL_E_ARGC_NEGATIVE: return {"argcnt negative", kAlways};
+    case VL_E_TOO_MANY_ARGS: return {"too many args", kAlways};
+    case VL_E_TOO_FEW_ARGS: return {"too little args", kAlways};
+    case VL_E_WRONG_ARG_TYPE: return {"wrong arg type", kAlways};
+    case VL_E_ARG_NEGATIVE: return {"arg negative", kAlways};
+    case VL_E_ARG_NULL: return {"arg null", kAlways};
+    case VL_E_NULL_POINTER: return {"arg null pointer", kAlways};
+    case VL_E_NULL_STRING: return {"arg points to null string", kAlways};
+    case VL_E_OUT_OF_RANGE: return {"arg out of range", kAlways};
+    case VL_E_BAD_FLAG: return {"flag has impossible value", kAlways};
+    case VL_E_OUT_OF_MEMORY: return {"out of memory", kAlways};
+    case VL_E_NO_INDEX_SECTOR: return {"non-existing index data sector access", kAlways};
+    case VL_E_DBF_NOT_OPEN: return {"database file (DBF) not opened ", kAlways};
+    case VL_E_NO_MEMO_FILE: return {"database file has no memo file (DBT) ", kAlways};
+    case VL_E_IDX_NOT_OPEN: return {"database index file (IDX) not opened ", kAlways};
+    case VL_E_INTERNAL_VALUE: return {"illegal internal value", kAlways};
+    case VL_E_LOAD_CANNOT_OPEN: return {"unable to open file", kAlways};
+    case VL_E_LOAD_TOO_MANY_ARGS: return {"too many function arguments", kAlways};
+    case VL_E_INDEX_LOCKED: return {"index file already locked", kAlways};
+    case VL_E_WARNING: return {"(warning)", kAlways};
+    case VL_E_DEV_WARNING: return {"(warning)", kDevel};
+  }
+  return kUnknownRow;
+}
+
+#pragma GCC diagnostic pop
 
 }  // namespace
 
@@ -199,8 +208,8 @@ const char* const vln_errmsg[VL_ERRMSG_ROWS] = {
 
 void err_init(void)
 {
-  for (VlnErrRow& r : __error_report) r = kUnknownRow;
-  for (const Row& r : kRows) __error_report[r.code] = VlnErrRow{r.text, r.level};
+  for (int code = 0; code < VL_ERR_ROWS; ++code)
+    __error_report[code] = row_of(static_cast<VlErrCode>(code));
 }
 
 const VlnErrRow* vln_err_row(int code)

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int kNoMemory = 301;
-
 void* report_failure(const char* purpose, int severity, int level)
 {
   const char* text = purpose ? purpose : "";
@@ -24,11 +22,11 @@ void* report_failure(const char* purpose, int severity, int level)
     if (shell_return == 0) shell_return = 1;
     vln_quit();
   }
-  if (severity >= VL_SEV_FATAL) ftl_error(kNoMemory, text);
+  if (severity >= VL_SEV_FATAL) ftl_error(VL_E_NO_MEMORY, text);
   if (level >= vln_report_level())
-    rt_error(kNoMemory, text);
+    rt_error(VL_E_NO_MEMORY, text);
   else
-    last_errno = kNoMemory;
+    last_errno = VL_E_NO_MEMORY;
   return nullptr;
 }
 

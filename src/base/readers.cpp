@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr int kIllegalType = 317;
 char empty_text[1] = {0};
 
 constexpr int pair(int received, int expected) { return (received << 8) | expected; }
@@ -66,7 +65,7 @@ double vlnNumVar(var* v)
     case 'L':
       return v->Value.w1.i;
     default:
-      rt_error(kIllegalType, "Expected numeric or logical");
+      rt_error(VL_E_ILLEGAL_TYPE, "Expected numeric or logical");
       return 0.0;
   }
 }
@@ -81,7 +80,7 @@ int32_t vlnIntVar(var* v)
     case 'L':
       return v->Value.w1.i;
     default:
-      rt_error(kIllegalType, "Expected numeric or logical");
+      rt_error(VL_E_ILLEGAL_TYPE, "Expected numeric or logical");
       return 0;
   }
 }
@@ -97,7 +96,7 @@ int vlnLogVar(var* v)
     case 'L':
       return v->Value.w1.i;
     default:
-      rt_error(kIllegalType, "Expected logical or numeric");
+      rt_error(VL_E_ILLEGAL_TYPE, "Expected logical or numeric");
       return 0;
   }
 }

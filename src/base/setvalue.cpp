@@ -23,8 +23,6 @@ using vl::kModeStrict;
 
 namespace {
 
-constexpr int kDayRange = 409;  // "arg out of range"
-
 constexpr const char* kModule = "setvalue";
 
 bool strict(const var* v) { return kModeStrict.has(v->Mode); }
@@ -33,7 +31,7 @@ bool strict(const var* v) { return kModeStrict.has(v->Mode); }
 var* field_store(var* v, var* value)
 {
   if (vlnSetFieldHook) return vlnSetFieldHook(v, value);
-  return int_error(416, "field store without a database", kModule, __LINE__);
+  return int_error(VL_E_INTERNAL_VALUE, "field store without a database", kModule, __LINE__);
 }
 
 // Store a scalar already built in scratch (Type, Length, Decimals, Value)
@@ -105,7 +103,7 @@ extern "C" {
 var* vln_day_range_error(const char* what)
 {
   std::snprintf(repdum, sizeof repdum, "%s: date out of range (the last date is 9999-12-31)", what);
-  return rt_error(kDayRange, repdum);
+  return rt_error(VL_E_OUT_OF_RANGE, repdum);
 }
 
 
@@ -242,7 +240,7 @@ var* set_Svar(var* v, void* window)
 {
   if (is_field(v)) return v;
   void* copy = vlnDupWindowHook ? vlnDupWindowHook(window) : nullptr;
-  if (!copy) ftl_error(301, "cannot copy the screen window");
+  if (!copy) ftl_error(VL_E_NO_MEMORY, "cannot copy the screen window");
   return set_svar(v, copy);
 }
 

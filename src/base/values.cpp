@@ -189,7 +189,7 @@ var* store_strict(var* dst, var* src)
   if (!vlnParamTypesCompatible(src->Type, dst->Type)) {
     std::snprintf(repdum, sizeof repdum, "expected %c - received %c", dst->Type,
                   src->Type);
-    rt_error(332, repdum);
+    rt_error(VL_E_TYPED_VAR, repdum);
     return ERROR_VAR;
   }
   switch (dst->Type) {
@@ -288,7 +288,7 @@ ArrRec* vln_arr_new(uint32_t n)
 {
   if (n > VL_MAX_ARRAY) {
     std::snprintf(repdum, sizeof repdum, "dimension overflow, requested array size=%u", n);
-    int_error(409, repdum, kModule, __LINE__);
+    int_error(VL_E_OUT_OF_RANGE, repdum, kModule, __LINE__);
     return nullptr;
   }
   ArrRec* a = arr_alloc(n);
@@ -356,7 +356,7 @@ var* release_v_cont(var* v, int newtype)
   if (kModeStrict.has(v->Mode) && v->Type != 'U' && v->Type != newtype &&
       !vlnParamTypesCompatible(newtype, v->Type)) {
     std::snprintf(repdum, sizeof repdum, "expected %c - received %c", v->Type, newtype);
-    rt_error(332, repdum);
+    rt_error(VL_E_TYPED_VAR, repdum);
     return ERROR_VAR;
   }
   release_content(v);
@@ -385,7 +385,7 @@ static inline bool plain_scalar_store(uint32_t dt, uint32_t st)
   if (is_static(dst)) return ERROR_VAR;
   if (is_field(dst)) {
     if (vlnSetFieldHook) return vlnSetFieldHook(dst, src);
-    return int_error(416, "field store without a database", kModule, __LINE__);
+    return int_error(VL_E_INTERNAL_VALUE, "field store without a database", kModule, __LINE__);
   }
   refresh_field(src);
   if (kModeStrict.has(dst->Mode) && dst->Type != 'U' && src->Type != dst->Type)

@@ -8,11 +8,13 @@
 ** BREAK or ends the program.  With `errstat` 0 an error is only recorded in
 ** `last_errno`.
 **
-** Multi-line texts use ';' as the line break.
+** Multi-line texts use ';' as the line break.  The codes are named in
+** errcodes.h.
 */
 #ifndef VL_ERROR_H
 #define VL_ERROR_H
 
+#include "errcodes.h"
 #include "var.h"
 
 VL_BEGIN_DECLS

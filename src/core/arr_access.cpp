@@ -25,7 +25,7 @@ var* in_limits(var* a, int64_t i)
   char text[80];
   std::snprintf(text, sizeof text, "array index %lld not in limits (1..%u) ",
                 static_cast<long long>(i), size);
-  rt_error(409, text);
+  rt_error(VL_E_OUT_OF_RANGE, text);
   return nullptr;
 }
 
@@ -44,7 +44,7 @@ void wrong_type(const char* format, var* v)
 {
   char text[80];
   std::snprintf(text, sizeof text, format, v->Type);
-  rt_error(404, text);
+  rt_error(VL_E_WRONG_ARG_TYPE, text);
 }
 
 }  // namespace
@@ -55,7 +55,7 @@ BbFn vln_subscarr = nullptr;
 
 var* dget_arr(var* a, int32_t i)
 {
-  if (!a) return int_error(407, "DGET_ARR: null array pointer", kModule, __LINE__);
+  if (!a) return int_error(VL_E_NULL_POINTER, "DGET_ARR: null array pointer", kModule, __LINE__);
   if (a->Type != 'A') {
     wrong_type("array required, received var type '%c'", a);
     return ERROR_VAR;
@@ -66,10 +66,12 @@ var* dget_arr(var* a, int32_t i)
 
 var* dget_arrv(var* a, var* iv)
 {
-  if (!a) return int_error(407, "DGET_ARR: null array pointer", kModule, __LINE__), NIL_VAR;
+  if (!a)
+    return int_error(VL_E_NULL_POINTER, "DGET_ARR: null array pointer", kModule, __LINE__), NIL_VAR;
   if (a->Type != 'A') return wrong_type("array required, cannot be '%c'", a), NIL_VAR;
   if (!iv)
-    return int_error(407, "DGET_ARR: null array index pointer", kModule, __LINE__), NIL_VAR;
+    return int_error(VL_E_NULL_POINTER, "DGET_ARR: null array index pointer", kModule, __LINE__),
+           NIL_VAR;
   if (!vl::kNFIL.has(iv->Type))
     return wrong_type("array index required, cannot be '%c'", iv), NIL_VAR;
   var* e = record_and_fetch(a, vlnIntVar(iv), iv);
@@ -81,8 +83,8 @@ var* dget_arrv(var* a, var* iv)
 // ATAIL(a)
 VLN_FUNC(atail)
 {
-  if (argc < 1) return rt_error(311, "in ATAIL"), NIL_VAR;
-  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(312, "in ATAIL"), NIL_VAR;
+  if (argc < 1) return rt_error(VL_E_ARG_COUNT, "in ATAIL"), NIL_VAR;
+  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(VL_E_ARG_TYPE, "in ATAIL"), NIL_VAR;
   const ArrRec* a = VARR(argv[0]);
   return a->A_size ? vl::arr::element(a, a->A_size) : NIL_VAR;
 }

@@ -10,7 +10,7 @@
 VLN_FUNC(array)
 {
   for (int i = 0; i < argc; ++i)
-    if (!vl::arr::arg_num(argc, argv, i)) return rt_error(312, "in ARRAY"), NIL_VAR;
+    if (!vl::arr::arg_num(argc, argv, i)) return rt_error(VL_E_ARG_TYPE, "in ARRAY"), NIL_VAR;
   var* r = cre_tmpvar();
   const int32_t mark = tmpvar_cnt;
   const int32_t inner = argc > 0 ? vlnIntVar(argv[argc - 1]) : 0;
@@ -27,6 +27,6 @@ VLN_FUNC(array)
 // ACLONE(a): a deep copy; any other value is copied as it is.
 VLN_FUNC(aclone)
 {
-  if (argc != 1) return rt_error(311, "in ACLONE"), NIL_VAR;
+  if (argc != 1) return rt_error(VL_E_ARG_COUNT, "in ACLONE"), NIL_VAR;
   return true_cpy(cre_tmpvar(), argv[0]);
 }

@@ -46,7 +46,7 @@ bool size_allowed(int32_t size)
   if (size >= 0 && size <= VL_MAX_ARRAY) return true;
   char text[64];
   std::snprintf(text, sizeof text, "dimension overflow, requested array size=%d", size);
-  int_error(409, text, kModule, __LINE__);
+  int_error(VL_E_OUT_OF_RANGE, text, kModule, __LINE__);
   return false;
 }
 
@@ -211,7 +211,7 @@ var* cre_arra(var* v, int32_t size, int flag, var* const* list)
 var* cre_arrv(var* v, var* sizevar, int flag, var* value)
 {
   if (!sizevar || !vl::kNFIL.has(sizevar->Type))
-    return rt_error(201, "array dimension not numeric");
+    return rt_error(VL_E_TYPE_MISMATCH, "array dimension not numeric");
   var* list[] = {value, nullptr};
   return create(v, vlnIntVar(sizevar), flag, list);
 }

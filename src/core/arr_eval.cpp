@@ -14,7 +14,7 @@ using vl::arr::arg_num;
 // the size of the moment.
 VLN_FUNC(aeval)
 {
-  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(312, "in AEVAL"), NIL_VAR;
+  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(VL_E_ARG_TYPE, "in AEVAL"), NIL_VAR;
   const uint32_t size = VARR(argv[0])->A_size;
   int64_t first = 1;
   int64_t n = size;

@@ -49,7 +49,7 @@ int64_t copy_count(int argc, var** argv, int64_t rest)
 // AFILL(a, x, start, count): x stored over the range; returns a.
 VLN_FUNC(afill)
 {
-  if (!arg_array(argc, argv, 0)) return rt_error(312, "in AFILL"), NIL_VAR;
+  if (!arg_array(argc, argv, 0)) return rt_error(VL_E_ARG_TYPE, "in AFILL"), NIL_VAR;
   const ArrRec* a = vl::arr::hold(argv[0]);
   var* x = vln_hold(argc >= 2 ? argv[1] : NIL_VAR);
   const int64_t first = positive_arg(argc, argv, 2, 1);
@@ -63,9 +63,9 @@ VLN_FUNC(afill)
 // start, what d has from target) elements; returns d.
 VLN_FUNC(acopy)
 {
-  if (argc < 2 || argc > 5) return rt_error(311, "in ACOPY"), ZERO_VAR;
+  if (argc < 2 || argc > 5) return rt_error(VL_E_ARG_COUNT, "in ACOPY"), ZERO_VAR;
   if (!arg_array(argc, argv, 0) || !arg_array(argc, argv, 1))
-    return rt_error(312, "in ACOPY"), ZERO_VAR;
+    return rt_error(VL_E_ARG_TYPE, "in ACOPY"), ZERO_VAR;
   const ArrRec* s = vl::arr::hold(argv[0]);
   const ArrRec* d = vl::arr::hold(argv[1]);
   const int64_t start = position_arg(argc, argv, 2, s->A_size);

@@ -35,8 +35,8 @@ bool matches(var* x, var* e)
 // ASCAN(a, x, start, count): 1-based position of the first hit, or 0.
 VLN_FUNC(ascan)
 {
-  if (argc < 2) return rt_error(311, "in ASCAN"), ZERO_VAR;
-  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(312, "in ASCAN"), ZERO_VAR;
+  if (argc < 2) return rt_error(VL_E_ARG_COUNT, "in ASCAN"), ZERO_VAR;
+  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(VL_E_ARG_TYPE, "in ASCAN"), ZERO_VAR;
   const int64_t size = VARR(argv[0])->A_size;
   int64_t start = 1;
   if (arg_num(argc, argv, 2)) start = std::max<int64_t>(arg_int(argv, 2), 1);

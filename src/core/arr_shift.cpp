@@ -21,7 +21,7 @@ bool inside(const ArrRec* a, int64_t pos) { return pos >= 1 && pos <= a->A_size;
 VLN_FUNC(adel)
 {
   if (argc < 2 || !arg_array(argc, argv, 0) || !arg_num(argc, argv, 1))
-    return rt_error(312, "in ADEL"), ZERO_VAR;
+    return rt_error(VL_E_ARG_TYPE, "in ADEL"), ZERO_VAR;
   ArrRec* a = VARR(argv[0]);
   if (a->A_size == 0) return argv[0];
   const int64_t pos = arg_int(argv, 1);
@@ -38,10 +38,10 @@ VLN_FUNC(adel)
 VLN_FUNC(ains)
 {
   if (argc < 2 || !arg_array(argc, argv, 0) || !arg_num(argc, argv, 1))
-    return rt_error(312, "in AINS"), NIL_VAR;
+    return rt_error(VL_E_ARG_TYPE, "in AINS"), NIL_VAR;
   ArrRec* a = VARR(argv[0]);
   const int64_t pos = arg_int(argv, 1);
-  if (!inside(a, pos)) return rt_error(312, "in AINS"), argv[0];
+  if (!inside(a, pos)) return rt_error(VL_E_ARG_TYPE, "in AINS"), argv[0];
   const auto at = static_cast<uint32_t>(pos) - 1;
   var* gone = a->A_vec[a->A_size - 1];
   for (uint32_t i = a->A_size - 1; i > at; --i) a->A_vec[i] = a->A_vec[i - 1];

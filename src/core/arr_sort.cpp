@@ -116,8 +116,8 @@ Range sort_range(int argc, var** argv, uint32_t size)
 // ASORT(a, start, count, block): sorts the range in place; returns a.
 VLN_FUNC(asort)
 {
-  if (argc < 1) return rt_error(311, "in ASORT"), NIL_VAR;
-  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(312, "in ASORT"), NIL_VAR;
+  if (argc < 1) return rt_error(VL_E_ARG_COUNT, "in ASORT"), NIL_VAR;
+  if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(VL_E_ARG_TYPE, "in ASORT"), NIL_VAR;
   const uint32_t size = VARR(argv[0])->A_size;
   if (size == 0) return argv[0];
   Range r = sort_range(argc, argv, size);

@@ -23,7 +23,7 @@ BbFn lookup(const char* name)
   const int32_t pos = find_fun(name);
   if (pos > 0) return glob_ftab[pos].fn;
   std::snprintf(repdum, sizeof repdum, "access of undefined function %.200s", name);
-  rt_error(308, repdum);
+  rt_error(VL_E_UNDEFINED_FUNC, repdum);
   return nil_function();
 }
 
@@ -90,7 +90,7 @@ BbFn vln_funcall(const char* name)
 
 var* simplfun(int argc, BbFn fn, ...)
 {
-  if (argc > kMaxSimpleArgs) return rt_error(402, "too many arguments for simplfun");
+  if (argc > kMaxSimpleArgs) return rt_error(VL_E_TOO_MANY_ARGS, "too many arguments for simplfun");
   var* args[kMaxSimpleArgs + 1];
   va_list ap;
   va_start(ap, fn);
@@ -98,13 +98,13 @@ var* simplfun(int argc, BbFn fn, ...)
   va_end(ap);
   args[argc < 0 ? 0 : argc] = nullptr;
   var* r = fn(argc < 0 ? 0 : argc, args);
-  if (!r) return rt_error(320, "function returned zero pointer");
+  if (!r) return rt_error(VL_E_ILLEGAL_VALUE, "function returned zero pointer");
   return r;
 }
 
 var* vln_docall(AnyFn fn, int argc, var** argv)
 {
-  if (argc > kMaxCallArgs) return rt_error(402, "for CALL");
+  if (argc > kMaxCallArgs) return rt_error(VL_E_TOO_MANY_ARGS, "for CALL");
   W words[kMaxCallArgs] = {0};
   for (int i = 0; i < argc; ++i) words[i] = call_word(argv[i]);
   call_with_words(fn, argc < 0 ? 0 : argc, words);
@@ -129,9 +129,9 @@ void vln_cleanup(jmp_buf* saved)
 // WORD(n): a 32-bit machine word for CALL.
 VLN_FUNC(word)
 {
-  if (argc < 1 || !vl::kNFIL.has(argv[0]->Type)) return rt_error(312, "in WORD()");
+  if (argc < 1 || !vl::kNFIL.has(argv[0]->Type)) return rt_error(VL_E_ARG_TYPE, "in WORD()");
   const double d = vlnNumVar(argv[0]);
-  if (d < -2147483648.0 || d > 2147483647.0) return rt_error(320, "in WORD()");
+  if (d < -2147483648.0 || d > 2147483647.0) return rt_error(VL_E_ILLEGAL_VALUE, "in WORD()");
   var* r = set_Iv(vlnDoubleToInt(d));
   r->Type = 'W';
   return r;

@@ -22,8 +22,8 @@ var* no_evaluator(var*, int, var**) { return NIL_VAR; }
 // EVAL(block, args...)
 VLN_FUNC(eval)
 {
-  if (argc < 1) return rt_error(311, "in EVAL()"), NIL_VAR;
-  if (!vl::kBb.has(argv[0]->Type)) return rt_error(312, "in EVAL()"), NIL_VAR;
+  if (argc < 1) return rt_error(VL_E_ARG_COUNT, "in EVAL()"), NIL_VAR;
+  if (!vl::kBb.has(argv[0]->Type)) return rt_error(VL_E_ARG_TYPE, "in EVAL()"), NIL_VAR;
   return run_block(argv[0], argc - 1, argv + 1);
 }
 
@@ -33,7 +33,7 @@ var* (*vln_macro_block_hook)(var* block, int argc, var** argv) = no_evaluator;
 
 var* vlnBlockEval(var* block)
 {
-  if (!vl::kBb.has(block->Type)) return rt_error(312, "in EVAL()"), NIL_VAR;
+  if (!vl::kBb.has(block->Type)) return rt_error(VL_E_ARG_TYPE, "in EVAL()"), NIL_VAR;
   return run_block(block, 0, nullptr);
 }
 

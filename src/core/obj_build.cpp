@@ -81,18 +81,18 @@ var* vlnDoInit(var* obj, int argc, var** argv)
 var* vlnGetObj(var* obj, int32_t i)
 {
   if (!obj) {
-    int_error(407, "GetObj: null obj pointer", kModule, __LINE__);
+    int_error(VL_E_NULL_POINTER, "GetObj: null obj pointer", kModule, __LINE__);
     return NIL_VAR;
   }
   if (obj->Type != 'O') {
     std::snprintf(repdum, sizeof repdum, "GetObj: object required, cannot be '%c'", obj->Type);
-    rt_error(404, repdum);
+    rt_error(VL_E_WRONG_ARG_TYPE, repdum);
     return NIL_VAR;
   }
   int32_t last = static_cast<int32_t>(obj->Value.w1.arr->A_size) - 1;
   if (i < 1 || i > last) {
     std::snprintf(repdum, sizeof repdum, "GetObj: internal index %d not in limits (1..%d)", i, last);
-    rt_error(409, repdum);
+    rt_error(VL_E_OUT_OF_RANGE, repdum);
     return NIL_VAR;
   }
   return obj->Value.w1.arr->A_vec[i];
@@ -101,14 +101,14 @@ var* vlnGetObj(var* obj, int32_t i)
 AnyFn vlnGetMethod(var* obj, const char* name, int32_t i)
 {
   if (!obj || obj->Type != 'O') {
-    rt_error(317, "object required");
+    rt_error(VL_E_ILLEGAL_TYPE, "object required");
     return NILCB_VAR->Value.w2.fn;
   }
   var* elem = vlobj::method_element(obj, i);
   const char* fmt = elem ? "method '%s' not linked for this object"
                          : "method '%s' not available for this object";
   if (elem && elem->Type == 'B' && vlobj::is_linked(elem)) return elem->Value.w2.fn;
-  vlobj::report2(343, fmt, name, "");
+  vlobj::report2(VL_E_ILLEGAL_METHOD, fmt, name, "");
   return NILCB_VAR->Value.w2.fn;
 }
 

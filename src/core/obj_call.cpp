@@ -65,7 +65,7 @@ namespace vlobj {
 bool check_object(var* obj)
 {
   if (obj && (obj->Type == 'O' || obj->Type == 'u')) return true;
-  rt_error(317, "object required");
+  rt_error(VL_E_ILLEGAL_TYPE, "object required");
   return false;
 }
 

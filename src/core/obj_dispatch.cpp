@@ -39,8 +39,9 @@ var* vlnNoMethod(const char* name, int argc, var** argv, int32_t level)
   }
   const char* cname = vlnClassName(cls);
   if (!*cname)
-    return vlobj::report2(343, "Class for method '%s' has not been instantiated yet", name, "");
-  return vlobj::report2(343, "Class '%s' has no method '%s'", cname, name);
+    return vlobj::report2(VL_E_ILLEGAL_METHOD,
+                          "Class for method '%s' has not been instantiated yet", name, "");
+  return vlobj::report2(VL_E_ILLEGAL_METHOD, "Class '%s' has no method '%s'", cname, name);
 }
 
 }  // extern "C"

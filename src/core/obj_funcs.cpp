@@ -66,7 +66,7 @@ extern "C" var* vlnSend(var* obj, const char* message, int call, int assign, int
   if (assign) return vlnNoIVar(obj, message, 0, argv[0]);
   if (!call) return vlnNoIVar(obj, message, 0, nullptr);
   if (argc >= kMaxSendArgs) {
-    rt_error(402, "in a message send");
+    rt_error(VL_E_TOO_MANY_ARGS, "in a message send");
     return NIL_VAR;
   }
   var* vec[kMaxSendArgs + 1];

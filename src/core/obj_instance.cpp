@@ -16,7 +16,8 @@ var* call_accessor(var* obj, int32_t index, var* value)
 {
   var* elem = vlobj::method_element(obj, index);
   if (!vlobj::is_linked(elem)) {
-    rt_error(343, value ? "Assign method not linked in" : "Access method not linked in");
+    rt_error(VL_E_ILLEGAL_METHOD,
+             value ? "Assign method not linked in" : "Access method not linked in");
     return nullptr;
   }
   var* head[] = {obj, value};
@@ -49,8 +50,9 @@ var* no_instance(var* obj, const char* name)
 {
   const char* cname = vlnClassName(vlnClassOf(obj));
   if (!*cname)
-    return vlobj::report2(344, "Class for instance '%s' has not been instantiated yet", name, "");
-  return vlobj::report2(344, "Class '%s' has no instance '%s'", cname, name);
+    return vlobj::report2(VL_E_ILLEGAL_INSTANCE,
+                          "Class for instance '%s' has not been instantiated yet", name, "");
+  return vlobj::report2(VL_E_ILLEGAL_INSTANCE, "Class '%s' has no instance '%s'", cname, name);
 }
 
 // By the access/assign method rows below the running level.

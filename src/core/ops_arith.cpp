@@ -110,7 +110,7 @@ var* divide(const Site& site, const var* l, const var* r)
 // 'N' otherwise.  A zero divisor is an error (205) and gives ZERO_VAR.
 var* modulo(const Site& site, const var* l, const var* r, bool as_int)
 {
-  if (num(r) == 0.0) return fail_with(ZERO_VAR, kIllegalField, kDivZero);
+  if (num(r) == 0.0) return fail_with(ZERO_VAR, VL_E_ILLEGAL_FIELD_VALUE, kDivZero);
   var* res = site.choose();
   if (as_int) {
     const int32_t b = r->Value.w1.i;
@@ -134,7 +134,7 @@ var* power(const Site& site, const var* l, const var* r, bool as_int)
 // sum of the Decimals.
 [[gnu::noinline]] var* mul_values(var* l, var* r, int assign)
 {
-  if (!numeric(l) || !numeric(r)) return fail(kIllegalOp, kMulText);
+  if (!numeric(l) || !numeric(r)) return fail(VL_E_ILLEGAL_OP, kMulText);
   return combine<Mul>(Site{l, r, assign}, l, r, l->Type == 'I' && r->Type == 'I',
                       sum_dec(l->Decimals, r->Decimals));
 }
@@ -153,17 +153,17 @@ var* add_values(var* l, var* r, int assign)
   switch (l->Type) {
     case 'C':
     case 'M':
-      if (!kCM.has(r->Type)) return fail(kTypeMismatch, kConcatText);
+      if (!kCM.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kConcatText);
       return site.finish(join_text(site, l, r, false));
     case 'D':
-      if (!numeric(r)) return fail(kTypeMismatch, kAddToDate);
+      if (!numeric(r)) return fail(VL_E_TYPE_MISMATCH, kAddToDate);
       return date_into(site, moved(l, r));
     case 'F':
     case 'N':
     case 'I':
     case 'L':
       if (r->Type == 'D') return date_into(site, moved(r, l));
-      if (!numeric(r)) return fail(kTypeMismatch, kAddToNumber);
+      if (!numeric(r)) return fail(VL_E_TYPE_MISMATCH, kAddToNumber);
       return combine<Add>(site, l, r, kIL.has(l->Type) && kIL.has(r->Type), max_dec(l, r));
     default:
       return site.finish(site.choose());
@@ -182,21 +182,21 @@ var* sub_values(var* l, var* r, int assign)
   switch (l->Type) {
     case 'C':
     case 'M':
-      if (!kCM.has(r->Type)) return fail(kTypeMismatch, kConcatText);
+      if (!kCM.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kConcatText);
       return site.finish(join_text(site, l, r, true));
     case 'D':
       if (r->Type == 'D')
         return site.finish(put_num(site.choose(),
                                    static_cast<double>(l->Value.w1.i) - r->Value.w1.i,
                                    vlnGetDecimals()));
-      if (!kNFI.has(r->Type)) return fail(kTypeMismatch, kSubFromDate);
+      if (!kNFI.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kSubFromDate);
       return date_into(site, moved(l, r, -1));
     case 'F':
     case 'N':
-      if (!numeric(r)) return fail(kTypeMismatch, kSubFromNumber);
+      if (!numeric(r)) return fail(VL_E_TYPE_MISMATCH, kSubFromNumber);
       return combine<Sub>(site, l, r, false, max_dec(l, r));
     case 'I':
-      if (!numeric(r)) return fail(kTypeMismatch, kSubFromNumber);
+      if (!numeric(r)) return fail(VL_E_TYPE_MISMATCH, kSubFromNumber);
       if (r->Type == 'L')
         return site.finish(put_num(site.choose(), num(l) - raw_double(r), max_dec(l, r)));
       return combine<Sub>(site, l, r, r->Type == 'I', max_dec(l, r));
@@ -250,14 +250,14 @@ var* n_add_u(double d, int dec, var* v, int assign)
     case 'N':
       return combine<Add>(site, &lit, v, int_with_literal(v, dec), max_dec(&lit, v));
     default:
-      return fail(kTypeMismatch, kAddToNumber);
+      return fail(VL_E_TYPE_MISMATCH, kAddToNumber);
   }
 }
 
 // d - v: integer for an 'I' v and a literal without decimals.
 var* n_sub_u(double d, int dec, var* v)
 {
-  if (!numeric(v)) return fail(kIllegalOp, kSubLiteral);
+  if (!numeric(v)) return fail(VL_E_ILLEGAL_OP, kSubLiteral);
   const var lit = literal_num(d, dec);
   return combine<Sub>(Site{v, nullptr, 0}, &lit, v, v->Type == 'I' && dec == 0,
                       max_dec(&lit, v));
@@ -277,7 +277,7 @@ var* u_sub_n(var* v, double d, int dec, int assign)
     case 'N':
       return combine<Sub>(site, v, &lit, int_with_literal(v, dec), max_dec(v, &lit));
     default:
-      return fail(kIllegalOp, kSubNumber);
+      return fail(VL_E_ILLEGAL_OP, kSubNumber);
   }
 }
 
@@ -290,7 +290,7 @@ var* u_mul_u(var* l, var* r, int assign)
 // d * v (the target is v); dec -1 stands for SET DECIMALS.
 var* n_mul_u(double d, int dec, var* v, int assign)
 {
-  if (!numeric(v)) return fail(kIllegalOp, kMulText);
+  if (!numeric(v)) return fail(VL_E_ILLEGAL_OP, kMulText);
   if (dec == -1) dec = vlnGetDecimals();
   const var lit = literal_num(d, dec);
   return combine<Mul>(Site{v, nullptr, assign}, &lit, v, int_with_literal(v, dec),
@@ -300,15 +300,15 @@ var* n_mul_u(double d, int dec, var* v, int assign)
 // l / r.
 var* u_div_u(var* l, var* r, int assign)
 {
-  if (!numeric(l)) return fail(kIllegalOp, kDivText);
-  if (!numeric(r)) return fail(kIllegalOp, kDivRight);
+  if (!numeric(l)) return fail(VL_E_ILLEGAL_OP, kDivText);
+  if (!numeric(r)) return fail(VL_E_ILLEGAL_OP, kDivRight);
   return divide(Site{l, r, assign}, l, r);
 }
 
 // l / d.
 var* u_div_n(var* l, double d, int assign)
 {
-  if (!numeric(l)) return fail(kIllegalOp, kDivText);
+  if (!numeric(l)) return fail(VL_E_ILLEGAL_OP, kDivText);
   const var lit = literal_num(d, 0);
   return divide(Site{l, nullptr, assign}, l, &lit);
 }
@@ -316,7 +316,7 @@ var* u_div_n(var* l, double d, int assign)
 // d / r.
 var* n_div_u(double d, var* r)
 {
-  if (!numeric(r)) return fail(kIllegalOp, kDivText);
+  if (!numeric(r)) return fail(VL_E_ILLEGAL_OP, kDivText);
   const var lit = literal_num(d, 0);
   return divide(Site{r, nullptr, 0}, &lit, r);
 }
@@ -324,14 +324,14 @@ var* n_div_u(double d, var* r)
 // l % r; a non-numeric operand gives ZERO_VAR after the report.
 var* u_mod_u(var* l, var* r, int assign)
 {
-  if (!numeric(l) || !numeric(r)) return fail_with(ZERO_VAR, kIllegalOp, kDivText);
+  if (!numeric(l) || !numeric(r)) return fail_with(ZERO_VAR, VL_E_ILLEGAL_OP, kDivText);
   return modulo(Site{l, r, assign}, l, r, l->Type == 'I' && r->Type == 'I');
 }
 
 // l % d, always 'N'.
 var* u_mod_n(var* l, double d, int assign)
 {
-  if (!numeric(l)) return fail_with(ZERO_VAR, kIllegalOp, kModLeft);
+  if (!numeric(l)) return fail_with(ZERO_VAR, VL_E_ILLEGAL_OP, kModLeft);
   const var lit = literal_num(d, 0);
   return modulo(Site{l, nullptr, assign}, l, &lit, false);
 }
@@ -339,7 +339,7 @@ var* u_mod_n(var* l, double d, int assign)
 // d % r, always 'N'.
 var* n_mod_u(double d, var* r)
 {
-  if (!numeric(r)) return fail_with(ZERO_VAR, kIllegalOp, kModRight);
+  if (!numeric(r)) return fail_with(ZERO_VAR, VL_E_ILLEGAL_OP, kModRight);
   const var lit = literal_num(d, 0);
   return modulo(Site{r, nullptr, 0}, &lit, r, false);
 }
@@ -347,14 +347,14 @@ var* n_mod_u(double d, var* r)
 // l ** r.
 var* u_pow_u(var* l, var* r, int assign)
 {
-  if (!numeric(l) || !numeric(r)) return fail(kIllegalOp, kPowText);
+  if (!numeric(l) || !numeric(r)) return fail(VL_E_ILLEGAL_OP, kPowText);
   return power(Site{l, r, assign}, l, r, l->Type == 'I' && r->Type == 'I');
 }
 
 // l ** d: 'I' only for a strictly typed 'I' l.
 var* u_pow_n(var* l, double d, int dec, int assign)
 {
-  if (!numeric(l)) return fail(kIllegalOp, kPowText);
+  if (!numeric(l)) return fail(VL_E_ILLEGAL_OP, kPowText);
   const var lit = literal_num(d, dec);
   return power(Site{l, nullptr, assign}, l, &lit, l->Type == 'I' && l->Mode == 'S');
 }
@@ -362,7 +362,7 @@ var* u_pow_n(var* l, double d, int dec, int assign)
 // d ** r, always 'N'.
 var* n_pow_u(double d, var* r)
 {
-  if (!numeric(r)) return fail(kIllegalOp, kPowText);
+  if (!numeric(r)) return fail(VL_E_ILLEGAL_OP, kPowText);
   const var lit = literal_num(d, 0);
   return power(Site{r, nullptr, 0}, &lit, r, false);
 }
@@ -371,7 +371,7 @@ var* n_pow_u(double d, var* r)
 // else negates the value word read as a double, with v's Decimals.
 var* minus_u(var* v)
 {
-  if (!numeric(v)) return fail(kIllegalOp, kNegText);
+  if (!numeric(v)) return fail(VL_E_ILLEGAL_OP, kNegText);
   var* res = v->Mode == 'T' ? v : cre_tmpvar();
   if (v->Type != 'I') return put_num(res, -raw_double(v), v->Decimals);
   const int32_t length = v->Length;

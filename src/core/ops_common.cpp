@@ -21,7 +21,7 @@ void warn(const char* text, const Site& site)
 {
   vln_hold(site.target);
   if (site.other) vln_hold(site.other);
-  rt_error(kDevWarning, text);
+  rt_error(VL_E_DEV_WARNING, text);
 }
 
 }  // namespace vl::ops

@@ -11,19 +11,13 @@
 #include <cstdint>
 #include <cstring>
 
+#include "errcodes.h"
 #include "letters.hpp"
 #include "operators.h"
 #include "valrec.hpp"
 #include "var.h"
 
 namespace vl::ops {
-
-// Error codes of the operator family.
-inline constexpr int kTypeMismatch = 201;   // "data type mismatch"
-inline constexpr int kIllegalOp = 202;      // "illegal operation on data type"
-inline constexpr int kIllegalField = 205;   // "illegal field value"
-inline constexpr int kUndefinedVar = 901;   // "(warning)"
-inline constexpr int kDevWarning = 902;     // "(warning)", developer mode only
 
 inline constexpr int32_t kNoWidth = -1;      // Length of a computed number
 inline constexpr int32_t kDateLength = 8;

@@ -168,12 +168,12 @@ var* compare_general(var* l, var* r, const CmpMember& m)
 {
   if (is_equality(m.op)) {
     if (l->Mode == 'U' || r->Mode == 'U')
-      return fail_with(FALSE_VAR, kUndefinedVar, undefined_text(m.op));
+      return fail_with(FALSE_VAR, VL_E_WARNING, undefined_text(m.op));
     if (l->Type == 'U' || r->Type == 'U')
       return boolean((l->Type == r->Type) != (m.op == Cmp::Ne));
   }
   if (l->Type != r->Type && !vlnRTypesCompatible(l->Type, r->Type))
-    return fail(kTypeMismatch, m.mismatch);
+    return fail(VL_E_TYPE_MISMATCH, m.mismatch);
   return by_type(l, r, m.op);
 }
 
@@ -181,7 +181,7 @@ var* compare_general(var* l, var* r, const CmpMember& m)
 var* compare_logical(int b, var* r, const CmpMember& m)
 {
   if (is_equality(m.op) && is_nil(r)) return boolean(m.op == Cmp::Ne);
-  if (!kLINF.has(r->Type)) return fail(kTypeMismatch, m.mismatch);
+  if (!kLINF.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, m.mismatch);
   return boolean(holds(m.op, b != 0 ? 1 : 0, truth(r)));
 }
 
@@ -202,7 +202,7 @@ var* compare_values(var* l, var* r, const CmpMember& m)
 var* compare_number(double d, var* r, const CmpMember& m)
 {
   if (is_equality(m.op) && is_nil(r)) return boolean(m.op == Cmp::Ne);
-  if (!kNFIL.has(r->Type)) return fail(kTypeMismatch, m.mismatch);
+  if (!kNFIL.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, m.mismatch);
   if (r->Type == 'I') return boolean(holds(m.op, vlnDoubleToInt(d), r->Value.w1.i));
   return boolean(holds(m.op, d, num(r)));
 }
@@ -212,7 +212,7 @@ var* compare_number(double d, var* r, const CmpMember& m)
 var* compare_text(const char* text, var* v, bool text_left, const CmpMember& m)
 {
   if (m.nil != Nil::Mismatch && is_nil(v)) return boolean(m.nil == Nil::True);
-  if (!kCM.has(v->Type)) return fail(kTypeMismatch, m.mismatch);
+  if (!kCM.has(v->Type)) return fail(VL_E_TYPE_MISMATCH, m.mismatch);
   const Text t = text_of(text);
   const Text x = text_of(v);
   return boolean(text_left ? text_holds(m.op, t, x) : text_holds(m.op, x, t));

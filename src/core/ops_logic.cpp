@@ -76,7 +76,7 @@ var* step(var* v, const Step& s)
 {
   if (!steps(v)) return v;
   var* result = s.post ? mk_var_cp(v) : refreshed(v);
-  if (!kStepTypes.has(v->Type)) return fail(kTypeMismatch, s.mismatch);
+  if (!kStepTypes.has(v->Type)) return fail(VL_E_TYPE_MISMATCH, s.mismatch);
   if (v->Type == 'D' && !vln_day_ok(v->Value.w1.i + static_cast<double>(s.delta)))
     return vln_day_range_error("date arithmetic");
   if (is_field(v)) {
@@ -94,7 +94,7 @@ extern "C" {
 int if_u(var* v)
 {
   if (!logical(v)) {
-    fail(kIllegalOp, kCondition);
+    fail(VL_E_ILLEGAL_OP, kCondition);
     return 0;
   }
   return truth(v);
@@ -102,31 +102,31 @@ int if_u(var* v)
 
 var* not_u(var* v)
 {
-  if (!logical(v)) return fail(kIllegalOp, kNotText);
+  if (!logical(v)) return fail(VL_E_ILLEGAL_OP, kNotText);
   return boolean(!truth(v));
 }
 
 var* l_and_u(int b, var* v)
 {
-  if (!logical(v)) return fail(kIllegalOp, kAndText);
+  if (!logical(v)) return fail(VL_E_ILLEGAL_OP, kAndText);
   return b ? v : FALSE_VAR;
 }
 
 var* l_or_u(int b, var* v)
 {
-  if (!logical(v)) return fail(kIllegalOp, kOrText);
+  if (!logical(v)) return fail(VL_E_ILLEGAL_OP, kOrText);
   return b ? TRUE_VAR : v;
 }
 
 var* u_and_u(var* l, var* r)
 {
-  if (!logical(l)) return fail(kIllegalOp, kAndText);
+  if (!logical(l)) return fail(VL_E_ILLEGAL_OP, kAndText);
   return truth(l) ? r : FALSE_VAR;
 }
 
 var* u_or_u(var* l, var* r)
 {
-  if (!logical(l) || !logical(r)) return fail(kIllegalOp, kOrText);
+  if (!logical(l) || !logical(r)) return fail(VL_E_ILLEGAL_OP, kOrText);
   return truth(l) ? TRUE_VAR : r;
 }
 

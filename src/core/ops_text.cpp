@@ -127,14 +127,14 @@ extern "C" {
 // "text" + r: a new temporary; r must be text.
 var* c_add_u(const char* text, var* r)
 {
-  if (!kCM.has(r->Type)) return fail(kTypeMismatch, kConcatText);
+  if (!kCM.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kConcatText);
   return join_literal(text, r, false);
 }
 
 // "text" - r: a new temporary with the literal's trailing blanks at the end.
 var* c_sub_u(const char* text, var* r)
 {
-  if (!kCM.has(r->Type)) return fail(kTypeMismatch, kConcatText);
+  if (!kCM.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kConcatText);
   return join_literal(text, r, true);
 }
 
@@ -148,21 +148,21 @@ int32_t subset0(const char* needle, const char* hay, int32_t nl, int32_t hl)
 // "text" $ r.
 var* c_in_u(const char* text, var* r)
 {
-  if (!kCM.has(r->Type)) return fail(kTypeMismatch, kSubsetText);
+  if (!kCM.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kSubsetText);
   return contains(text_of(text), text_of(r));
 }
 
 // l $ "text".
 var* u_in_c(var* l, const char* text)
 {
-  if (!kCM.has(l->Type)) return fail(kTypeMismatch, kSubsetText);
+  if (!kCM.has(l->Type)) return fail(VL_E_TYPE_MISMATCH, kSubsetText);
   return contains(text_of(l), text_of(text));
 }
 
 // l $ r.
 var* u_in_u(var* l, var* r)
 {
-  if (!kCM.has(l->Type) || !kCM.has(r->Type)) return fail(kTypeMismatch, kSubsetText);
+  if (!kCM.has(l->Type) || !kCM.has(r->Type)) return fail(VL_E_TYPE_MISMATCH, kSubsetText);
   return contains(text_of(l), text_of(r));
 }
 

@@ -28,9 +28,6 @@ namespace {
 constexpr const char* kModule = "areas";
 using vlarea::kAliasBuffer;
 constexpr size_t kAliasChars = 10;
-constexpr int kIllegalType = 317;
-constexpr int kBadClass = 338;
-constexpr int kBadAlias = 342;
 // The class mark every data-server class carries in its class record.
 constexpr intptr_t kDataServerMark = 'D';
 
@@ -91,7 +88,7 @@ void rename_area(AreaRec* area, const char* alias)
     int32_t i = 0;
     while (i < vlnKnownAreaCnt && vlnKnownAreas[i] != area) ++i;
     if (i == vlnKnownAreaCnt)
-      int_error(kBadAlias, "could not find registered alias", kModule, __LINE__);
+      int_error(VL_E_ILLEGAL_ALIAS, "could not find registered alias", kModule, __LINE__);
     else
       vlnKnownAreas[i] = nullptr;
     area->typ &= static_cast<uint8_t>(~VLN_AREA_KNOWN);
@@ -111,7 +108,7 @@ bool bind_selected(var* obj, const char* alias, AreaRec** area)
     vlnSelectedArea = a;
   }
   if (vlnSelectedArea->obj) {
-    int_error(kBadAlias, "work area already in use", kModule, __LINE__);
+    int_error(VL_E_ILLEGAL_ALIAS, "work area already in use", kModule, __LINE__);
     return false;
   }
   *area = vlnSetArea(vlnSelectedArea, 0, alias, obj);
@@ -150,11 +147,11 @@ extern "C" {
 int vlnAnnounceAlias(var* obj, const char* name, char* buffer)
 {
   if (!vlarea::is_object(obj)) {
-    rt_error(kIllegalType, "object required");
+    rt_error(VL_E_ILLEGAL_TYPE, "object required");
     return -1;
   }
   if (!is_data_server(obj)) {
-    rt_error(kBadClass, "Class must inherit from DataServer for hybrid operation");
+    rt_error(VL_E_ILLEGAL_CLASS, "Class must inherit from DataServer for hybrid operation");
     return -1;
   }
   char local[kAliasBuffer];

@@ -25,10 +25,6 @@
 namespace {
 
 constexpr const char* kModule = "areas";
-constexpr int kUnknownFieldType = 204;
-constexpr int kNoField = 306;
-constexpr int kWrongType = 312;
-constexpr int kBadAlias = 342;
 constexpr const char* kFieldTypes = "CDFLMN";
 // Rows of vln_errmsg naming the allocations of a field list and of a memo
 // field's text.
@@ -92,7 +88,7 @@ void unfield(var* field)
 var* no_field(const char* name)
 {
   std::snprintf(repdum, sizeof repdum, "vlnGetAliasField: cannot find field '%s'", name);
-  rt_error(kNoField, repdum);
+  rt_error(VL_E_NO_FIELD, repdum);
   return NIL_VAR;
 }
 
@@ -120,7 +116,7 @@ var* get_cfield(AreaRec* area, const char* name)
   const int32_t sym = locate_var(buf);
   var* r = sym >= 0 ? vlnGetAliasFieldNoError(area, sym) : nullptr;
   if (r) return r;
-  rt_error(kNoField, buf);
+  rt_error(VL_E_NO_FIELD, buf);
   return ERROR_VAR;
 }
 
@@ -132,7 +128,7 @@ AreaRec* area_of_alias(const char* alias)
 {
   AreaRec* a = vlnChr2Area(alias);
   if (a && a->obj) return a;
-  rt_error(kBadAlias, alias ? alias : "");
+  rt_error(VL_E_ILLEGAL_ALIAS, alias ? alias : "");
   return nullptr;
 }
 
@@ -141,11 +137,11 @@ AreaRec* area_of_known(int32_t known)
   if (known >= 0 && known < vlnKnownAreaCnt) {
     AreaRec* a = vlnKnownAreas[known];
     if (a && a->obj) return a;
-    rt_error(kBadAlias, vlnKnownAlias[known]);
+    rt_error(VL_E_ILLEGAL_ALIAS, vlnKnownAlias[known]);
     return nullptr;
   }
   std::snprintf(repdum, sizeof repdum, "known alias %d", known);
-  rt_error(kBadAlias, repdum);
+  rt_error(VL_E_ILLEGAL_ALIAS, repdum);
   return nullptr;
 }
 
@@ -154,7 +150,7 @@ AreaRec* area_of_number(int32_t number)
   AreaRec* a = vlnNumberLocateArea(number);
   if (a && a->obj) return a;
   std::snprintf(repdum, sizeof repdum, "requested area %d", number);
-  rt_error(kBadAlias, repdum);
+  rt_error(VL_E_ILLEGAL_ALIAS, repdum);
   return nullptr;
 }
 
@@ -163,7 +159,7 @@ AreaRec* area_of_value(var* alias)
   const char type = alias ? alias->Type : 'U';
   if (type == 'C') return area_of_alias(VSTR(alias));
   if (type == 'F' || type == 'I' || type == 'N') return area_of_number(vlnIntVar(alias));
-  rt_error(kWrongType, "for alias");
+  rt_error(VL_E_ARG_TYPE, "for alias");
   return nullptr;
 }
 
@@ -199,7 +195,7 @@ var* vlnAnnounceField(const char* name, int32_t number, int type, int backed, in
 {
   if (!type || !std::strchr(kFieldTypes, type)) {
     std::snprintf(repdum, sizeof repdum, "unknown field type '%c'", type);
-    rt_error(kUnknownFieldType, repdum);
+    rt_error(VL_E_ILLEGAL_FIELD_TYPE, repdum);
     return nullptr;
   }
   var* f = mak_var(backed ? 'f' : 'F', type);

@@ -15,9 +15,6 @@ namespace {
 
 constexpr const char* kModule = "areas";
 using vlarea::kAliasBuffer;
-constexpr int kArgCount = 311;
-constexpr int kArgType = 312;
-constexpr int kIllegalValue = 320;
 // SELECT("alias->...") looks only at the text before the arrow.
 constexpr size_t kSelectText = 256;
 
@@ -57,9 +54,9 @@ VLN_FUNC(warea) { return set_nv(select_number(argc, argv), 0); }
 // gives the alias actually used.
 VLN_FUNC(rddannalia)
 {
-  if (argc != 2) return rt_error(kArgCount, "RddAnnounceField(): 2 params expected");
+  if (argc != 2) return rt_error(VL_E_ARG_COUNT, "RddAnnounceField(): 2 params expected");
   if (!vlarea::is_object(argv[0]) || !is_text(argv[1]))
-    return rt_error(kArgType, "expected P[1..7] types AC");
+    return rt_error(VL_E_ARG_TYPE, "expected P[1..7] types AC");
   char alias[kAliasBuffer] = "";
   vlnAnnounceAlias(argv[0], VSTR(argv[1]), alias);
   AreaRec* a = vlnObjectLocateArea(argv[0]);
@@ -74,18 +71,18 @@ VLN_FUNC(rddannalia)
 // make the field variable of field nField and store it in aFields[nField].
 VLN_FUNC(rddannfiel)
 {
-  if (argc != 7) return rt_error(kArgCount, "RddAnnounceField(): 7 params expected");
+  if (argc != 7) return rt_error(VL_E_ARG_COUNT, "RddAnnounceField(): 7 params expected");
   static const char kTypes[] = "CNCNNNA";
   for (int i = 0; i < 7; ++i) {
     const bool ok = kTypes[i] == 'C' ? is_text(argv[i])
                     : kTypes[i] == 'N' ? is_number(argv[i])
                                        : argv[i] && argv[i]->Type == 'A';
-    if (!ok) return rt_error(kArgType, "expected P[1..7] types CNCNNNA");
+    if (!ok) return rt_error(VL_E_ARG_TYPE, "expected P[1..7] types CNCNNNA");
   }
   const int32_t number = vlnIntVar(argv[1]);
   ArrRec* fields = VARR(argv[6]);
   if (number < 1 || static_cast<uint32_t>(number) > fields->A_size)
-    return rt_error(kIllegalValue, "array of fields too small");
+    return rt_error(VL_E_ILLEGAL_VALUE, "array of fields too small");
   const int type = field_type(VSTR(argv[2]));
   const int32_t length = vlnIntVar(argv[4]);
   const int32_t decimals = vlnIntVar(argv[5]);
@@ -114,16 +111,16 @@ VLN_FUNC(rddannfiel)
 // RDDRETIREALIAS(oServer): unbind the object's area; TRUE when it had one.
 VLN_FUNC(rddretalia)
 {
-  if (argc < 1 || !vlarea::is_object(argv[0])) return rt_error(kArgType, "object expected");
+  if (argc < 1 || !vlarea::is_object(argv[0])) return rt_error(VL_E_ARG_TYPE, "object expected");
   return vlnRetireAlias(argv[0]) == 0 ? TRUE_VAR : FALSE_VAR;
 }
 
 // RDDRETIREFIELD(oServer, cName): remove the object's field of that name.
 VLN_FUNC(rddretfiel)
 {
-  if (argc != 2) return rt_error(kArgCount, "RddRetireField(): 2 params expected");
+  if (argc != 2) return rt_error(VL_E_ARG_COUNT, "RddRetireField(): 2 params expected");
   if (!vlarea::is_object(argv[0]) || !is_text(argv[1]))
-    return rt_error(kArgType, "expected P[1..7] types AC");
+    return rt_error(VL_E_ARG_TYPE, "expected P[1..7] types AC");
   vlnRetireField(argv[0], VSTR(argv[1]));
   return NIL_VAR;
 }

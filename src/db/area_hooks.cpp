@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr int kNoField = 306;
-
 // Saved selections of the aliased lists being evaluated.
 std::vector<AreaRec*> g_pushed;
 
@@ -40,7 +38,7 @@ var* eval_alias_field(var* alias, const char* name)
   if (!area) return ERROR_VAR;
   if (var* f = fresh_field(area, name)) return f;
   std::snprintf(repdum, sizeof repdum, "vlnGetAliasField: cannot find field '%s'", name);
-  return rt_error(kNoField, repdum);
+  return rt_error(VL_E_NO_FIELD, repdum);
 }
 
 // alias->(list): the push of vlnPushVArea.  A text that names no open area

@@ -29,9 +29,6 @@ namespace {
 constexpr const char* kModule = "areas";
 // vlnSelect preprocesses a text into a buffer of this size.
 constexpr size_t kSelectText = 64;
-constexpr int kIllegalValue = 320;
-constexpr int kBadAlias = 342;
-constexpr int kNoSelect = 902;
 
 // What vlnSelect does with the area it found or did not find.
 struct SelectMode {
@@ -69,13 +66,13 @@ const SelectMode* find_mode(int mode)
 void report_text(const char* text)
 {
   std::snprintf(repdum, sizeof repdum, "Cannot select working area '%s', ignored", text);
-  rt_error(kNoSelect, repdum);
+  rt_error(VL_E_DEV_WARNING, repdum);
 }
 
 void report_number(int32_t number)
 {
   std::snprintf(repdum, sizeof repdum, "Cannot select working area %d, ignored", number);
-  rt_error(kNoSelect, repdum);
+  rt_error(VL_E_DEV_WARNING, repdum);
 }
 
 // The text, once trimmed, as a whole number (a sign and digits), or false.
@@ -200,7 +197,7 @@ AreaRec* vlnSelect(var* value, int mode)
   const SelectMode* m = find_mode(mode);
   if (!m) {
     std::snprintf(repdum, sizeof repdum, "Illegal parameter for vlnSelect(..., %d)", mode);
-    int_error(kIllegalValue, repdum, kModule, __LINE__);
+    int_error(VL_E_ILLEGAL_VALUE, repdum, kModule, __LINE__);
     return nullptr;
   }
   const char type = value ? value->Type : 'U';
@@ -209,7 +206,7 @@ AreaRec* vlnSelect(var* value, int mode)
     return select_number(clamp_number(vlnNumVar(value)), *m);
   }
   std::snprintf(repdum, sizeof repdum, "Illegal parameter for vlnSelect(%c, ...)", type);
-  int_error(kIllegalValue, repdum, kModule, __LINE__);
+  int_error(VL_E_ILLEGAL_VALUE, repdum, kModule, __LINE__);
   return nullptr;
 }
 
@@ -232,7 +229,8 @@ AreaRec* vlnPushArea(AreaRec* area)
   if (area && area->obj) {
     vlnSelectedArea = area;
   } else {
-    rt_error(kBadAlias, area && area->alias && *area->alias ? area->alias : "no such area");
+    rt_error(VL_E_ILLEGAL_ALIAS,
+             area && area->alias && *area->alias ? area->alias : "no such area");
   }
   return prev;
 }
@@ -272,10 +270,10 @@ AreaRec* vlnPushIArea(int32_t known)
   if (a && a->obj) return vlnPushArea(a);
   AreaRec* prev = hold_selected();
   if (valid) {
-    rt_error(kBadAlias, vlnKnownAlias[known]);
+    rt_error(VL_E_ILLEGAL_ALIAS, vlnKnownAlias[known]);
   } else {
     std::snprintf(repdum, sizeof repdum, "known alias %d", known);
-    rt_error(kBadAlias, repdum);
+    rt_error(VL_E_ILLEGAL_ALIAS, repdum);
   }
   return prev;
 }
@@ -286,7 +284,7 @@ AreaRec* vlnPushVArea(var* value)
   if (type == 'C') return vlnPushCArea(VSTR(value));
   if (type == 'F' || type == 'I' || type == 'N') return vlnPushNArea(vlnIntVar(value));
   AreaRec* prev = hold_selected();
-  rt_error(kBadAlias, "variable has wrong type");
+  rt_error(VL_E_ILLEGAL_ALIAS, "variable has wrong type");
   return prev;
 }
 

@@ -27,8 +27,6 @@
 namespace {
 
 constexpr const char* kModule = "areas";
-constexpr int kTypeMismatch = 201;
-constexpr int kBadAlias = 342;
 // Row of vln_errmsg naming the allocation of a memo field's text.
 constexpr int kMemoPurpose = 18;
 
@@ -55,7 +53,7 @@ var* store_in_record(var* field, var* value)
   const char ft = field->Type, vt = value->Type;
   if (!(ft == vt || (textual(ft) && textual(vt)) || (numeric(ft) && numeric(vt)))) {
     std::snprintf(repdum, sizeof repdum, "field type %c, value type %c", ft, vt);
-    return rt_error(kTypeMismatch, repdum);
+    return rt_error(VL_E_TYPE_MISMATCH, repdum);
   }
   const size_t len = textual(vt) && VSTR(value) && value->Length > 0
                          ? static_cast<size_t>(value->Length - 1) : 0;
@@ -133,7 +131,7 @@ var* vlnSetField(var* field, var* value)
   AreaRec* area = field->W_area;
   if (!area || !area->obj) {  // a plain field of no area is just a record
     if (field->Mode == 'F') return store_in_record(field, value);
-    rt_error(kBadAlias, "field of a closed work area");
+    rt_error(VL_E_ILLEGAL_ALIAS, "field of a closed work area");
     return ERROR_VAR;
   }
   return while_busy(field, [&] { return put_through(area, field, value); });

@@ -119,17 +119,19 @@ int vlnDataserverWire(var* obj)
 
 var* _bb_dataserver_nomethod_me(int argc, var** argv)
 {
-  return report_missing(argc, argv, 343, "Class '%s' does not define method '%s'");
+  return report_missing(argc, argv, VL_E_ILLEGAL_METHOD, "Class '%s' does not define method '%s'");
 }
 
 var* _bb_dataserver_noivarget_me(int argc, var** argv)
 {
-  return report_missing(argc, argv, 344, "Class '%s' does not define instance '%s'");
+  return report_missing(argc, argv, VL_E_ILLEGAL_INSTANCE,
+                        "Class '%s' does not define instance '%s'");
 }
 
 var* _bb_dataserver_noivarput_me(int argc, var** argv)
 {
-  return report_missing(argc, argv, 344, "Class '%s' does not define instance '%s'");
+  return report_missing(argc, argv, VL_E_ILLEGAL_INSTANCE,
+                        "Class '%s' does not define instance '%s'");
 }
 
 }  // extern "C"

@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int kWarning = 902;
 constexpr int kFirstUnknown = 999;
 constexpr int kDiagSubcode = -9999;
 constexpr size_t kTextSize = 4096;
@@ -39,7 +38,7 @@ void fill_place(var* e)
 void fill_description(var* e, const char* method, int code, const char* text)
 {
   char desc[kTextSize];
-  if (code == kWarning)
+  if (code == VL_E_DEV_WARNING)
     std::snprintf(desc, sizeof desc, "%s", text);
   else if (code < kFirstUnknown)
     std::snprintf(desc, sizeof desc, "DBFIDX:%s;%s;%d (%s)", method, text, code,

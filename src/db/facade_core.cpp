@@ -16,8 +16,6 @@ using vlfacade::present;
 
 namespace {
 
-constexpr int kNoArea = 322;
-constexpr int kBadType = 312;
 // The number SELECT() gives while no area has been selected yet.
 constexpr int kFirstArea = 1;
 
@@ -38,7 +36,7 @@ int vlnBringError(int code, const char* text, int mode, AreaRec* area)
     char buf[64];
     std::snprintf(buf, sizeof buf, text ? text : "in work area %d",
                   area ? static_cast<int>(area->number) : kFirstArea);
-    rt_error(code ? code : kNoArea, buf);
+    rt_error(code ? code : VL_E_NO_DATABASE, buf);
   }
   return (mode & VLN_BRING_REPORT) != 0;
 }
@@ -48,7 +46,7 @@ int vlnParamCheck(var* arg, const char* set, const char* op)
   if (!present(arg) || vlnInSet(set, arg->Type)) return 1;
   char buf[128];
   std::snprintf(buf, sizeof buf, "%s: argument type '%c' not in '%s'", op, arg->Type, set);
-  rt_error(kBadType, buf);
+  rt_error(VL_E_ARG_TYPE, buf);
   return 0;
 }
 

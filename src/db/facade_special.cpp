@@ -202,14 +202,14 @@ VLN_FUNC(dbfinfo)
 VLN_FUNC(dbselectar)
 {
   if (argc < 1) {
-    rt_error(902, "DbSelectArea(): argument missing");
+    rt_error(VL_E_DEV_WARNING, "DbSelectArea(): argument missing");
     return FALSE_VAR;
   }
   var* value = vl::kBb.has(argv[0]->Type) ? vlnBlockEval(argv[0]) : argv[0];
   if (!kAreaRef.has(value->Type)) {
     char text[64];
     std::snprintf(text, sizeof text, "DbSelectArea(): illegal parameter type '%c'", value->Type);
-    rt_error(320, text);
+    rt_error(VL_E_ILLEGAL_VALUE, text);
     return FALSE_VAR;
   }
   return vlnSelect(value, -1) ? TRUE_VAR : FALSE_VAR;

@@ -74,7 +74,7 @@ BbFn constructor(const char* name)
   if (i > 0 && glob_ftab[i].fn) return glob_ftab[i].fn;
   char text[sizeof fname + 32];
   std::snprintf(text, sizeof text, "Driver '%s' not found", fname);
-  rt_error(320, text);
+  rt_error(VL_E_ILLEGAL_VALUE, text);
   return nullptr;
 }
 

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr int kWarning = 902;
 constexpr int kNoSubcode = -9999;
 constexpr size_t kHeadingSize = 8192;
 // Room for "FUNC(line)" or a file name as the place of an error.
@@ -42,7 +41,7 @@ extern "C" {
 
 void (*vln_error_handler)(const VlnErrReport* report) = vln_default_error_handler;
 
-int vln_error_is_warning(const VlnErrReport* r) { return r->gencode == kWarning; }
+int vln_error_is_warning(const VlnErrReport* r) { return r->gencode == VL_E_DEV_WARNING; }
 
 char* vln_error_heading_at(const VlnErrReport* r, const char* place, char* buf, size_t size)
 {

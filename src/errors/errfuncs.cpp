@@ -15,14 +15,14 @@ struct PrgErr {
 };
 
 constexpr PrgErr kPrgErrs[] = {
-    {100001, 902, "%s:;empty field list;nothing to do"},
-    {100002, 312, "%s:;file name expected"},
-    {100003, 322, "%s:;cannot open target database '%s' exclusively"},
-    {100004, 312, "%s:;block expected"},
-    {100005, 322, "%s:;area has no database in use"},
-    {100006, 325, "%s:;someone else has locked the target database;cannot append"},
-    {100007, 325, "%s:;illegal field name '%s'"},
-    {100008, 322, "%s:;cannot open source database '%s'"},
+    {100001, VL_E_DEV_WARNING, "%s:;empty field list;nothing to do"},
+    {100002, VL_E_ARG_TYPE, "%s:;file name expected"},
+    {100003, VL_E_NO_DATABASE, "%s:;cannot open target database '%s' exclusively"},
+    {100004, VL_E_ARG_TYPE, "%s:;block expected"},
+    {100005, VL_E_NO_DATABASE, "%s:;area has no database in use"},
+    {100006, VL_E_NOT_LOCKED, "%s:;someone else has locked the target database;cannot append"},
+    {100007, VL_E_NOT_LOCKED, "%s:;illegal field name '%s'"},
+    {100008, VL_E_NO_DATABASE, "%s:;cannot open source database '%s'"},
 };
 
 const char* text_or_empty(int argc, var** argv, int i)

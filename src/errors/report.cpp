@@ -18,8 +18,6 @@
 namespace {
 
 constexpr int kGuardLevels = 4;
-constexpr int kBreakUnexpected = 335;
-constexpr int kDevWarning = 902;
 
 // The fifth nested report: print the chain with printf, wait, end.
 void print_fatal_chain()
@@ -89,7 +87,7 @@ int32_t vln_report_level(void) { return vl_set_flag[0]; }
 
 int vln_error_counts(int code)
 {
-  return code != kDevWarning && vln_err_row(code)->level >= vln_report_level();
+  return code != VL_E_DEV_WARNING && vln_err_row(code)->level >= vln_report_level();
 }
 
 var* io_error(int code, const char* text)
@@ -119,7 +117,7 @@ var* int_error(int code, const char* text, const char* module, int line)
 
 void vl_break_error(void)
 {
-  rt_error(kBreakUnexpected, "Break without a BEGIN SEQUENCE");
+  rt_error(VL_E_UNEXPECTED_BREAK, "Break without a BEGIN SEQUENCE");
   if (shell_return == 0) shell_return = 1;
   vln_quit();
 }

@@ -41,15 +41,12 @@ constexpr size_t kMaxCachedLength = 64u << 10;
 // Macro blocks that run one another deeper than this are refused: a block
 // that evaluates itself would otherwise exhaust the stack.
 constexpr int32_t kMaxBlockDepth = 2000;
-constexpr int kTooDeep = 416;
 // Stack sizes when the limit is unlimited, and the most the budget counts.
 constexpr uintptr_t kUsualStack = 8u << 20;
 constexpr uintptr_t kLargestStack = 64u << 20;
 // Parameter vectors up to this length live on the C stack.
 constexpr size_t kLocalParams = 8;
 constexpr size_t kMessageSize = 1024;
-constexpr int kWrongType = 312;
-constexpr int kTooLong = 315;
 
 struct TextHash {
   using is_transparent = void;
@@ -133,7 +130,7 @@ bool stack_exhausted()
 
 var* run(Program* prog, var** params)
 {
-  if (stack_exhausted()) return rt_error(kTooDeep, "evaluations nested too deeply");
+  if (stack_exhausted()) return rt_error(VL_E_INTERNAL_VALUE, "evaluations nested too deeply");
   Ctx ctx{prog, params, vln_error_count};
   return result_of(eval_node(ctx, prog->root));
 }
@@ -168,7 +165,7 @@ var* run_block_body(Program* prog, bool cached, int argc, var** argv)
 {
   if (glob_depth >= kMaxBlockDepth) {
     if (!cached) delete prog;
-    return rt_error(kTooDeep, "code blocks nested too deeply");
+    return rt_error(VL_E_INTERNAL_VALUE, "code blocks nested too deeply");
   }
   frame f;
   vln_fn_start(&f, "macro", "block", -1, argc);
@@ -227,7 +224,7 @@ var* vln_run_macro_block(var* block, int argc, var** argv)
 
 var* exp_evalb(int argc, var** argv)
 {
-  if (argc < 1 || argv[0]->Type != 'b') return rt_error(kWrongType, "in EVAL()"), NIL_VAR;
+  if (argc < 1 || argv[0]->Type != 'b') return rt_error(VL_E_ARG_TYPE, "in EVAL()"), NIL_VAR;
   return vln_run_macro_block(argv[0], argc - 1, argv + 1);
 }
 
@@ -262,13 +259,13 @@ char* filorexp(const char* text, int size)
   if (*t != '(') return exp_pp(t, buffer, room, 1);
   var* v = exp_eval(t);
   if (!vl::kCM.has(v->Type)) {
-    rt_error(kWrongType, "file name expression must give a string");
+    rt_error(VL_E_ARG_TYPE, "file name expression must give a string");
     buffer[0] = '\0';
     return buffer;
   }
   size_t n = static_cast<size_t>(v->Length - 1);
   if (n >= room) {
-    rt_error(kTooLong, t);
+    rt_error(VL_E_MACRO_TOO_LONG, t);
     n = room - 1;
   }
   std::memcpy(buffer, v->Value.w1.str, n);

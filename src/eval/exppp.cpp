@@ -22,8 +22,6 @@
 namespace {
 
 constexpr int kMaxPasses = 16;
-constexpr int kEndlessLoop = 314;
-constexpr int kTooLong = 315;
 constexpr size_t kNameLength = 10;
 // The most an expansion may add to its text.
 constexpr size_t kMaxGrowth = 16u << 20;
@@ -103,11 +101,11 @@ int expand_macros(const char* text, std::string& out)
   for (int pass = 0; pass < kMaxPasses; ++pass) {
     switch (expand_once(out, limit, seen)) {
       case Pass::kSame: return 0;
-      case Pass::kTooLong: return kTooLong;
+      case Pass::kTooLong: return VL_E_MACRO_TOO_LONG;
       case Pass::kChanged: break;
     }
   }
-  return kEndlessLoop;
+  return VL_E_MACRO_LOOP;
 }
 
 }  // namespace vl::expr
@@ -123,7 +121,7 @@ extern "C" char* exp_pp(const char* text, char* buffer, size_t size, int flag)
     size_t n = expanded.size();
     if (n >= size) {
       n = size - 1;
-      if (!code) code = kTooLong;
+      if (!code) code = VL_E_MACRO_TOO_LONG;
     }
     std::memcpy(buffer, expanded.data(), n);
     buffer[n] = '\0';

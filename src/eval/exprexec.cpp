@@ -33,12 +33,6 @@ namespace vl::expr {
 
 namespace {
 
-constexpr int kNoField = 306;
-constexpr int kUndefinedName = 307;
-constexpr int kUndefinedFunction = 308;
-constexpr int kNullResult = 310;
-constexpr int kNoDebugInfo = 337;
-constexpr int kBadAlias = 342;
 // Argument vectors up to this length live on the C stack.
 constexpr size_t kLocalArgs = 8;
 
@@ -68,21 +62,22 @@ var* field_of_selected(const Node& n)
 var* read_memvar(const Node& n)
 {
   const int32_t idx = memvar_index(n, false);
-  if (idx < 0) return report(kUndefinedName, "undefined variable %s", n.name);
+  if (idx < 0) return report(VL_E_UNDEFINED_VAR, "undefined variable %s", n.name);
   return vlnGetVar(idx);
 }
 
 var* field_ref(const Node& n)
 {
   var* f = field_of_selected(n);
-  return f ? f : report(kNoField, "FIELD->%s", n.name);
+  return f ? f : report(VL_E_NO_FIELD, "FIELD->%s", n.name);
 }
 
 var* alias_field(const Ctx& ctx, const Node& n)
 {
   var* alias = n.a >= 0 ? eval_node(ctx, n.a) : set_Cvar(cre_tmpvar(), n.name2.c_str(), -1);
   if (stopped(ctx)) return ERROR_VAR;
-  if (!vln_eval_alias_field_hook) return report(kBadAlias, "%s: no work areas are open", n.name);
+  if (!vln_eval_alias_field_hook)
+    return report(VL_E_ILLEGAL_ALIAS, "%s: no work areas are open", n.name);
   return vln_eval_alias_field_hook(alias, n.name.c_str());
 }
 
@@ -94,7 +89,7 @@ var* alias_list(const Ctx& ctx, const Node& n)
   var* alias = n.a >= 0 ? eval_node(ctx, n.a) : set_Cvar(cre_tmpvar(), n.name2.c_str(), -1);
   if (stopped(ctx)) return ERROR_VAR;
   if (!vln_eval_push_area_hook || !vln_eval_pop_area_hook)
-    return report(kBadAlias, "%s: no work areas are open", n.name2);
+    return report(VL_E_ILLEGAL_ALIAS, "%s: no work areas are open", n.name2);
   if (!vln_eval_push_area_hook(alias)) return ERROR_VAR;
   return vln_guarded([&] { return eval_node(ctx, n.b); }, [] { vln_eval_pop_area_hook(); });
 }
@@ -156,7 +151,7 @@ var* call(const Ctx& ctx, const Node& n)
   int32_t fn = n.cache;
   if (fn <= 0) {
     fn = find_fun(short_fun(n.name.c_str()));
-    if (fn <= 0) return report(kUndefinedFunction, "access of undefined function %s", n.name);
+    if (fn <= 0) return report(VL_E_UNDEFINED_FUNC, "access of undefined function %s", n.name);
     n.cache = fn;
   }
   const auto f = glob_ftab[fn].fn;
@@ -164,7 +159,7 @@ var* call(const Ctx& ctx, const Node& n)
     if (!arguments(ctx, n, argv)) return ERROR_VAR;
     return f(static_cast<int>(n.kids.size()), argv);
   });
-  return r ? r : report(kNullResult, "%s() returned no value", n.name);
+  return r ? r : report(VL_E_NULL_RESULT, "%s() returned no value", n.name);
 }
 
 var* iif(const Ctx& ctx, const Node& n)
@@ -348,7 +343,7 @@ var* eval_node(const Ctx& ctx, int32_t i)
     case Op::NoDebugInfo:
       std::snprintf(repdum, sizeof repdum, "%s->%s: not available without debug information",
                     n.name2.c_str(), n.name.c_str());
-      return rt_error(kNoDebugInfo, repdum);
+      return rt_error(VL_E_UNDEFINED_ID, repdum);
     case Op::Call: return call(ctx, n);
     case Op::Iif: return iif(ctx, n);
     case Op::Binary: return binary_chain(ctx, n);

@@ -28,10 +28,6 @@ namespace {
 constexpr const char* kModule = "macro";
 // The vln_errmsg row naming the allocation of a block's text.
 constexpr int kFormingBlock = 80;
-constexpr int kUndefinedFunction = 308;
-constexpr int kSyntax = 309;
-constexpr int kNullResult = 310;
-constexpr int kTooLongString = 319;
 // Room for a name expanded from macro text.
 constexpr size_t kMacroNameSize = 4096;
 
@@ -56,10 +52,10 @@ bool is_name(const char* text)
 const char* type_after_error(int code, const char* text)
 {
   switch (code) {
-    case kUndefinedFunction: return "UF";
-    case kSyntax: return "UE";
-    case kNullResult:
-    case kTooLongString: return "U";
+    case VL_E_UNDEFINED_FUNC: return "UF";
+    case VL_E_SYNTAX: return "UE";
+    case VL_E_NULL_RESULT:
+    case VL_E_STRING_TOO_LONG: return "U";
     default: break;
   }
   while (*text == ' ') ++text;
@@ -111,7 +107,7 @@ const char* vln_chararg(var* v, const char* text)
     return v->Value.w1.str;
   }
   std::snprintf(repdum, sizeof repdum, "%s, should be character to evaluate", text);
-  rt_error(312, repdum);
+  rt_error(VL_E_ARG_TYPE, repdum);
   return "";
 }
 
@@ -123,13 +119,14 @@ var* macrovariable(const char* text)
   if (idx >= 0) return mv_names[idx].v;
   // The message goes to standard output, and the report carries repdum.
   std::printf("'%s' doesn't expand to a defined variable name", name);
-  rt_error(302, repdum);
+  rt_error(VL_E_NO_MEMVARS, repdum);
   return mk_var_cp(ERROR_VAR);
 }
 
 var* macrovariablev(var* v)
 {
-  if (v->Type != 'C') return rt_error(201, "result must be character to evalute macro");
+  if (v->Type != 'C')
+    return rt_error(VL_E_TYPE_MISMATCH, "result must be character to evalute macro");
   return macrovariable(v->Value.w1.str);
 }
 
@@ -149,7 +146,7 @@ var* vln_fldblock(int argc, var** argv, var** avec)
   var* field = vln_eval_field_hook ? vln_eval_field_hook(name) : nullptr;
   if (!field) {
     std::snprintf(repdum, sizeof repdum, "FIELDBLOCK: %s", name);
-    return rt_error(306, repdum);
+    return rt_error(VL_E_NO_FIELD, repdum);
   }
   if (argc > 0) cpy_var(field, argv[0]);
   return mk_var_cp(field);
@@ -160,7 +157,7 @@ var* vln_fldwblock(int argc, var** argv, var** avec)
   const char* name = mv_names[vlnIntVar(avec[0])].name;
   if (!vln_eval_alias_field_hook) {
     std::snprintf(repdum, sizeof repdum, "FIELDWBLOCK: %s", name);
-    return rt_error(342, repdum);
+    return rt_error(VL_E_ILLEGAL_ALIAS, repdum);
   }
   var* field = vln_eval_alias_field_hook(avec[1], name);
   if (field == ERROR_VAR) return ERROR_VAR;
@@ -222,7 +219,7 @@ var* vlnNoDoMacroMethod(const char* text, int32_t level, int argc, var** argv)
 // FIELDBLOCK(name): a block that gets or sets the field of the selected area.
 VLN_FUNC(fieldblock)
 {
-  if (argc < 1 || !is_text(argv[0])) return rt_error(312, "in FIELDBLOCK"), NIL_VAR;
+  if (argc < 1 || !is_text(argv[0])) return rt_error(VL_E_ARG_TYPE, "in FIELDBLOCK"), NIL_VAR;
   return name_block(reinterpret_cast<AnyFn>(vln_fldblock), VSTR(argv[0]), nullptr);
 }
 
@@ -230,7 +227,7 @@ VLN_FUNC(fieldblock)
 VLN_FUNC(fieldwbloc)
 {
   if (argc < 2 || !is_text(argv[0]) || !vl::kNFIL.has(argv[1]->Type))
-    return rt_error(312, "in FIELDWBLOCK"), NIL_VAR;
+    return rt_error(VL_E_ARG_TYPE, "in FIELDWBLOCK"), NIL_VAR;
   var* area = set_Iv(vlnIntVar(argv[1]));
   return name_block(reinterpret_cast<AnyFn>(vln_fldwblock), VSTR(argv[0]), area);
 }
@@ -238,10 +235,10 @@ VLN_FUNC(fieldwbloc)
 // MEMVARBLOCK(name): a block that gets or sets an existing memory variable.
 VLN_FUNC(memvarbloc)
 {
-  if (argc < 1 || !is_text(argv[0])) return rt_error(312, "in MEMVARBLOCK"), NIL_VAR;
+  if (argc < 1 || !is_text(argv[0])) return rt_error(VL_E_ARG_TYPE, "in MEMVARBLOCK"), NIL_VAR;
   const int32_t idx = locate_var(VSTR(argv[0]));
   if (idx < 0 || mv_names[idx].v->Mode == 'U')
-    return rt_error(902, "MEMVARBLOCK-BLOCK: no such variable"), NIL_VAR;
+    return rt_error(VL_E_DEV_WARNING, "MEMVARBLOCK-BLOCK: no such variable"), NIL_VAR;
   return name_block(reinterpret_cast<AnyFn>(vln_memblock), VSTR(argv[0]), nullptr);
 }
 

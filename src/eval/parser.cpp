@@ -11,6 +11,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "errcodes.h"
 #include "exprtree.hpp"
 #include "kernel.h"
 #include "scanner.hpp"
@@ -23,8 +24,6 @@ namespace vl::expr {
 
 namespace {
 
-constexpr int kSyntax = 309;
-constexpr int kMacro = 202;
 constexpr size_t kMaxArgs = 255;
 // Deeper nesting than this is refused rather than risking the stack.
 constexpr int kMaxNesting = 200;
@@ -107,11 +106,11 @@ class Parser {
   // The first error wins.  A token the scanner could not read says why
   // itself (an unterminated string); a "&" left after expansion names the
   // macro that did not expand.
-  bool fail(const std::string& what, int code = kSyntax)
+  bool fail(const std::string& what, int code = VL_E_SYNTAX)
   {
     if (code_) return false;
-    code_ = tok_.kind == Tok::Macro ? kMacro : code;
-    if (code_ == kMacro) {
+    code_ = tok_.kind == Tok::Macro ? VL_E_ILLEGAL_OP : code;
+    if (code_ == VL_E_ILLEGAL_OP) {
       message_ = "macro not allowed: " + unexpanded_macro() + " in: " + text_;
       return false;
     }

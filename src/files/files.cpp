@@ -55,7 +55,8 @@ int path_open(const char* asked, const char* name, int flags, int mode, char* ou
   if (fd < 0) {
     __oserr = err;
     if (report)
-      vln::note(rep, 101, 1, "Open error for '%s' (requested '%s') ", last.c_str(), asked);
+      vln::note(rep, VL_E_FILE_OPEN, 1, "Open error for '%s' (requested '%s') ", last.c_str(),
+                asked);
   }
   if (out) last_name_out(last, out);
   errno = err;
@@ -67,7 +68,7 @@ int create(const char* name, int mode, VlnNameReport* rep)
   const std::string path = vln::form_fnam(nullptr, name, rep);
   const int fd = failed(open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, mode));
   if (fd < 0)
-    vln::note(rep, 105, 1, "Create error for '%s' ", path.c_str());
+    vln::note(rep, VL_E_FILE_CREATE, 1, "Create error for '%s' ", path.c_str());
   else
     fchmod(fd, mode);
   return fd;
@@ -77,7 +78,7 @@ int erase(const char* name, VlnNameReport* rep)
 {
   const std::string path = vln::form_fnam(nullptr, name, rep);
   const int result = failed(unlink(path.c_str()));
-  if (result < 0) vln::note(rep, 106, 1, "Erase error");
+  if (result < 0) vln::note(rep, VL_E_FILE_ERASE, 1, "Erase error");
   return result;
 }
 
@@ -90,7 +91,7 @@ FILE* open_stream(const char* name, const char* mode, VlnNameReport* rep)
     if (FILE* stream = std::fopen(candidate.c_str(), how.c_str())) return stream;
   }
   __oserr = errno;
-  vln::note(rep, 101, 1, "file '%s'", last.c_str());
+  vln::note(rep, VL_E_FILE_OPEN, 1, "file '%s'", last.c_str());
   return nullptr;
 }
 
@@ -100,7 +101,7 @@ int name_mode(const char* name, VlnNameReport* rep)
   struct stat st;
   if (stat(path.c_str(), &st) == 0) return st.st_mode & 07777;
   __oserr = errno;
-  vln::note(rep, 107, 0, "GET_NFIL_MODE: cannot get status for '%s'", path.c_str());
+  vln::note(rep, VL_E_FILE_STATUS, 0, "GET_NFIL_MODE: cannot get status for '%s'", path.c_str());
   return 0;
 }
 
@@ -138,7 +139,7 @@ int close_fil(int fd)
   if (failed(close(fd)) == 0) return 0;
   char text[64];
   std::snprintf(text, sizeof text, "Close error (for %d)  ", fd);
-  io_error(102, text);
+  io_error(VL_E_FILE_CLOSE, text);
   return -1;
 }
 
@@ -168,7 +169,7 @@ ssize_t write_fil(int fd, const void* buf, size_t n)
   }
   if (done == n) return static_cast<ssize_t>(n);
   __oserr = errno;
-  io_error(104, "Write error");
+  io_error(VL_E_FILE_WRITE, "Write error");
   return done > 0 ? static_cast<ssize_t>(done) : -1;
 }
 
@@ -210,7 +211,7 @@ int vlnGetFileMode(int fd)
   __oserr = errno;
   char text[64];
   std::snprintf(text, sizeof text, "GET_DFIL_MODE: cannot get status for '%d'", fd);
-  int_error(107, text, __FILE__, __LINE__);
+  int_error(VL_E_FILE_STATUS, text, __FILE__, __LINE__);
   return 0;
 }
 

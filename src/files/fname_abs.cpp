@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "errcodes.h"
 #include "fname.h"
 #include "fname_util.hpp"
 
@@ -37,7 +38,7 @@ std::string shown(const std::string& s)
 void note_cwd_failure(VlnNameReport* report)
 {
   if (errno == ENOMEM) {
-    vln::note(report, 107, 0, "cannot get current directory;malloc() failure");
+    vln::note(report, VL_E_FILE_STATUS, 0, "cannot get current directory;malloc() failure");
     return;
   }
   const int fd = dup(0);
@@ -48,7 +49,7 @@ void note_cwd_failure(VlnNameReport* report)
   } else {
     std::snprintf(used, sizeof used, ", cannot open any more");
   }
-  vln::note(report, 107, 0,
+  vln::note(report, VL_E_FILE_STATUS, 0,
             "cannot get current directory;"
             "either your current path > 4000 bytes or getcwd() failure;"
             "posible reason: open file limit exhausted%s"
@@ -65,7 +66,7 @@ void abs_into(char* name, size_t size, VlnNameReport* report)
   char* cwd = getcwd(nullptr, 0);
   const std::string dir = cwd ? cwd : "";
   std::free(cwd);
-  vln::note(report, 107, 0,
+  vln::note(report, VL_E_FILE_STATUS, 0,
             "cannot get current directory;internal file limit of %d bytes exceeded;"
             "the current path=%d, file=%d bytes;%s%s;;Hint: reduce the directory depth or "
             "file name size",

@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "errcodes.h"
 #include "fname.h"
 #include "fname_util.hpp"
 #include "switches.h"
@@ -41,7 +42,7 @@ void substitute_drive(std::string& name, size_t limit, VlnNameReport* report)
   if (!value) return;
   const size_t vlen = std::strlen(value);
   if (name.size() + vlen >= limit) {
-    vln::note(report, 901, 0, "Drive %c: substitution exceedes %d chars", letter,
+    vln::note(report, VL_E_WARNING, 0, "Drive %c: substitution exceedes %d chars", letter,
               static_cast<int>(limit));
     return;
   }
@@ -54,7 +55,8 @@ void map_extension(std::string& name, size_t limit, VlnNameReport* report)
 {
   std::string mapped = vln::namemapext(name);
   if (mapped.size() >= limit) {
-    vln::note(report, 901, 0, "Mapping of extension exceeds %d chars", static_cast<int>(limit));
+    vln::note(report, VL_E_WARNING, 0, "Mapping of extension exceeds %d chars",
+              static_cast<int>(limit));
     return;
   }
   name.swap(mapped);

@@ -48,7 +48,7 @@ extern "C" char* form_fnam(const char* dir, const char* name, char* out, size_t 
   const bool fits = form_into(dir, name, out, size, &report);
   if (!fits) out[0] = '\0';
   vln_name_report(&report);
-  if (!fits) rt_error(319, "form_fnam: file name too long");
+  if (!fits) rt_error(VL_E_STRING_TOO_LONG, "form_fnam: file name too long");
   return out;
 }
 
@@ -66,7 +66,7 @@ extern "C" char* vlnAddDefPath(char* name, size_t size)
   VlnNameReport report{};
   const bool fits = add_def_path(expanded, name, size, &report);
   vln_name_report(&report);
-  if (!fits) rt_error(319, "to add default path");
+  if (!fits) rt_error(VL_E_STRING_TOO_LONG, "to add default path");
   return name;
 }
 

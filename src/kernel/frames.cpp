@@ -18,9 +18,6 @@
 namespace {
 
 constexpr int kQuiet = 128;
-constexpr int kTypeMismatch = 201;
-constexpr int kFieldParam = 204;
-constexpr int kUndefined = 901;
 
 char upper(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
 
@@ -48,10 +45,10 @@ var* settle_param(var* v, char expected, bool quiet)
       break;
     case 'F':
     case 'f':
-      if (!quiet) ftl_error(kFieldParam, "field not allowed as parameter to function");
+      if (!quiet) ftl_error(VL_E_ILLEGAL_FIELD_TYPE, "field not allowed as parameter to function");
       break;
     case 'U':
-      rt_error(kUndefined, "function called with undefined variable");
+      rt_error(VL_E_WARNING, "function called with undefined variable");
       break;
     default:
       break;
@@ -94,7 +91,7 @@ var* vln_fn_end(frame* f, int type)
   if (type != 'U' && !vlnParamTypesCompatible(result->Type, type)) {
     std::snprintf(repdum, sizeof repdum, "Illegal return type, expected %c - received %c",
                   type, result->Type);
-    rt_error(kTypeMismatch, repdum);
+    rt_error(VL_E_TYPE_MISMATCH, repdum);
   }
   return result;
 }
@@ -115,7 +112,7 @@ var* vln_local_param(int argc, int index, var** argv, int type)
                     "for parameter #%d;expected %c - received %c;"
                     "defaulting to empty parameter of type %c",
                     index + 1, expected, v->Type, expected);
-      rt_error(kTypeMismatch, repdum);
+      rt_error(VL_E_TYPE_MISMATCH, repdum);
     }
     if (upper(v->Mode) != 'T') v = cre_tmpvar();
   }
@@ -136,9 +133,9 @@ void vln_private_param(int32_t index, int argc, int argidx, var** argv)
   switch (arg->Mode) {
     case 'F':
     case 'f':
-      ftl_error(kFieldParam, "field not allowed as parameter to function");
+      ftl_error(VL_E_ILLEGAL_FIELD_TYPE, "field not allowed as parameter to function");
     case 'U':
-      rt_error(kUndefined, "function call with undefined variable");
+      rt_error(VL_E_WARNING, "function call with undefined variable");
       push_var(index, arg);
       arg->Mode = 'U';
       break;

@@ -93,13 +93,13 @@ var* vlnGetVar(int32_t index)
 {
   if (!valid_index(index)) {
     std::snprintf(repdum, sizeof repdum, "memory variable index %d", index);
-    int_error(303, repdum, "memvars", __LINE__);
+    int_error(VL_E_NULL_MEMVAR, repdum, "memvars", __LINE__);
     return cre_tmpvar();
   }
   var* v = mv_names[index].v;
   if (v->Mode == 'U') {
     std::snprintf(repdum, sizeof repdum, "undefined variable %s", mv_names[index].name);
-    rt_error(901, repdum);
+    rt_error(VL_E_WARNING, repdum);
   }
   return v;
 }

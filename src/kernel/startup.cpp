@@ -92,7 +92,7 @@ int32_t vln_signal_poll_count = 0;
 void vln_add_signal_poll(void (*fn)(void))
 {
   if (vln_signal_poll_count == kMaxSignalPolls) {
-    int_error(409, "vln_add_signal_poll: more than 16 polls", "startup", __LINE__);
+    int_error(VL_E_OUT_OF_RANGE, "vln_add_signal_poll: more than 16 polls", "startup", __LINE__);
     return;
   }
   signal_polls[vln_signal_poll_count++] = fn;

@@ -19,11 +19,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongType = 312;
-constexpr int kWrongValue = 313;
-constexpr int kIllegalValue = 320;
-constexpr int kWrongFileName = 323;
-
 var* report(int code)
 {
   rt_error(code, repdum);
@@ -47,25 +42,25 @@ VLN_FUNC(loadlang)
   if (!is_number(n)) {
     std::snprintf(repdum, sizeof repdum,
                   "LOADLANG(): requires language number as first argument, not '%c'", n->Type);
-    return report(kWrongType);
+    return report(VL_E_ARG_TYPE);
   }
   if (!is_text(name)) {
     std::snprintf(repdum, sizeof repdum,
                   "LOADLANG(): requires filename as second argument, not '%c'", type_of(name));
-    return report(kWrongType);
+    return report(VL_E_ARG_TYPE);
   }
   const int64_t number = count_arg(n);
   if (number < 1 || number > VLN_LANGUAGES) {
     std::snprintf(repdum, sizeof repdum,
                   "LOADLANG(): requires language number in the range 1 to %d", VLN_LANGUAGES);
-    return report(kWrongValue);
+    return report(VL_E_ARG_VALUE);
   }
   const int fd = path_open_fil(name->Value.w1.str, O_RDONLY, 0, nullptr, 1, vlnGetDevel());
   FILE* stream = fd >= 0 ? fdopen(fd, "r") : nullptr;
   if (!stream) {
     if (fd >= 0) close(fd);
     std::snprintf(repdum, sizeof repdum, "LOADLANG(): cannot open '%s'", name->Value.w1.str);
-    return report(kWrongFileName);
+    return report(VL_E_WRONG_FILE_NAME);
   }
   const int good = _loadlang(static_cast<int>(number - 1), stream);
   std::fclose(stream);
@@ -79,18 +74,18 @@ VLN_FUNC(setlang)
   var* n = argv[0];
   if (!is_number(n)) {
     std::snprintf(repdum, sizeof repdum, "SETLANG() requires numeric argument not '%c'", n->Type);
-    return setlang_error(kWrongType);
+    return setlang_error(VL_E_ARG_TYPE);
   }
   const int64_t number = count_arg(n);
   if (number < 0 || number > VLN_LANGUAGES) {
     std::snprintf(repdum, sizeof repdum, "SETLANG() requires numeric argument in the range 0 to %d",
                   VLN_LANGUAGES);
-    return setlang_error(kWrongValue);
+    return setlang_error(VL_E_ARG_VALUE);
   }
   if (vlnSelectLanguage(static_cast<int>(number)) != 0) {
     std::snprintf(repdum, sizeof repdum, "SETLANG(): language # %d has not been loaded",
                   static_cast<int>(number));
-    return setlang_error(kIllegalValue);
+    return setlang_error(VL_E_ILLEGAL_VALUE);
   }
   return set_nv(former, 0);
 }

@@ -35,7 +35,6 @@
 
 namespace {
 
-constexpr int kIllegalValue = 320;
 constexpr size_t kMaxLine = 511;
 constexpr int kMaxFields = 5;
 constexpr int kMaxChars = 256;
@@ -300,7 +299,7 @@ int _loadlang(int index, FILE* stream)
   ld = Loader{};
   begin(ld, languages[index]);
   if (!read_file(ld, stream)) {
-    rt_error(kIllegalValue, ld.error);
+    rt_error(VL_E_ILLEGAL_VALUE, ld.error);
     return 0;
   }
   commit(ld, languages[index]);

@@ -14,13 +14,6 @@ int _prt_row = 0;
 int _prt_col = 0;
 }
 
-namespace {
-
-constexpr int kWrongType = 312;
-constexpr int kWrongValue = 313;
-
-}  // namespace
-
 VLN_FUNC(prow) { return set_nv(_prt_row, 0); }
 VLN_FUNC(pcol) { return set_nv(_prt_col, 0); }
 
@@ -31,7 +24,7 @@ VLN_FUNC(setprc)
   if (!is_number(row) || !is_number(col)) {
     std::snprintf(repdum, sizeof repdum, "SETPRC(): arguments should be 'N, N', not '%c, %c'",
                   type_of(row), type_of(col));
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return NIL_VAR;
   }
   const int64_t r = count_arg(row);
@@ -39,7 +32,7 @@ VLN_FUNC(setprc)
   if (r < 0 || c < 0 || r > INT32_MAX || c > INT32_MAX) {
     std::snprintf(repdum, sizeof repdum, "SETPRC(): row %lld, column %lld out of range",
                   static_cast<long long>(r), static_cast<long long>(c));
-    rt_error(kWrongValue, repdum);
+    rt_error(VL_E_ARG_VALUE, repdum);
     return NIL_VAR;
   }
   _prt_row = static_cast<int>(r);

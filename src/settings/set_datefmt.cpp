@@ -48,7 +48,7 @@ void vlset::set_date_format(const char* text)
     vln_flagto.date_format[VL_DATEFMT_LEN] = '\0';
     format_changed();
   }
-  if (grade != 0) rt_error(336, "SET: Illegal date format");
+  if (grade != 0) rt_error(VL_E_ILLEGAL_DATE_FORMAT, "SET: Illegal date format");
 }
 
 extern "C" {

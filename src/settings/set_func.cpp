@@ -76,7 +76,7 @@ var* autolock_set_value(var* value)
 VLN_FUNC(set)
 {
   if (argc < 1 || !argv[0] || !vl::kNFIL.has(argv[0]->Type)) {
-    rt_error(311, "int SET()");
+    rt_error(VL_E_ARG_COUNT, "int SET()");
     return NIL_VAR;
   }
   const int n = vlnIntVar(argv[0]);

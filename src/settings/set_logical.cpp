@@ -40,7 +40,7 @@ bool refused(int n, int on)
   if (n == kAlternate) return vln_flagto.alternate_file[0] == '\0';
   if (n == kExtra) return vln_flagto.extra_file[0] == '\0';
   if (n == kPrinter && !printer_ready()) {
-    io_error(101, "Attempted SET PRINTER ON;but default spool file;was disabled");
+    io_error(VL_E_FILE_OPEN, "Attempted SET PRINTER ON;but default spool file;was disabled");
     return true;
   }
   return false;

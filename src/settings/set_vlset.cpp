@@ -69,10 +69,10 @@ var* devel(int argc, var** argv)
 {
   const int former = vlnGetDevel();
   if (argc > 2) {
-    rt_error(311, "expected only 2 arguments, 1:'expc' 2:'expl'");
+    rt_error(VL_E_ARG_COUNT, "expected only 2 arguments, 1:'expc' 2:'expl'");
   } else if (argc == 2) {
     if (!is_logical_arg(argv[1]))
-      rt_error(312, "expected logical for 2.nd argument");
+      rt_error(VL_E_ARG_TYPE, "expected logical for 2.nd argument");
     else
       vl_set_flag[VL_SLOT_LEVEL] = vlnLogVar(argv[1]) ? VL_DEVEL_LEVEL : VL_NORMAL_LEVEL;
   }
@@ -97,7 +97,7 @@ var* delegate(const char* name, int argc, var** argv)
 
 var* printer_file(int argc)
 {
-  if (argc > 1) rt_error(311, "no arguments allowed");
+  if (argc > 1) rt_error(VL_E_ARG_COUNT, "no arguments allowed");
   return text_result(vln_flagto.printer_file);
 }
 
@@ -105,10 +105,10 @@ var* terminal_key(int argc, var** argv, int slot)
 {
   const int former = vl_set_flag[slot];
   if (argc > 2) {
-    rt_error(311, "expected only 2 arguments, 1:'expc' 2:'expn'");
+    rt_error(VL_E_ARG_COUNT, "expected only 2 arguments, 1:'expc' 2:'expn'");
   } else if (argc == 2) {
     if (!is_number_arg(argv[1])) {
-      rt_error(312, "expected numeric for 2.nd argument");
+      rt_error(VL_E_ARG_TYPE, "expected numeric for 2.nd argument");
     } else {
       vl_set_flag[slot] = vlnIntVar(argv[1]);
       if (vln_termkey_hook) vln_termkey_hook(slot, vl_set_flag[slot]);
@@ -123,11 +123,11 @@ var* four_chars(int argc, var** argv)
   std::memcpy(former, &vl_set_flag[VL_SLOT_FOURCHAR], kFourCharLen);
   var* result = text_result(former);
   if (argc > 2) {
-    rt_error(311, "expected only 1 argument, 'expc'");
+    rt_error(VL_E_ARG_COUNT, "expected only 1 argument, 'expc'");
   } else if (argc == 2) {
     const char* text = text_of(argv[1]);
     if (!text) {
-      rt_error(312, "expected character for 2.nd argument");
+      rt_error(VL_E_ARG_TYPE, "expected character for 2.nd argument");
     } else {
       char bytes[kFourCharLen] = {};
       std::memcpy(bytes, text, strnlen(text, kFourCharLen));
@@ -140,17 +140,17 @@ var* four_chars(int argc, var** argv)
 var* convert(int argc, var** argv)
 {
   if (argc != 2 && argc != 3) {
-    rt_error(311, "expected only 3 arguments convert, 1:'expc' 2:'from' 3:'to'");
+    rt_error(VL_E_ARG_COUNT, "expected only 3 arguments convert, 1:'expc' 2:'from' 3:'to'");
     return NULLSTR_VAR;
   }
   const char* ext = text_of(argv[1]);
   if (!ext) {
-    rt_error(312, "expected character for 2.nd argument");
+    rt_error(VL_E_ARG_TYPE, "expected character for 2.nd argument");
     return NULLSTR_VAR;
   }
   const char* newext = argc == 3 ? text_of(argv[2]) : nullptr;
   if (argc == 3 && !newext) {
-    rt_error(312, "expected character for 3.rd argument");
+    rt_error(VL_E_ARG_TYPE, "expected character for 3.rd argument");
     return NULLSTR_VAR;
   }
   return text_result(vln_mapext(ext, newext));
@@ -160,7 +160,7 @@ var* environment(int argc, var** argv)
 {
   const char* name = argc > 1 ? text_of(argv[1]) : nullptr;
   if (!name) {
-    rt_error(312, "expected character for 2.nd argument");
+    rt_error(VL_E_ARG_TYPE, "expected character for 2.nd argument");
     return NULLSTR_VAR;
   }
   const char* old = std::getenv(name);
@@ -168,16 +168,16 @@ var* environment(int argc, var** argv)
   if (!present(argc, argv, 2)) return former;
   const char* value = text_of(argv[2]);
   if (!value) {
-    rt_error(312, "expected character for 3.rd argument");
+    rt_error(VL_E_ARG_TYPE, "expected character for 3.rd argument");
     return former;
   }
   const bool reinit = argc > 3 && is_logical_arg(argv[3]) && vlnLogVar(argv[3]);
   if (reinit && vln_checkforterm_hook && !vln_checkforterm_hook(value)) {
-    rt_error(320, "Cannot initialize terminal (ignored)");
+    rt_error(VL_E_ILLEGAL_VALUE, "Cannot initialize terminal (ignored)");
     return former;
   }
   if (setenv(name, value, 1) != 0) {
-    rt_error(301, "Unable to extend environment for new variable");
+    rt_error(VL_E_NO_MEMORY, "Unable to extend environment for new variable");
     return former;
   }
   if (reinit && vln_term_reinit_hook) vln_term_reinit_hook();
@@ -188,10 +188,10 @@ var* escdelay(int argc, var** argv)
 {
   const int former = vl_set_flag[VL_SLOT_ESCDELAY];
   if (argc > 2) {
-    rt_error(311, "expected only 2 arguments for escdelay");
+    rt_error(VL_E_ARG_COUNT, "expected only 2 arguments for escdelay");
   } else if (argc == 2) {
     if (!is_number_arg(argv[1])) {
-      rt_error(312, "expected numeric for 2.nd argument");
+      rt_error(VL_E_ARG_TYPE, "expected numeric for 2.nd argument");
     } else {
       const int n = vlnIntVar(argv[1]);
       if (n >= kEscDelayMin && n <= kEscDelayMax) {
@@ -208,7 +208,7 @@ var* intvar(int argc, var** argv)
   const int former = vlnGetIntvar();
   if (argc >= 2) {
     if (!is_logical_arg(argv[1]))
-      rt_error(312, "expected logical for VL_Set(Intvar)");
+      rt_error(VL_E_ARG_TYPE, "expected logical for VL_Set(Intvar)");
     else
       vlnSetIntvar(vlnLogVar(argv[1]));
   }
@@ -222,7 +222,7 @@ var* multiuser(int argc, var** argv)
   if (present(argc, argv, 1)) {
     const int n = is_number_arg(argv[1]) ? vlnIntVar(argv[1]) : -1;
     if (n < 0 || n > kMultiUserMax) {
-      rt_error(312, "expected NIL or numeric 0..3 for 2nd argument");
+      rt_error(VL_E_ARG_TYPE, "expected NIL or numeric 0..3 for 2nd argument");
     } else {
       vlnFCNTLreadwrite = n;
     }
@@ -234,7 +234,7 @@ var* multiuser(int argc, var** argv)
                   "DANGER: multi-user-security is only %d;"
                   "see description of vl_set('multiUserSecur')",
                   now);
-    rt_error(902, text);
+    rt_error(VL_E_DEV_WARNING, text);
   }
   return set_nv(former, 0);
 }
@@ -258,10 +258,10 @@ extern "C" var* vl_setlogic(int count, var* value, int slot, int excl)
 {
   const int former = vl_set_flag[slot] != 0;
   if (count != 1 && count != 2) {
-    rt_error(311, "expected 2 arguments, 1:'expc' 2:'expl'");
+    rt_error(VL_E_ARG_COUNT, "expected 2 arguments, 1:'expc' 2:'expl'");
   } else if (count == 2) {
     if (!is_logical_arg(value)) {
-      rt_error(312, "expected logical for 2.nd argument");
+      rt_error(VL_E_ARG_TYPE, "expected logical for 2.nd argument");
     } else {
       const int on = vlnLogVar(value) != 0;
       vl_set_flag[slot] = on;

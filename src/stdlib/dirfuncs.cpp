@@ -48,7 +48,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongType = 312;
 constexpr int kColumns = 5;  // name, size, date, time, attributes
 constexpr size_t kTimeText = 8;
 constexpr const char* kEveryName = "*";
@@ -188,7 +187,7 @@ bool optional_text(int argc, var** argv, int i, const char* fname)
   var* v = arg(argc, argv, i);
   if (!v || v->Type == 'U' || is_text(v)) return true;
   std::snprintf(repdum, sizeof repdum, "%s(): argument %d should be 'C', not '%c'", fname, i + 1, v->Type);
-  rt_error(kWrongType, repdum);
+  rt_error(VL_E_ARG_TYPE, repdum);
   return false;
 }
 
@@ -285,7 +284,7 @@ VLN_FUNC(diskspace)
   var* where = arg(argc, argv, 0);
   if (where && where->Type != 'U' && !is_text(where) && !is_number(where)) {
     std::snprintf(repdum, sizeof repdum, "DISKSPACE(): argument should be 'C' or 'N', not '%c'", where->Type);
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return ZERO_VAR;
   }
   return set_nv(free_bytes(where), 0);

@@ -12,9 +12,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongCount = 311;
-constexpr int kWrongType = 312;
-
 bool numeric(const var* v) { return v && vl::kNFI.has(v->Type); }
 
 // The comparison key of a value of a comparable pair.
@@ -31,7 +28,7 @@ var* pick(int argc, var** argv, const char* name, bool larger)
 {
   if (argc != 2) {
     std::snprintf(repdum, sizeof repdum, "%s(): has 2 arguments, not %d", name, argc);
-    rt_error(kWrongCount, repdum);
+    rt_error(VL_E_ARG_COUNT, repdum);
     return NIL_VAR;
   }
   var* a = argv[0];
@@ -40,7 +37,7 @@ var* pick(int argc, var** argv, const char* name, bool larger)
     std::snprintf(repdum, sizeof repdum,
                   "%s(): arguments should be two numbers, dates or logicals, not '%c, %c'", name,
                   a->Type, b->Type);
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return NIL_VAR;
   }
   const bool take_b = larger ? key(b) > key(a) : key(b) < key(a);

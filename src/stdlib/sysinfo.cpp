@@ -20,7 +20,6 @@ void (*vlnToneHook)(double, double) = nullptr;
 
 namespace {
 
-constexpr int kWrongType = 312;
 constexpr const char* kVersion = "VL " VL_VERSION;  // VL_VERSION: the project's, from the build
 constexpr double kBytesPerKB = 1024;
 constexpr int64_t kLastMemoryKind = 2;  // 0 values, 1 largest block, 2 RUN
@@ -34,7 +33,7 @@ bool number_arg(int argc, var** argv, int i, bool optional, const char* fname)
   var* v = arg(argc, argv, i);
   if (is_number(v) || (optional && (!v || v->Type == 'U'))) return true;
   std::snprintf(repdum, sizeof repdum, "%s(): argument %d should be numeric, not '%c'", fname, i + 1, type_of(v));
-  rt_error(kWrongType, repdum);
+  rt_error(VL_E_ARG_TYPE, repdum);
   return false;
 }
 

@@ -30,7 +30,6 @@ constexpr long kSecondsPerDay = 86400;
 constexpr int kTimeParts = 3;      // hours, minutes, seconds
 constexpr long kPartLimit = 1000000;  // digits beyond this no longer count
 constexpr long kPartScale[kTimeParts] = {static_cast<long>(kSecondsPerHour), static_cast<long>(kSecondsPerMinute), 1};
-constexpr int kWrongType = 312;
 
 // The day number of a date argument; 0 for anything else.
 int32_t day_of(int argc, var** argv)
@@ -139,7 +138,7 @@ VLN_FUNC(elaptime)
   if (!is_text(start) || !is_text(end)) {
     std::snprintf(repdum, sizeof repdum, "ELAPTIME(): arguments should be 'C, C', not '%c, %c'",
                   type_of(start), type_of(end));
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return NULLSTR_VAR;
   }
   const long d = (seconds_of(text(end)) - seconds_of(text(start)) + kSecondsPerDay) % kSecondsPerDay;

@@ -11,7 +11,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongType = 312;
 constexpr int64_t kMaxPlaces = 400;  // beyond a double's range either way
 constexpr int kMaxDecimals = 255;    // what a value's Decimals can hold
 
@@ -31,7 +30,7 @@ VLN_FUNC(int)
   var* x = arg(argc, argv, 0);
   if (!is_number(x)) {
     std::snprintf(repdum, sizeof repdum, "INT(): argument should be numeric, not '%c'", type_of(x));
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return ZERO_VAR;
   }
   if (x->Type == 'I') return set_Iv(x->Value.w1.i);

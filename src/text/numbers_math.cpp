@@ -20,7 +20,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongType = 312;
 constexpr int kSetDecimals = -1;  // set_nv: SET DECIMALS
 
 // Whether argument 0 is a number; else 312 naming the function.
@@ -29,7 +28,7 @@ bool one_number(int argc, var** argv, const char* name)
   var* x = arg(argc, argv, 0);
   if (is_number(x)) return true;
   std::snprintf(repdum, sizeof repdum, "%s(): argument should be numeric, not '%c'", name, type_of(x));
-  rt_error(kWrongType, repdum);
+  rt_error(VL_E_ARG_TYPE, repdum);
   return false;
 }
 
@@ -61,7 +60,7 @@ VLN_FUNC(mod)
   if (!is_number(a) || !is_number(b)) {
     std::snprintf(repdum, sizeof repdum, "MOD(): arguments should be numeric, not '%c, %c'",
                   type_of(a), type_of(b));
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return ZERO_VAR;
   }
   if (a->Type == 'I' && b->Type == 'I') {

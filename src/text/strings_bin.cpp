@@ -17,7 +17,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongType = 312;
 constexpr size_t kShort = 2;
 constexpr size_t kLong = 4;
 constexpr unsigned kByteBits = 8;
@@ -30,7 +29,7 @@ bool read_bytes(int argc, var** argv, const char* name, size_t width, uint32_t* 
   var* s = arg(argc, argv, 0);
   if (!is_text(s)) {
     std::snprintf(repdum, sizeof repdum, "%s(): argument should be 'C', not '%c'", name, type_of(s));
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return false;
   }
   const std::string_view t = text(s);
@@ -46,7 +45,7 @@ var* write_bytes(int argc, var** argv, const char* name, size_t width)
   var* n = arg(argc, argv, 0);
   if (!is_number(n)) {
     std::snprintf(repdum, sizeof repdum, "%s(): argument should be numeric, not '%c'", name, type_of(n));
-    rt_error(kWrongType, repdum);
+    rt_error(VL_E_ARG_TYPE, repdum);
     return NULLSTR_VAR;
   }
   auto v = static_cast<uint64_t>(count_arg(n));

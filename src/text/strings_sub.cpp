@@ -15,9 +15,6 @@ using namespace vl::args;
 
 namespace {
 
-constexpr int kWrongCount = 311;
-constexpr int kWrongType = 312;
-
 // A piece of a text: 0-based offset and byte count.
 struct Span {
   int64_t offset;
@@ -58,17 +55,17 @@ VLN_FUNC(substr)
 {
   if (argc < 2 || argc > 3) {
     std::snprintf(repdum, sizeof repdum, "SUBSTR: has 2 or 3 arguments, not %d ", argc);
-    return substr_error(kWrongCount);
+    return substr_error(VL_E_ARG_COUNT);
   }
   if (!is_text(argv[0]) || !is_number(argv[1])) {
     std::snprintf(repdum, sizeof repdum, "SUBSTR: argument types should be 'C, N', not '%c, %c' ",
                   argv[0]->Type, argv[1]->Type);
-    return substr_error(kWrongType);
+    return substr_error(VL_E_ARG_TYPE);
   }
   if (argc == 3 && !is_number(argv[2])) {
     std::snprintf(repdum, sizeof repdum, "SUBSTR: third argument type should be 'N', not '%c' ",
                   argv[2]->Type);
-    return substr_error(kWrongType);
+    return substr_error(VL_E_ARG_TYPE);
   }
   const int64_t len = static_cast<int64_t>(text(argv[0]).size());
   return piece(argv[0], span(len, count_arg(argv[1]), argc == 3, argc == 3 ? count_arg(argv[2]) : 0));

@@ -40,7 +40,6 @@ struct FdRow {
   bool inUse = false;
 };
 
-constexpr int kWarning = 902;
 constexpr mode_t kCreateMode = 0666;
 
 std::vector<std::unique_ptr<VlnFileNode>> paxNodes;
@@ -75,8 +74,8 @@ int diFindFreeFD(ino_t ino, dev_t dev, int mode)
     const FdRow& r = paxFDs[i];
     if (r.inUse || r.fd < 0 || r.node->dev != dev || r.node->ino != ino) continue;
     if (r.mode == mode) return static_cast<int>(i);
-    rt_error(kWarning, "using an additional file descriptor;for already opened file;since "
-                       "open mode differs");
+    rt_error(VL_E_DEV_WARNING,
+             "using an additional file descriptor;for already opened file;since open mode differs");
   }
   return -1;
 }

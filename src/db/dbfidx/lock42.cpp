@@ -43,7 +43,6 @@ constexpr off_t kReadSeekFirst = 0x3FFFFC01;
 constexpr off_t kReadSeekWrap = 0x40000000;
 constexpr long kWholeFile = 0x7FFFFFFF;
 constexpr long kExclUseLen = 1024;
-constexpr int kSeekFailed = 107;
 constexpr const char* kSharedWhat = "while trying to open non exclusive";
 constexpr const char* kExclWhat = "while trying to open exclusive";
 
@@ -58,7 +57,7 @@ bool seekTo(int fd, off_t pos)
 
 void reportSeek(VlnLockArea* a, const char* what)
 {
-  vlnLockReport(a, "Init()", kSeekFailed, VL_SEV_IO, what);
+  vlnLockReport(a, "Init()", VL_E_FILE_STATUS, VL_SEV_IO, what);
 }
 
 // Seek back to 0; a failure is reported when the routine names its words.

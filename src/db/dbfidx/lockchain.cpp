@@ -10,6 +10,7 @@
 #include <assert.h>
 #include <stdio.h>
 
+#include "errcodes.h"
 #include "lockint.h"
 
 namespace {
@@ -113,7 +114,7 @@ extern "C" int diCheckChain(VlnLockArea* area, int kind, int32_t recno)
     char text[400];
     snprintf(text, sizeof text, "database %s;is multiply opened in different work areas",
              lockAreaName(area));
-    vlnLockReport(area, "Init()", 902, 2, text);
+    vlnLockReport(area, "Init()", VL_E_DEV_WARNING, 2, text);
   }
   return 2;
 }

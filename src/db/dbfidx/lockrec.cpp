@@ -16,12 +16,11 @@
 #include <errno.h>
 #include <stdio.h>
 
+#include "errcodes.h"
 #include "kernel.h"
 #include "lockint.h"
 
 namespace {
-
-constexpr int kIllegalValue = 320;
 
 bool isOpen(const VlnLockArea* a)
 {
@@ -52,7 +51,7 @@ int refuseRecord(VlnLockArea* a, int32_t recno)
   snprintf(text, sizeof text, "record %d;its lock bytes lie outside the lock map;%s", recno,
            lockAreaName(a));
   vlnFCNTLerrno = EINVAL;
-  vlnLockReport(a, "RLock()", kIllegalValue, 2, text);
+  vlnLockReport(a, "RLock()", VL_E_ILLEGAL_VALUE, 2, text);
   return -1;
 }
 

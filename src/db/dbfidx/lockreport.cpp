@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr int kTooManyLocks = 327;  // "Number of locks for the DBF exceeded"
-constexpr int kLockFailure = 347;   // "fcntl() lock failure"
-
 void reportByRtError(VlnLockArea*, const char*, int code, int severity, const char* text)
 {
   if (severity == VL_SEV_IO)
@@ -37,7 +34,7 @@ VlnLockReportFn vlnLockReport = reportByRtError;
 
 int lockErrorCode(int err)
 {
-  return err == ENOLCK ? kTooManyLocks : kLockFailure;
+  return err == ENOLCK ? VL_E_TOO_MANY_LOCKS : VL_E_LOCK_FAILED;
 }
 
 bool lockIsConflict(int err)
