@@ -1,5 +1,5 @@
 // arr_access.cpp -- element access: dget_arr and dget_arrv for generated
-// code, and ATAIL.
+// code, ATAIL, and the recording of subscripts for READ.
 //
 // The subscript hook (vln_subscarr) runs language code, which may resize
 // the array or release the record holding it, so that record is held while
@@ -9,6 +9,7 @@
 
 #include "arr_args.hpp"
 #include "arrays.h"
+#include "frame.h"
 #include "kernel.h"
 #include "vlerror.h"
 #include "vlgen.h"
@@ -87,4 +88,55 @@ VLN_FUNC(atail)
   if (!vl::arr::arg_array(argc, argv, 0)) return rt_error(VL_E_ARG_TYPE, "in ATAIL"), NIL_VAR;
   const ArrRec* a = VARR(argv[0]);
   return a->A_size ? vl::arr::element(a, a->A_size) : NIL_VAR;
+}
+
+// Subscript recording for READ.
+// 
+// While recording is on, vln_subscarr points at __ADDSUBSA, so every
+// dget_arr/dget_arrv appends its subscript to the PUBLIC __subscarr.
+// Generated code empties that list ahead of each subscript expression,
+// so it holds exactly the subscripts of the latest element access.
+VLN_MEMVAR(__subscarr);
+
+namespace {
+
+// Whether recording is on.
+bool bSubscRecording = false;
+
+void switch_recording(bool on)
+{
+  if (on) {
+    cre_arr(vlnGetVarForWrite(_bbvar___subscarr), 1, VL_ARR_NIL, (var*)0);
+    vln_subscarr = _bb___addsubsa;
+  } else {
+    vln_subscarr = nullptr;
+  }
+  bSubscRecording = on;
+}
+
+}  // namespace
+
+// The PUBLIC list exists from the start (after the SET defaults).
+VLN_INIT(subscarr, 20)
+{
+  vln_public(_bbvar___subscarr);
+}
+
+// __SUBSCARR([lOn]): the previous setting; a non-NIL argument that differs
+// switches recording.
+VLN_FUNC(__subscarr)
+{
+  const bool was = bSubscRecording;
+  if (argc >= 1 && argv[0]->Type != 'U') {
+    const bool on = argv[0]->Type == 'L' && VINT(argv[0]) != 0;
+    if (on != was) switch_recording(on);
+  }
+  return was ? TRUE_VAR : FALSE_VAR;
+}
+
+// __ADDSUBSA(x): AADD(__subscarr, x).
+VLN_FUNC(__addsubsa)
+{
+  var* args[] = {vlnGetVar(_bbvar___subscarr), argc >= 1 ? argv[0] : NIL_VAR};
+  return _bb_aadd(2, args);
 }

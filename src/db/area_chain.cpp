@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "areaint.hpp"
+#include "areas.h"
 #include "dumps.h"
 #include "kernel.h"
 #include "natlang.h"
@@ -248,5 +249,19 @@ AreaRec* vlnChr2Area(const char* text)
   const long number = qrt_atol(s, nullptr, 0);
   return number ? vlnNumberLocateArea(static_cast<int32_t>(number)) : nullptr;
 }
+
+}  // extern "C"
+
+// The work-area globals.  The kernel defines
+// them so that compiled modules can refer to the known-alias tables before
+// the database is linked in; the work-area code is their only user.  The
+// known-alias tables start empty: nothing registers aliases at build time.
+extern "C" {
+
+AreaRec* vlnWAHead = nullptr;
+AreaRec* vlnSelectedArea = nullptr;
+char** vlnKnownAlias = nullptr;
+AreaRec** vlnKnownAreas = nullptr;
+int32_t vlnKnownAreaCnt = 0;
 
 }  // extern "C"

@@ -1,6 +1,11 @@
-// errfuncs.cpp -- language functions around errors and the program's end.
+// errfuncs.cpp -- language functions around errors, BEGIN SEQUENCE and the
+// program's end.
+#include <setjmp.h>
+
 #include <cstdio>
 
+#include "errclass.h"
+#include "frame.h"
 #include "kernel.h"
 #include "letters.hpp"
 #include "vlerror.h"
@@ -57,3 +62,27 @@ VLN_FUNC(vlnprgerr)
 
 // __QUIT(): end the program.
 VLN_FUNC(__quit) { vln_quit(); }
+
+// BREAK, ISBEGSEQ() and ERRORSYS(): the language side of BEGIN SEQUENCE.
+VLN_FUNC(break)
+{
+  if (!glob_sequencebuf) vl_break_error();
+  // A copy on the temporary stack outlives the frames the jump abandons:
+  // the sequence's RECOVER reads it before the statement's cleanup.
+  vln_break_value = mk_var_cp(argc > 0 ? argv[0] : NIL_VAR);
+  longjmp(*glob_sequencebuf, 1);
+}
+
+VLN_FUNC(isbegseq)
+{
+  (void)argc;
+  (void)argv;
+  return glob_sequencebuf ? TRUE_VAR : FALSE_VAR;
+}
+
+VLN_FUNC(errsys)
+{
+  (void)argc;
+  (void)argv;
+  return TRUE_VAR;
+}

@@ -1,6 +1,9 @@
 // Whole names: form_fnam and the small helpers that add to or take from a
-// name (extension, default directory, base name).
+// name (extension, default directory, base name), and the reports the
+// name routines describe instead of making.
 #include <cctype>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 #include "fname.h"
@@ -109,4 +112,28 @@ extern "C" int vlnExtractName(const char* path, char* out, size_t size)
   while (i > 0 && out[i - 1] == ' ') out[--i] = '\0';
   if (filled && next && next != ' ' && next != '.') return 0;
   return static_cast<int>(i);
+}
+
+// Reports the name routines describe instead of making (VlnNameReport):
+// noting one for later and making it.
+void vln::note(VlnNameReport* report, int code, int io, const char* format, ...)
+{
+  if (!report || report->code != 0) return;
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(report->text, sizeof report->text, format, args);
+  va_end(args);
+  report->code = code;
+  report->io = io;
+}
+
+extern "C" void vln_name_report(VlnNameReport* report)
+{
+  if (!report || report->code == 0) return;
+  const int code = report->code;
+  report->code = 0;
+  if (report->io)
+    io_error(code, report->text);
+  else
+    rt_error(code, report->text);
 }
