@@ -11,6 +11,7 @@
 #include "locks.h"
 #include "sethooks.h"
 #include "smallfns.h"
+#include "vartostr.h"
 
 namespace vltest {
 
@@ -198,6 +199,51 @@ std::string str(var* v)
 {
   if (!v || (v->Type != 'C' && v->Type != 'M') || !VSTR(v)) return {};
   return std::string(VSTR(v), static_cast<size_t>(v->Length - 1));
+}
+
+namespace {
+
+constexpr int kShownDepth = 8;
+
+std::string shown(var* v, int depth)
+{
+  if (v == ERROR_VAR) return "ERROR";
+  if (v->Type == 'A' && depth < kShownDepth) {
+    std::string s = "{";
+    for (uint32_t i = 0; i < VARR(v)->A_size; ++i)
+      s += (i ? ", " : "") + shown(VARR(v)->A_vec[i], depth + 1);
+    return s + "}";
+  }
+  std::string s(vartostr(v, nullptr, 0), '\0');
+  vartostr(v, s.data(), s.size() + 1);
+  if (std::strchr("NFIW", v->Type)) s.erase(0, s.find_first_not_of(' '));
+  return s;
+}
+
+}  // namespace
+
+std::string shown(var* v) { return shown(v, 0); }
+
+void expect_rows(std::initializer_list<Row> rows, std::source_location at)
+{
+  auto& seen = VlTest::reports();
+  frame f;
+  vln_fn_start(&f, "rows", "rows", 1, 0);
+  for (const Row& r : rows) {
+    seen.clear();
+    const std::string value = shown(exp_eval(r.expr));
+    const std::string code = seen.empty() ? "" : "#" + std::to_string(seen[0].code);
+    std::string got = code.empty() ? value : code + " " + value;
+    const std::string want = r.want ? r.want : value;
+    if (want[0] == '#' && want.find(' ') == std::string::npos) got = code;
+    if (got != want) {
+      ADD_FAILURE_AT(at.file_name(), static_cast<int>(at.line()))
+          << r.expr << "\n  gives: " << got << (seen.empty() ? "" : " (" + seen[0].description + ")")
+          << "\n wanted: " << want;
+    }
+    del_tmpvars(f.TmvNp);
+  }
+  vln_fn_end(&f, 'U');
 }
 
 }  // namespace vltest

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
+#include <source_location>
 #include <string>
 #include <vector>
 
@@ -49,5 +51,27 @@ class VlTest : public ::testing::Test {
 
 // The text of a 'C'/'M' value as a std::string.
 std::string str(var* v);
+
+// A value as the expression tables write it: what ? shows, except that a
+// number loses its leading blanks, an array shows its elements,
+// "{1, abc, {}}" (nested deeper than eight levels: "{...}"), and the
+// error record shows as "ERROR".
+std::string shown(var* v);
+
+// One case of an expression table: the text, and what its value shows as;
+// "#312" when its first report must have that code (the value is not
+// checked), "#902 1" when the value is checked too; no want when it only
+// must not report (a row that sets up the rows after it).
+struct Row {
+  const char* expr;
+  const char* want = nullptr;
+};
+
+// Evaluates the rows in order as statements of one function, so that a
+// variable one row assigns is seen by the rows after it, and fails the
+// test (at the caller's line, naming the row) for each row whose value or
+// report differs.  Needs the VlTest fixture's report capture.
+void expect_rows(std::initializer_list<Row> rows,
+                 std::source_location at = std::source_location::current());
 
 }  // namespace vltest
