@@ -4,7 +4,9 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
+#include <sstream>
 #include <set>
 
 #include "evalhooks.h"
@@ -193,6 +195,34 @@ bool VlTest::reported(int code, const std::string& text)
   for (const auto& r : reports())
     if (r.code == code && r.description.find(text) != std::string::npos) return true;
   return false;
+}
+
+TempDir::TempDir()
+{
+  char tmpl[] = "/tmp/vltestXXXXXX";
+  if (!mkdtemp(tmpl)) ADD_FAILURE() << "no temporary directory";
+  dir_ = tmpl;
+}
+
+TempDir::~TempDir()
+{
+  std::error_code ec;
+  std::filesystem::permissions(dir_, std::filesystem::perms::owner_all,
+                               std::filesystem::perm_options::add, ec);
+  std::filesystem::remove_all(dir_, ec);
+}
+
+void TempDir::write(const std::string& name, const std::string& data) const
+{
+  std::ofstream(*this / name, std::ios::binary) << data;
+}
+
+std::string TempDir::read(const std::string& name) const
+{
+  std::ifstream in(*this / name, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
 }
 
 std::string str(var* v)

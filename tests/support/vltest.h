@@ -49,6 +49,24 @@ class VlTest : public ::testing::Test {
   std::unique_ptr<Saved> saved_;
 };
 
+// A fresh directory under /tmp, removed with what it holds at the end.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  // The directory, or the path of name inside it.
+  const std::string& path() const { return dir_; }
+  std::string operator/(const std::string& name) const { return dir_ + "/" + name; }
+  // Write data (NUL bytes too) to file name inside it; read it back.
+  void write(const std::string& name, const std::string& data) const;
+  std::string read(const std::string& name) const;
+
+ private:
+  std::string dir_;
+};
+
 // The text of a 'C'/'M' value as a std::string.
 std::string str(var* v);
 
