@@ -8,6 +8,7 @@
 #include "test_set_fixture.hpp"
 
 using namespace settest;
+using vltest::expect_rows;
 using vltest::str;
 
 namespace {
@@ -44,52 +45,27 @@ TEST_F(Set, LogicalSettingsStartAtTheirDefaultsAndRoundTrip)
 
 TEST_F(Set, OnOffTextsAndNumbersStandForLogicals)
 {
-  const char* on[] = {"ON", "on", "On ", "on  "};
-  for (const char* t : on) {
-    set(1, FALSE_VAR);
-    set(1, txt(t));
-    EXPECT_TRUE(is_true(set(1))) << t;
-  }
-  const char* off[] = {"OFF", "off", "oFf "};
-  for (const char* t : off) {
-    set(1, TRUE_VAR);
-    set(1, txt(t));
-    EXPECT_TRUE(is_false(set(1))) << t;
-  }
-  set(1, num(7));
-  EXPECT_TRUE(is_true(set(1)));
-  set(1, num(0));
-  EXPECT_TRUE(is_false(set(1)));
-  // Anything else leaves the switch alone.
-  for (const char* t : {"ONX", "ON X", "yes", "", "OFFON"}) {
-    set(1, txt(t));
-    EXPECT_TRUE(is_false(set(1))) << t;
-  }
-  set(1, set_dv(100));
-  EXPECT_TRUE(is_false(set(1)));
+  expect_rows({
+      {"SET(1, .F.), SET(1, 'ON'), SET(1)", ".T."},
+      {"SET(1, .F.), SET(1, 'on'), SET(1)", ".T."},
+      {"SET(1, .F.), SET(1, 'On '), SET(1)", ".T."},
+      {"SET(1, 'OFF'), SET(1)", ".F."},
+      {"SET(1, .T.), SET(1, 'oFf '), SET(1)", ".F."},
+      {"SET(1, 7), SET(1)", ".T."},
+      {"SET(1, 0), SET(1)", ".F."},
+      // Anything else leaves the switch alone.
+      {"SET(1, 'ONX'), SET(1, 'ON X'), SET(1, 'yes'), SET(1, ''), SET(1, 'OFFON'), SET(1)", ".F."},
+      {"SET(1, CTOD('')), SET(1)", ".F."},
+  });
   EXPECT_EQ(vlnGetExact(), 0);
-}
-
-TEST_F(Set, LogicalSwitchesLiveWhereOtherModulesReadThem)
-{
-  set(1, TRUE_VAR);
-  set(2, TRUE_VAR);
-  set(11, TRUE_VAR);
-  set(8, FALSE_VAR);
-  set(9, TRUE_VAR);
-  set(10, TRUE_VAR);
-  set(29, TRUE_VAR);
-  set(12, FALSE_VAR);
-  EXPECT_EQ(vlnGetExact(), 1);
-  EXPECT_EQ(vlnGetFixed(), 1);
-  EXPECT_EQ(vlnGetDelete(), 1);
+  exp_eval("SET(1, .T.), SET(2, .T.), SET(11, .T.), SET(8, .F.), SET(9, .T.), SET(10, .T.), "
+           "SET(29, .T.), SET(12, .F.), SET(37, .T.)");
+  // The switches live where other modules read them.
+  EXPECT_EQ(vlnGetExact() + vlnGetFixed() + vlnGetDelete() + vlnGetSoftSeek() + vlnGetUnique(), 5);
   EXPECT_EQ(vlnGetExclusive(), 0);
-  EXPECT_EQ(vlnGetSoftSeek(), 1);
-  EXPECT_EQ(vlnGetUnique(), 1);
   EXPECT_EQ(__status[VL_STATUS_INSERT], 1);
   EXPECT_EQ(__status[VL_STATUS_CANCEL], 0);
   EXPECT_EQ(flags[VL_FLAG_EXACT], 1);
-  set(37, TRUE_VAR);
   EXPECT_EQ(vln_flagto.message_centre, -1);
 }
 
@@ -119,52 +95,52 @@ TEST_F(Set, NumericSettingsRoundTripAndIgnoreBadValues)
   EXPECT_EQ(vlnGetEpoch(), 1950);
 }
 
-TEST_F(Set, ALogicalSetsANumbersSign)
+TEST_F(Set, LogicalsNumbersAndTexts)
 {
-  set(36, TRUE_VAR);
-  EXPECT_EQ(VDBL(set(36)), 1);
-  set(36, txt("ON"));
-  EXPECT_EQ(VDBL(set(36)), 1);
-  set(3, num(5));
-  set(3, FALSE_VAR);  // -1 decimals: refused
-  EXPECT_EQ(VDBL(set(3)), 5);
-  set(16, FALSE_VAR);
-  EXPECT_EQ(VDBL(set(16)), 0);
-  set(16, TRUE_VAR);
-  EXPECT_EQ(VDBL(set(16)), 1);
-  set(16, num(3));
-  EXPECT_EQ(VDBL(set(16)), 1) << "the cursor is kept as 0 or 1";
-}
-
-TEST_F(Set, TextSettingsRoundTrip)
-{
-  EXPECT_EQ(str(set(15)), "W/N,N/W,N,N,N/W");
-  EXPECT_EQ(str(set(15, txt("GR+/B"))), "W/N,N/W,N,N,N/W");
-  EXPECT_EQ(str(set(15)), "GR+/B");
-
-  EXPECT_EQ(str(set(20)), "SCREEN");
-  EXPECT_EQ(str(set(20, txt("printer"))), "SCREEN");
-  EXPECT_EQ(str(set(20)), "PRINT");
-  EXPECT_EQ(vln_flagto.device_printer, 1);
-  set(20, txt("anything"));
-  EXPECT_EQ(str(set(20)), "SCREEN");
-  EXPECT_EQ(vln_flagto.device_printer, 0);
-
-  EXPECT_EQ(str(set(34)), "::");
-  set(34, txt("[]"));
-  EXPECT_EQ(str(set(34)), "[]");
-  set(34, txt("|"));
-  EXPECT_EQ(str(set(34)), "||") << "a missing right delimiter repeats the left";
-  set(34, txt(""));
-  EXPECT_EQ(str(set(34)), "||");
-
-  set(19, txt("alt.txt  "));
-  EXPECT_EQ(str(set(19, txt(""))), "alt.txt");
-  EXPECT_EQ(str(set(22, txt("x"))), "");
-  EXPECT_EQ(str(set(24, txt("p.prn"))), "");
-  EXPECT_EQ(str(set(24)), "p.prn");
-  set(15, num(3));
-  EXPECT_EQ(str(set(15)), "GR+/B") << "a number is no text";
+  expect_rows({
+      // A logical sets a number's sign.
+      {"SET(36, .T.), SET(36)", "1"},
+      {"SET(36, 'ON'), SET(36)", "1"},
+      {"SET(3, 5), SET(3, .F.), SET(3)", "5"},  // -1 decimals: refused
+      {"SET(16, .F.), SET(16)", "0"},
+      {"SET(16, .T.), SET(16)", "1"},
+      {"SET(16, 3), SET(16)", "1"},  // the cursor is kept as 0 or 1
+      // The side channels go on only with a file; closing it switches them off.
+      {"{SET(18, .T.), SET(18), SET(21, .T.), SET(21)}", "{.F., .F., .F., .F.}"},
+      {"SET(19, 'alt.txt'), SET(22, 'extra.txt'), SET(18, .T.), SET(21, .T.), {SET(18), SET(21)}",
+       "{.T., .T.}"},
+      {"SET(19, ''), SET(18)", ".F."},
+      // Texts round-trip.
+      {"SET(15, 'GR+/B')", "W/N,N/W,N,N,N/W"},
+      {"SET(15)", "GR+/B"},
+      {"SET(15, 3), SET(15)", "GR+/B"},  // a number is no text
+      {"SET(20, 'printer')", "SCREEN"},
+      {"SET(20)", "PRINT"},
+      {"SET(20, 'anything'), SET(20)", "SCREEN"},
+      {"SET(34)", "::"},
+      {"SET(34, '[]'), SET(34)", "[]"},
+      {"SET(34, '|'), SET(34)", "||"},  // a missing right delimiter repeats the left
+      {"SET(34, ''), SET(34)", "||"},
+      {"SET(19, 'alt.txt  '), SET(19, '')", "alt.txt"},
+      {"SET(22, 'x')", "extra.txt"},
+      {"SET(24, 'p.prn')", ""},
+      {"SET(24)", "p.prn"},
+      // Unknown numbers give NIL; a bad first argument is reported.
+      {"{SET(0), SET(-1), SET(42), SET(100), SET(1000000)}", "{NIL, NIL, NIL, NIL, NIL}"},
+      {"SET('1')", "#311 NIL"},
+      {"SET()", "#311 NIL"},
+      {"{SET(38), SET(38, .F.)}", "{.T., .T.}"},
+      // The auto-lock takes numbers and logicals.
+      {"SET(39)", "10"},
+      {"SET(39, 5)", "10"},
+      {"SET(39, .F.)", "5"},
+      {"SET(39)", "-3"},
+      {"SET(39, .T.), SET(39)", "-3"},  // .T. leaves the time as it was
+  });
+  exp_eval("SET('1')");
+  EXPECT_TRUE(reported(311, "int SET()"));
+  EXPECT_EQ(_cgetseton(1, 39), 0);
+  EXPECT_EQ(_cgetsetnum(39, VL_SET_NOCHANGE), -3);
 }
 
 TEST_F(Set, DefaultHidesItsSlashAndPathKeepsItsText)
@@ -188,104 +164,41 @@ TEST_F(Set, DefaultHidesItsSlashAndPathKeepsItsText)
   EXPECT_EQ(vln_path_count(), 0);
 }
 
-TEST_F(Set, DateFormatIsCheckedAndStoredInNormalForm)
+TEST_F(Set, DateFormatAndCentury)
 {
-  EXPECT_EQ(str(set(4)), "MM/DD/YY");
-  EXPECT_EQ(str(set(4, txt("dd.mm.yyyy"))), "MM/DD/YY");
-  EXPECT_STREQ(vlnGetDateFormat(), "DD.MM.YYYY");
-  EXPECT_TRUE(reports().empty());
-
-  set(4, txt("MM/YY"));  // usable, a part missing: stored, reported in developer mode
-  EXPECT_EQ(count(336), 0);
-  EXPECT_STREQ(vlnGetDateFormat(), "MM/YY");
+  expect_rows({
+      {"SET(4, 'dd.mm.yyyy')", "MM/DD/YY"},
+      {"SET(4)", "DD.MM.YYYY"},  // checked and stored in normal form
+      {"SET(4, 'MM/YY'), SET(4)", "MM/YY"},  // a part missing: stored, quietly
+      {"VL_SET('devel', .T.)"},
+      {"SET(4, 'YY-MM'), SET(4)", "#336 YY-MM"},  // reported in developer mode
+      {"SET(4, ''), SET(4)", "#336 YY-MM"},       // unusable: reported, not stored
+      {"SET(4, 'YYYY-MM-DD-hh:mm:ss'), SET(4)", "#336 YY-MM"},
+      {"VL_SET('devel', .F.), SET(4, 'MM/DD/YY'), SET(41)", ".F."},
+      {"SET(41, .T.), SET(4)", "MM/DD/YYYY"},
+      {"__SETCENTU(.F.), SET(4)", "MM/DD/YY"},
+      {"SET(4, 'YY.MM.DD'), SET(41, .T.), SET(41, .T.), SET(4)", "YYYY.MM.DD"},
+      {"SET(4, 'DD MM YYYY'), SET(41)", ".T."},  // the century follows the format
+      {"SET(4, 'DD - MM  -  YY'), SET(41, .T.), SET(4)", "DD - MM  -  YY"},  // no room: unchanged
+  });
   vl_set_flag[VL_SLOT_LEVEL] = VL_DEVEL_LEVEL;
-  set(4, txt("YY-MM"));
-  EXPECT_EQ(count(336), 1);
-  set(4, txt("MM/YY"));
-  EXPECT_STREQ(vlnGetDateFormat(), "MM/YY");
-
-  set(4, txt(""));  // unusable: reported, not stored
-  set(4, txt("YYYY-MM-DD-hh:mm:ss"));
-  EXPECT_EQ(count(336), 4);
+  exp_eval("SET(4, '')");
   EXPECT_TRUE(reported(336, "SET: Illegal date format"));
-  EXPECT_STREQ(vlnGetDateFormat(), "MM/YY");
-}
-
-TEST_F(Set, CenturyWidensAndNarrowsTheYear)
-{
-  EXPECT_TRUE(is_false(set(41)));
-  EXPECT_TRUE(is_false(set(41, TRUE_VAR)));
-  EXPECT_STREQ(vlnGetDateFormat(), "MM/DD/YYYY");
-  EXPECT_TRUE(is_true(vl_call(_bb___setcentu, {FALSE_VAR})));
-  EXPECT_STREQ(vlnGetDateFormat(), "MM/DD/YY");
-  set(4, txt("YY.MM.DD"));
   EXPECT_EQ(vln_setcentury(1), 0);
-  EXPECT_STREQ(vlnGetDateFormat(), "YYYY.MM.DD");
-  EXPECT_EQ(vln_setcentury(1), 1);
-  EXPECT_STREQ(vlnGetDateFormat(), "YYYY.MM.DD");
-  set(4, txt("DD MM YYYY"));
-  EXPECT_TRUE(is_true(set(41))) << "the century follows the format";
-  // No room for two more letters: unchanged.
-  set(4, txt("DD - MM  -  YY"));
-  vln_setcentury(1);
-  EXPECT_STREQ(vlnGetDateFormat(), "DD - MM  -  YY");
-}
-
-TEST_F(Set, UnknownNumbersGiveNilAndABadFirstArgumentIsReported)
-{
-  for (int n : {0, -1, 42, 100, 1000000}) EXPECT_EQ(set(n), NIL_VAR) << n;
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vl_call(_bb_set, {txt("1")}), NIL_VAR);
-  EXPECT_TRUE(reported(311, "int SET()"));
-  EXPECT_EQ(_bb_set(0, nullptr), NIL_VAR);
-  EXPECT_EQ(count(311), 2);
-  EXPECT_EQ(set(38), TRUE_VAR);
-  EXPECT_EQ(set(38, FALSE_VAR), TRUE_VAR);
-}
-
-TEST_F(Set, SideChannelsGoOnOnlyWithAFile)
-{
-  EXPECT_TRUE(is_false(set(18, TRUE_VAR)));
-  EXPECT_TRUE(is_false(set(18)));
-  EXPECT_TRUE(is_false(set(21, TRUE_VAR)));
-  EXPECT_TRUE(is_false(set(21)));
-  set(19, txt("alt.txt"));
-  set(22, txt("extra.txt"));
-  set(18, TRUE_VAR);
-  set(21, TRUE_VAR);
-  EXPECT_TRUE(is_true(set(18)));
-  EXPECT_TRUE(is_true(set(21)));
-  set(19, txt(""));
-  EXPECT_TRUE(is_false(set(18))) << "closing the file switches the channel off";
 }
 
 TEST_F(Set, PrinterWithoutSpoolFileIsRefused)
 {
-  EXPECT_TRUE(is_false(set(23, TRUE_VAR)));
+  expect_rows({
+      {"SET(23, .T.)", "#101 .F."},
+      {"SET(23)", ".F."},
+      {"SET(24, 'out.prn'), SET(23, .T.), SET(23)", ".T."},
+      {"SET(23, .F.), SET(24, '')"},
+  });
+  exp_eval("SET(23, .T.)");
   EXPECT_TRUE(reported(101, "Attempted SET PRINTER ON;but default spool file;was disabled"));
-  EXPECT_TRUE(is_false(set(23)));
-  set(24, txt("out.prn"));
-  set(23, TRUE_VAR);
-  EXPECT_TRUE(is_true(set(23)));
-  // A printer layer decides for itself.
-  set(23, FALSE_VAR);
-  set(24, txt(""));
-  vln_printer_ready_hook = [] { return 1; };
-  set(23, TRUE_VAR);
-  EXPECT_TRUE(is_true(set(23)));
-  EXPECT_EQ(count(101), 1);
-}
-
-TEST_F(Set, AutoLockTakesNumbersAndLogicals)
-{
-  EXPECT_EQ(VDBL(set(39)), 10);
-  EXPECT_EQ(VDBL(set(39, num(5))), 10);
-  EXPECT_EQ(VDBL(set(39, FALSE_VAR)), 5);
-  EXPECT_EQ(VDBL(set(39)), -3);
-  EXPECT_EQ(VDBL(set(39, TRUE_VAR)), -3);
-  EXPECT_EQ(VDBL(set(39)), -3) << "SET(39, .T.) leaves the time as it was";
-  EXPECT_EQ(_cgetseton(1, 39), 0);
-  EXPECT_EQ(_cgetsetnum(39, VL_SET_NOCHANGE), -3);
+  vln_printer_ready_hook = [] { return 1; };  // a printer layer decides for itself
+  expect_rows({{"SET(23, .T.), SET(23)", ".T."}});
 }
 
 TEST_F(Set, HooksReceiveTheChanges)
