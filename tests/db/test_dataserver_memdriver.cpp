@@ -103,19 +103,19 @@ TEST_F(MemDriver, CloseRetiresAreaAndFieldsAndRunsAxitOnce)
 {
   ASSERT_TRUE(memdrv::open("people"));
   ASSERT_TRUE(memdrv::open("towns"));
-  const int axits = memdrv::axit_count();
+  const int axits = memdrv::counters().axits;
   const int32_t mark = tmpvar_cnt;
   send("close", VLN_DS_CLOSE);
-  EXPECT_EQ(memdrv::axit_count(), axits);  // the sender's copy still holds it
+  EXPECT_EQ(memdrv::counters().axits, axits);  // the sender's copy still holds it
   del_tmpvars(mark);
-  EXPECT_EQ(memdrv::axit_count(), axits + 1);
+  EXPECT_EQ(memdrv::counters().axits, axits + 1);
   EXPECT_EQ(vlnAliasLocateArea("TOWNS"), nullptr);
   EXPECT_NE(vlnAliasLocateArea("PEOPLE"), nullptr);
   // The field of the closed table is gone; the other table's stays.
   EXPECT_EQ(vlnGetAliasFieldNoError(vlnAliasLocateArea("PEOPLE"), locate_var("town")), nullptr);
   EXPECT_EQ(vlnNumVar(vlnGetCAliasCField("people", "age")), 31);
   memdrv::close_all();
-  EXPECT_EQ(memdrv::axit_count(), axits + 2);
+  EXPECT_EQ(memdrv::counters().axits, axits + 2);
   EXPECT_EQ(vlnWAHead, nullptr);
 }
 
@@ -123,7 +123,7 @@ TEST_F(MemDriver, ClosedObjectLeavesTheAreasAlone)
 {
   memdrv::install();
   AreaRec* before = vlnSelectedArea;
-  const int axits = memdrv::axit_count();
+  const int axits = memdrv::counters().axits;
   const int32_t mark = tmpvar_cnt;
   var* args[] = {NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, FALSE_VAR};
   var* obj = _bb_memnew(6, args);
@@ -132,7 +132,7 @@ TEST_F(MemDriver, ClosedObjectLeavesTheAreasAlone)
   EXPECT_EQ(vlnWAHead, nullptr);
   EXPECT_FALSE(vlnLogVar(vlnDoInstance(obj, "used", VLN_IV_USED, 0, nullptr)));
   del_tmpvars(mark);
-  EXPECT_EQ(memdrv::axit_count(), axits + 1);
+  EXPECT_EQ(memdrv::counters().axits, axits + 1);
   EXPECT_TRUE(reports().empty());
 }
 
