@@ -1,113 +1,71 @@
-// The small functions: VALTYPE, EMPTY, MAX, MIN, DESCEND, GETENV, PCOUNT,
-// SLEEP, FREADSTDIN and ISCOLOR.
+// The small functions: MAX, MIN, DESCEND, GETENV, PCOUNT, SLEEP, FREADSTDIN,
+// ISCOLOR, LEN, UPPER and ABS.
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <string>
 
-#include "set.h"
 #include "smallfns.h"
-#include "valkind.h"
 #include "vltest.h"
 
+using vltest::expect_rows;
 using vltest::str;
 
 namespace {
 
 class Small : public vltest::VlTest {};
 
-var* text(const std::string& s) { return set_Cvar(cre_tmpvar(), s.data(), static_cast<int32_t>(s.size())); }
-
-std::string valtype(var* v) { return str(vl_call(_bb_valtype, {v})); }
-
-// A value of type t (a record of another type relabelled).
-var* typed(var* v, char t)
-{
-  v->Type = t;
-  return v;
-}
-
-TEST_F(Small, ValtypeLettersWithAndWithoutIntvar)
-{
-  var* f = typed(set_nv(1, 0), 'F');
-  var* w = typed(set_Iv(3), 'W');
-  const std::pair<var*, const char*> rows[] = {
-      {text("x"), "C"}, {typed(text("x"), 'M'), "M"}, {set_nv(1, 0), "N"}, {set_Iv(1), "N"},
-      {set_dv(1), "D"}, {TRUE_VAR, "L"},  {NIL_VAR, "U"}, {NILCB_VAR, "B"},
-      {f, "N"},         {w, "N"},         {typed(cre_tmpvar(), 'b'), "B"},
-      {typed(cre_tmpvar(), 'O'), "O"}};
-  for (const auto& [v, letter] : rows) EXPECT_EQ(valtype(v), letter) << v->Type;
-  EXPECT_EQ(str(vl_call(_bb_valtype, {})), "U");
-  vlnSetIntvar(1);  // the integer-variable switch shows 'F' and 'I'
-  EXPECT_EQ(valtype(f), "F");
-  EXPECT_EQ(valtype(set_Iv(1)), "I");
-  EXPECT_EQ(valtype(w), "N");
-}
-
-TEST_F(Small, Empty)
-{
-  var* a = typed(cre_tmpvar(), 'A');
-  VARR(a) = vln_arr_new(0);
-  const std::pair<var*, bool> rows[] = {
-      {text(""), true},           {text(" \t\r\n "), true},  {text(std::string("\0", 1)), false},
-      {text(" x"), false},        {set_nv(0, 2), true},       {set_nv(-0.001, 3), false},
-      {set_Iv(0), true},          {NULLDATE_VAR, true},       {set_dv(5), false},
-      {FALSE_VAR, true},          {TRUE_VAR, false},          {NIL_VAR, true},
-      {NILCB_VAR, false},         {a, true}};
-  for (const auto& [v, empty] : rows)
-    EXPECT_EQ(vl_call(_bb_empty, {v}) == TRUE_VAR, empty) << v->Type << " " << str(v);
-  EXPECT_EQ(vl_call(_bb_empty, {}), TRUE_VAR);
-}
-
-TEST_F(Small, MaxAndMin)
-{
-  var* r = vl_call(_bb_max, {set_nv(1.5, 1), set_Iv(2)});
-  EXPECT_EQ(r->Type, 'I');
-  EXPECT_EQ(VINT(r), 2);
-  r = vl_call(_bb_min, {set_nv(1.5, 1), set_Iv(2)});
-  EXPECT_EQ(VDBL(r), 1.5);
-  EXPECT_EQ(r->Decimals, 1);
-  EXPECT_EQ(VINT(vl_call(_bb_max, {set_dv(10), set_dv(20)})), 20);
-  EXPECT_EQ(vl_call(_bb_min, {set_dv(10), set_dv(20)})->Type, 'D');
-  EXPECT_EQ(VINT(vl_call(_bb_min, {FALSE_VAR, TRUE_VAR})), 0);
-  EXPECT_EQ(vl_call(_bb_max, {set_nv(3, 0), set_nv(3, 2)})->Decimals, 0);  // a tie: the first
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vl_call(_bb_max, {set_nv(1, 0), set_dv(1)}), NIL_VAR);
-  EXPECT_EQ(last_code(), 312);
-  EXPECT_EQ(vl_call(_bb_min, {set_nv(1, 0)}), NIL_VAR);
-  EXPECT_EQ(last_code(), 311);
-  EXPECT_EQ(vl_call(_bb_max, {text("a"), text("b")}), NIL_VAR);
-  EXPECT_EQ(last_code(), 312);
-}
-
-TEST_F(Small, DescendReversesOrder)
-{
-  const std::string d = str(vl_call(_bb_descend, {text(std::string("A\0\xFF", 3))}));
-  EXPECT_EQ(d, std::string("\xBF\0\x01", 3));
-  const std::string a = str(vl_call(_bb_descend, {text("abc")}));
-  const std::string b = str(vl_call(_bb_descend, {text("abd")}));
-  EXPECT_GT(a, b);
-  var* n = vl_call(_bb_descend, {set_nv(12.5, 1)});
-  EXPECT_EQ(VDBL(n), -12.5);
-  EXPECT_EQ(n->Decimals, 1);
-  EXPECT_EQ(VDBL(vl_call(_bb_descend, {set_Iv(INT32_MIN)})), 2147483648.0);
-  var* day = vl_call(_bb_descend, {set_dv(700000)});
-  EXPECT_EQ(day->Type, 'N');
-  EXPECT_EQ(VDBL(day), -700000);
-  EXPECT_EQ(vl_call(_bb_descend, {TRUE_VAR}), FALSE_VAR);
-  EXPECT_EQ(vl_call(_bb_descend, {NIL_VAR}), NIL_VAR);
-}
-
-TEST_F(Small, EnvironmentAndArgumentCount)
+TEST_F(Small, Table)
 {
   setenv("VL_SMALL_TEST", "value=1", 1);
-  EXPECT_EQ(str(vl_call(_bb_getenv, {text("VL_SMALL_TEST")})), "value=1");
+  expect_rows({
+      {"MAX(1.5, 2)", "2"},
+      {"MIN(1.5, 2)", "1.5"},
+      {"DTOS(MAX(STOD('20240101'), STOD('20240102')))", "20240102"},
+      {"VALTYPE(MIN(STOD('20240101'), STOD('20240102')))", "D"},
+      {"MIN(.F., .T.)", ".F."},
+      {"STR(MAX(3, 3.00))", "         3"},  // a tie: the first
+      {"MAX(1, STOD('20240101'))", "#312 NIL"},
+      {"MIN(1)", "#311 NIL"},
+      {"MAX('a', 'b')", "#312 NIL"},
+      {"DESCEND('A' + CHR(0) + CHR(255)) == CHR(191) + CHR(0) + CHR(1)", ".T."},
+      {"DESCEND('abc') > DESCEND('abd')", ".T."},
+      {"DESCEND(12.5)", "-12.5"},
+      {"VALTYPE(DESCEND(STOD('00010101')))", "N"},
+      {"DESCEND(STOD('00010101'))", "-1"},
+      {"DESCEND(.T.)", ".F."},
+      {"DESCEND(NIL)", "NIL"},
+      {"GETENV('VL_SMALL_TEST')", "value=1"},
+      {"GETENV('VL_NO_SUCH_VARIABLE')", ""},
+      {"GETENV(1)", ""},
+      {"ISCOLOR()", ".F."},  // no screen
+      {"{LEN('abc'), LEN(NIL), LEN(12345), LEN({1, 2, 3})}", "{3, 0, 0, 3}"},
+      {"LEN()", "ERROR"},
+      {"u := 'Mixed Case 1', {UPPER(u), u}", "{MIXED CASE 1, Mixed Case 1}"},  // a copy
+      {"UPPER(5)", ""},
+      {"UPPER('a', 'b')", ""},
+      {"{ABS(-2.75), ABS(.T.), ABS('x'), ABS()}", "{2.75, 1, 0, 0}"},
+  });
   unsetenv("VL_SMALL_TEST");
-  EXPECT_EQ(str(vl_call(_bb_getenv, {text("VL_SMALL_TEST")})), "");
-  EXPECT_EQ(str(vl_call(_bb_getenv, {set_nv(1, 0)})), "");
+  EXPECT_EQ(VDBL(vl_call(_bb_descend, {set_Iv(INT32_MIN)})), 2147483648.0);
+  EXPECT_EQ(vl_call(_bb_max, {set_nv(1.5, 1), set_Iv(2)})->Type, 'I');
+  EXPECT_EQ(vl_call(_bb_min, {set_nv(1.5, 1), set_Iv(2)})->Decimals, 1);
+  var* undefined = mak_var('U', 'U');
+  EXPECT_EQ(vl_call(_bb_len, {undefined}), ERROR_VAR);
+  del_var(undefined);
+  var* m = set_cv("memo");
+  m->Type = 'M';
+  EXPECT_EQ(vl_call(_bb_upper, {m})->Type, 'M');
+  EXPECT_EQ(VINT(vl_call(_bb_len, {vlnSetFixedEmpty(cre_tmpvar(), 'O')})), 0);
+  var* r = vl_call(_bb_abs, {set_Iv(-5)});
+  EXPECT_EQ(r->Type, 'I');
+  EXPECT_EQ(VINT(r), 5);
+  EXPECT_EQ(VINT(vl_call(_bb_abs, {set_Iv(INT32_MIN)})), INT32_MIN);  // wraps, defined
+}
 
+TEST_F(Small, PcountCountsTheCallersArguments)
+{
   EXPECT_EQ(VDBL(vl_call(_bb_pcount, {})), 0);  // outside any language function
   struct Probe {
     static var* fn(int argc, var** argv)
@@ -120,7 +78,6 @@ TEST_F(Small, EnvironmentAndArgumentCount)
   };
   EXPECT_EQ(VDBL(vl_call(Probe::fn, {NIL_VAR, NIL_VAR, NIL_VAR})), 3);
   EXPECT_EQ(VDBL(vl_call(Probe::fn, {})), 0);
-  EXPECT_EQ(vl_call(_bb_iscolor, {}), FALSE_VAR);  // no screen
 }
 
 // No upper time limit a loaded machine could miss: the arguments that must
@@ -129,12 +86,10 @@ TEST_F(Small, SleepWaitsAsLongAsAsked)
 {
   constexpr auto kWatchdog = std::chrono::seconds(30);
   const auto t0 = std::chrono::steady_clock::now();
-  EXPECT_EQ(vl_call(_bb_sleep, {set_nv(0.05, 2)}), NIL_VAR);
+  expect_rows({{"SLEEP(0.05)", "NIL"}});
   EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(50));
   const auto t1 = std::chrono::steady_clock::now();
-  vl_call(_bb_sleep, {set_nv(-3600, 0)});
-  vl_call(_bb_sleep, {text("3600")});
-  vl_call(_bb_sleep, {set_nv(std::nan(""), 0)});
+  expect_rows({{"SLEEP(-3600), SLEEP('3600'), SLEEP(10^400 - 10^400)"}});
   EXPECT_LT(std::chrono::steady_clock::now() - t1, kWatchdog);
 }
 
