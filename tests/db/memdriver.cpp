@@ -354,14 +354,6 @@ var* mem_used(var* obj) { return set_lv(state_of(obj)->table != nullptr); }
 var* mem_shared(var* obj) { return set_lv(state_of(obj)->shared); }
 var* mem_alias(var* obj) { return set_Cvar(cre_tmpvar(), state_of(obj)->alias, -1); }
 
-// alias := name: announce again under the new name; the alias given.
-var* mem_alias_as(var* obj, var* value)
-{
-  MemState* s = state_of(obj);
-  if (s->table && is_text(value)) vlnAnnounceAlias(obj, VSTR(value), s->alias);
-  return mem_alias(obj);
-}
-
 // ---- The class. ----
 
 struct Impl {
@@ -379,7 +371,7 @@ const Impl kImpl[] = {
     VL_M(VLN_DS_RECNO_AC, mem_recno),    VL_M(VLN_DS_LASTREC_AC, mem_lastrec),
     VL_M(VLN_DS_RECCOUNT_AC, mem_lastrec), VL_M(VLN_DS_FCOUNT_AC, mem_fcount),
     VL_M(VLN_DS_USED_AC, mem_used),      VL_M(VLN_DS_SHARED_AC, mem_shared),
-    VL_M(VLN_DS_ALIAS_AC, mem_alias),    VL_M(VLN_DS_ALIAS_AS, mem_alias_as),
+    VL_M(VLN_DS_ALIAS_AC, mem_alias),
 };
 #undef VL_M
 constexpr VlnDsExtra kOwn[] = {{"axit", 'M'}, {"quickfieldget", 'M'}, {"quickfieldput", 'M'}};
