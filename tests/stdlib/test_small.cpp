@@ -50,7 +50,10 @@ TEST_F(Small, Table)
   EXPECT_EQ(VDBL(vl_call(_bb_descend, {set_Iv(INT32_MIN)})), 2147483648.0);
   EXPECT_EQ(vl_call(_bb_max, {set_nv(1.5, 1), set_Iv(2)})->Type, 'I');
   EXPECT_EQ(vl_call(_bb_min, {set_nv(1.5, 1), set_Iv(2)})->Decimals, 1);
+  // The shown value drops trailing zeros: the decimals are checked apart.
   EXPECT_EQ(vl_call(_bb_max, {set_nv(3, 0), set_nv(3, 2)})->Decimals, 0);  // a tie: the first
+  EXPECT_EQ(exp_eval("DESCEND(12.5)")->Decimals, 1);
+  EXPECT_EQ(exp_eval("ABS(-2.750)")->Decimals, 3);
   var* undefined = mak_var('U', 'U');
   EXPECT_EQ(vl_call(_bb_len, {undefined}), ERROR_VAR);
   del_var(undefined);

@@ -69,6 +69,10 @@ TEST_F(Numbers, RoundAndInt)
       {"INT(10^20)", "100000000000000000000"},
       {"INT('5')", "#312 0"},
   });
+  // The shown value drops trailing zeros: the decimals are checked apart.
+  const std::pair<const char*, int> decimals[] = {
+      {"ROUND(2.5)", 0}, {"ROUND(1234.5678, 2)", 2}, {"ROUND(1250, -2)", 0}, {"INT(2.7)", 0}};
+  for (const auto& [expr, dec] : decimals) EXPECT_EQ(exp_eval(expr)->Decimals, dec) << expr;
   EXPECT_EQ(VDBL(vl_call(_bb_round, {set_Iv(7), set_nv(1, 0)})), 7);
   EXPECT_EQ(vl_call(_bb_round, {num(1, 0), set_nv(1e12, 0)})->Decimals, 255);
   var* i = vl_call(_bb_int, {set_Iv(-5)});
