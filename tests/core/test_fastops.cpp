@@ -176,22 +176,4 @@ TEST_F(FastOps, ConditionsAndStepsAgreeWithTheEntryPoints)
     });
 }
 
-int polls_run = 0;
-void count_poll() { ++polls_run; }
-
-// The statement boundary skips the call while no poll is registered, and
-// runs every registered poll once there is one.  (The poll stays for the
-// rest of this program; it only counts.)
-TEST_F(FastOps, StatementBoundaryRunsRegisteredPolls)
-{
-  const int32_t registered = vln_signal_poll_count;
-  _vln_signal_n();
-  EXPECT_EQ(polls_run, 0);
-  vln_add_signal_poll(count_poll);
-  EXPECT_EQ(vln_signal_poll_count, registered + 1);
-  _vln_signal_n();
-  (_vln_signal_n)();
-  EXPECT_EQ(polls_run, 2);
-}
-
 }  // namespace

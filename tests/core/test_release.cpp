@@ -4,89 +4,53 @@
 #include <string>
 
 #include "test_arrays.hpp"
-#include "vartostr.h"
 
 using arrtest::arr;
 using arrtest::num;
 
+using vltest::expect_rows;
+
 namespace {
 
-class Release : public arrtest::ArrayTest {
- protected:
-  void SetUp() override
-  {
-    ArrayTest::SetUp();
-    vln_fn_start(&frame_, "releasetest", "releasetest", 1, 0);
-  }
-  void TearDown() override
-  {
-    vln_fn_end(&frame_, 'U');
-    ArrayTest::TearDown();
-  }
-  // What ? shows for the value of text, after running setup.
-  static std::string shown(const char* setup, const char* text)
-  {
-    exp_eval(setup);
-    char buf[256];
-    vartostr(exp_eval(text), buf, sizeof buf);
-    return buf;
-  }
-
-  frame frame_;
-};
-
-struct Case {
-  const char* setup;
-  const char* text;
-  const char* shown;
-};
+class Release : public arrtest::ArrayTest {};
 
 // The left operand is an element that the right operand releases; the
-// operator must still see its value.
-const Case kOperandCases[] = {
-    {"a := {'abc'}", "a[1] + (ASIZE(a, 0), b := {|| 1}, 'y')", "abcy"},
-    {"a := {'ab  '}", "a[1] - (ASIZE(a, 0), 'y')", "aby  "},
-    {"a := {6}", "a[1] * (ASIZE(a, 0), 7)", "        42"},
-    {"a := {8}", "a[1] / (ASIZE(a, 0), 2)", "         4"},
-    {"a := {8}", "a[1] % (ASIZE(a, 0), 3)", "         2"},
-    {"a := {2}", "a[1] ** (ASIZE(a, 0), 3)", "         8"},
-    {"a := {'abc'}", "a[1] = (ASIZE(a, 0), 'abc')", ".T."},
-    {"a := {'abc'}", "a[1] == (ASIZE(a, 0), 'abc')", ".T."},
-    {"a := {'abc'}", "a[1] != (ASIZE(a, 0), 'abc')", ".F."},
-    {"a := {1}", "a[1] < (ASIZE(a, 0), 2)", ".T."},
-    {"a := {1}", "a[1] <= (ASIZE(a, 0), 2)", ".T."},
-    {"a := {1}", "a[1] > (ASIZE(a, 0), 2)", ".F."},
-    {"a := {1}", "a[1] >= (ASIZE(a, 0), 2)", ".F."},
-    {"a := {'b'}", "a[1] $ (ASIZE(a, 0), 'abc')", ".T."},
-    // The value of an assignment, then a target whose subscript releases it.
-    {"a := {0}, b := {'cd'}", "a[(ASIZE(b, 0), 1)] := b[1]", "cd"},
-    {"a := {'ab'}, b := {'cd'}", "a[(ASIZE(b, 0), 1)] += b[1]", "abcd"},
-    // A subscript that releases the element indexed into.
-    {"b := {{1, 2}}", "b[1][(ASIZE(b, 0), 2)]", "         2"},
-};
-
-}  // namespace
-
+// operator must still see its value.  The value of an assignment, then a
+// target whose subscript releases it; a subscript that releases the element
+// indexed into.
 TEST_F(Release, AnOperandOutlivesTheNextOperand)
 {
-  for (const Case& c : kOperandCases) EXPECT_EQ(shown(c.setup, c.text), c.shown) << c.text;
-  EXPECT_TRUE(reports().empty());
-}
-
-// Blocks that empty or drop the array their function walks; the element
-// passed in stays readable while the block runs.
-const Case kBlockCases[] = {
-    {"a := {'x', 'y'}, n := 0", "AEVAL(a, {|e| ASIZE(a, 0), n := LEN(e)}), n", "         1"},
-    {"a := {'x', 'y'}", "AEVAL(a, {|| a := NIL}), a", "NIL"},
-    {"a := {'x', 'y'}", "ASCAN(a, {|e| ASIZE(a, 0), e == 'x'})", "         1"},
-    {"a := {'y', 'x'}", "LEN(ASORT(a,,, {|x, y| ASIZE(a, 0), x + y > ''}))", "         0"},
-    {"a := {'y', 'x'}", "ASORT(a,,, {|x, y| a := NIL, x < y})[1]", "x"},
-};
-
-TEST_F(Release, ABlockMayReleaseTheArrayItWalks)
-{
-  for (const Case& c : kBlockCases) EXPECT_EQ(shown(c.setup, c.text), c.shown) << c.text;
-  EXPECT_TRUE(reports().empty());
+  expect_rows({
+      {"a := {'abc'}, a[1] + (ASIZE(a, 0), b := {|| 1}, 'y')", "abcy"},
+      {"a := {'ab  '}, a[1] - (ASIZE(a, 0), 'y')", "aby  "},
+      {"a := {6}, a[1] * (ASIZE(a, 0), 7)", "42"},
+      {"a := {8}, a[1] / (ASIZE(a, 0), 2)", "4"},
+      {"a := {8}, a[1] % (ASIZE(a, 0), 3)", "2"},
+      {"a := {2}, a[1] ** (ASIZE(a, 0), 3)", "8"},
+      {"a := {'abc'}, a[1] = (ASIZE(a, 0), 'abc')", ".T."},
+      {"a := {'abc'}, a[1] == (ASIZE(a, 0), 'abc')", ".T."},
+      {"a := {'abc'}, a[1] != (ASIZE(a, 0), 'abc')", ".F."},
+      {"a := {1}, a[1] < (ASIZE(a, 0), 2)", ".T."},
+      {"a := {1}, a[1] <= (ASIZE(a, 0), 2)", ".T."},
+      {"a := {1}, a[1] > (ASIZE(a, 0), 2)", ".F."},
+      {"a := {1}, a[1] >= (ASIZE(a, 0), 2)", ".F."},
+      {"a := {'b'}, a[1] $ (ASIZE(a, 0), 'abc')", ".T."},
+      {"a := {0}, b := {'cd'}, a[(ASIZE(b, 0), 1)] := b[1]", "cd"},
+      {"a := {'ab'}, b := {'cd'}, a[(ASIZE(b, 0), 1)] += b[1]", "abcd"},
+      {"b := {{1, 2}}, b[1][(ASIZE(b, 0), 2)]", "2"},
+      // Blocks that empty or drop the array their function walks; the
+      // element passed in stays readable while the block runs.
+      {"a := {'x', 'y'}, n := 0, AEVAL(a, {|e| ASIZE(a, 0), n := LEN(e)}), n", "1"},
+      {"a := {'x', 'y'}, AEVAL(a, {|| a := NIL}), a", "NIL"},
+      {"a := {'x', 'y'}, ASCAN(a, {|e| ASIZE(a, 0), e == 'x'})", "1"},
+      {"a := {'y', 'x'}, LEN(ASORT(a,,, {|x, y| ASIZE(a, 0), x + y > ''}))", "0"},
+      {"a := {'y', 'x'}, ASORT(a,,, {|x, y| a := NIL, x < y})[1]", "x"},
+      // ACLONE keeps the shape: an array shared twice stays shared in the
+      // copy, and a cycle stays a cycle (both are broken again at the end).
+      {"s := {1}, a := {s, s}, AADD(a, a), c := ACLONE(a)"},
+      {"c[1] = c[2] .AND. !(c[1] = s) .AND. c[3] = c .AND. !(c = a)", ".T."},
+      {"a[3] := NIL, c[3] := NIL"},
+  });
 }
 
 var* g_emptied = nullptr;  // the array the error handler empties
@@ -132,13 +96,4 @@ TEST_F(Release, DeepNestingIsReleasedAndCopiedWithoutRecursion)
   EXPECT_TRUE(reports().empty());
 }
 
-// ACLONE keeps the shape: an array shared twice stays shared in the copy,
-// and a cycle stays a cycle (both are broken again at the end).
-TEST_F(Release, CloneReproducesSharingAndCycles)
-{
-  EXPECT_EQ(shown("s := {1}, a := {s, s}, AADD(a, a), c := ACLONE(a)",
-                  "c[1] = c[2] .AND. !(c[1] = s) .AND. c[3] = c .AND. !(c = a)"),
-            ".T.");
-  exp_eval("a[3] := NIL, c[3] := NIL");
-  EXPECT_TRUE(reports().empty());
-}
+}  // namespace

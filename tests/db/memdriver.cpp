@@ -1,5 +1,7 @@
 // memdriver.cpp -- the MEM driver: a dataserver subclass over in-memory rows.
 //
+// MEMQUICKNEW makes the same driver with the two quick field methods an
+// area calls instead of sending fieldget and fieldput.
 // The object has the data-server layout: variables in slots 2..43 wired to
 // the access and assign slots, and the driver state behind slot 50, headed
 // by the VlnDriverHead that holds the table's error object.  Record
@@ -44,7 +46,6 @@ std::map<std::string, std::shared_ptr<Table>>& tables()
   return t;
 }
 
-int g_axit_calls = 0;
 
 // The driver state; the head comes first, as diError expects.
 struct MemState {
@@ -54,6 +55,7 @@ struct MemState {
   bool bof = false, eof = false, shared = false;
   char alias[kAliasSize] = "";
   std::vector<std::vector<char>> buffers;  // 'C' field text, current record
+  std::vector<var*> records;               // the announced field records
 };
 
 MemState* state_of(var* obj) { return reinterpret_cast<MemState*>(vlnDriverHeadOf(obj)); }
@@ -65,6 +67,14 @@ std::string upper(std::string text)
 {
   for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   return text;
+}
+
+// The table a name opens: its base name without directory or extension.
+std::string table_key(const std::string& name)
+{
+  const size_t slash = name.find_last_of("/\\");
+  std::string base = slash == std::string::npos ? name : name.substr(slash + 1);
+  return upper(base.substr(0, base.find('.')));
 }
 
 bool is_text(var* v) { return v->Type == 'C' || v->Type == 'M'; }
@@ -110,11 +120,12 @@ void position(MemState* s, int32_t n)
 // the retire, which may drop the area's link to it: the caller holds one.
 void close_table(var* self, MemState* s)
 {
-  if (!s->table) return;
-  for (const memdrv::Field& f : s->table->fields) vlnRetireField(self, f.name.c_str());
+  if (s->table)
+    for (const memdrv::Field& f : s->table->fields) vlnRetireField(self, f.name.c_str());
   vlnRetireAlias(self);
   s->table.reset();
   s->buffers.clear();
+  s->records.clear();
   s->alias[0] = '\0';
 }
 
@@ -184,24 +195,22 @@ var* mem_init(int argc, var** argv)
     diError(self, diMN_init, kTypeMismatch, VL_SEV_RUNTIME, diEM_opndbfile, kModule, __LINE__);
     return self;
   }
-  auto it = tables().find(upper(VSTR(argv[1])));
+  auto it = tables().find(table_key(VSTR(argv[1])));
   if (it == tables().end()) {
     diError(self, diMN_init, kOpenFailed, VL_SEV_IO, VSTR(argv[1]), kModule, __LINE__);
     return self;
   }
   s->shared = argc > 2 && argv[2]->Type == 'L' && vlnLogVar(argv[2]);
   s->table = it->second;
-  if (vlnAnnounceAlias(self, it->first.c_str(), s->alias) < 0) {
-    s->table.reset();
-    return self;
-  }
+  // A refused alias leaves the table open in no area, its fields announced.
+  vlnAnnounceAlias(self, VSTR(argv[1]), s->alias);
   const auto& fields = s->table->fields;
   s->buffers.assign(fields.size(), {});
   for (size_t i = 0; i < fields.size(); ++i) {
     const memdrv::Field& f = fields[i];
     if (f.type == 'C') s->buffers[i].assign(f.len + 1, '\0');
-    vlnAnnounceField(f.name.c_str(), static_cast<int32_t>(i), f.type, 1, f.len, f.dec,
-                     f.type == 'C' ? s->buffers[i].data() : nullptr);
+    s->records.push_back(vlnAnnounceField(f.name.c_str(), static_cast<int32_t>(i), f.type, 1,
+                                          f.len, f.dec, f.type == 'C' ? s->buffers[i].data() : nullptr));
   }
   position(s, 1);
   return self;
@@ -216,7 +225,7 @@ var* mem_close(int argc, var** argv)
 
 var* mem_axit(int argc, var** argv)
 {
-  ++g_axit_calls;
+  ++memdrv::counters().axits;
   MemState* s = state_of(argv[0]);
   if (!s) return TRUE_VAR;
   close_table(argv[0], s);
@@ -251,30 +260,40 @@ var* mem_skip(int argc, var** argv)
 {
   MemState* s = state_of(argv[0]);
   const int32_t n = argc > 1 && vlnInSet("NFI", argv[1]->Type) ? vlnIntVar(argv[1]) : 1;
+  ++memdrv::counters().skips;
+  memdrv::counters().last_skip = n;
   if (n != 0) position(s, s->recno + n);
   return TRUE_VAR;
 }
 
-var* mem_fieldget(int argc, var** argv)
+// The value of field n (1-based, 0: none) of the current record.  A read
+// refreshes the field record too, which the areas hand out as the field.
+var* get_field(MemState* s, int32_t n)
 {
-  MemState* s = state_of(argv[0]);
-  const int32_t n = field_arg(s, argc, argv);
   if (n == 0) return NIL_VAR;
   const bool on_record = s->recno <= last_rec(s);
-  return cell_value(s->table->fields[n - 1], on_record ? &s->table->rows[s->recno - 1][n - 1] : nullptr);
+  var* v = cell_value(s->table->fields[n - 1], on_record ? &s->table->rows[s->recno - 1][n - 1] : nullptr);
+  if (var* rec = s->records[n - 1]; rec && v->Type != 'C') rec->Value.w1 = v->Value.w1;
+  return v;
 }
 
-// fieldput(n, value): the value stored, or FALSE after a report.
-var* mem_fieldput(int argc, var** argv)
+var* mem_fieldget(int argc, var** argv)
 {
-  var* self = argv[0];
+  ++memdrv::counters().fieldgets;
+  MemState* s = state_of(argv[0]);
+  return get_field(s, field_arg(s, argc, argv));
+}
+
+// Store value into field n (1-based, 0: none): the value stored, or FALSE
+// after a report.
+var* put_field(var* self, int32_t n, var* value)
+{
   MemState* s = state_of(self);
-  const int32_t n = field_arg(s, argc, argv);
-  if (n == 0 || argc < 3) return FALSE_VAR;
+  if (n == 0 || !value) return FALSE_VAR;
   const char ftype = s->table->fields[n - 1].type;
   char text[256];
-  if (!type_fits(ftype, argv[2]->Type)) {
-    std::snprintf(text, sizeof text, diEM_typmism, argv[2]->Type, ftype);
+  if (!type_fits(ftype, value->Type)) {
+    std::snprintf(text, sizeof text, diEM_typmism, value->Type, ftype);
     diError(self, diMN_fldput, kTypeMismatch, VL_SEV_RUNTIME, text, kModule, __LINE__);
     return FALSE_VAR;
   }
@@ -283,9 +302,30 @@ var* mem_fieldput(int argc, var** argv)
     diError(self, diMN_fldput, kReplaceOnEof, VL_SEV_RUNTIME, text, kModule, __LINE__);
     return FALSE_VAR;
   }
-  s->table->rows[s->recno - 1][n - 1] = to_cell(s->table->fields[n - 1], argv[2]);
+  s->table->rows[s->recno - 1][n - 1] = to_cell(s->table->fields[n - 1], value);
   load_buffers(s);
-  return argv[2];
+  return value;
+}
+
+var* mem_fieldput(int argc, var** argv)
+{
+  ++memdrv::counters().fieldputs;
+  return put_field(argv[0], field_arg(state_of(argv[0]), argc, argv), argc > 2 ? argv[2] : nullptr);
+}
+
+// The quick methods get the field record itself.
+int32_t field_of(var* field) { return static_cast<int32_t>(field->F_indx) + 1; }
+
+var* mem_quickget(int argc, var** argv)
+{
+  ++memdrv::counters().quickgets;
+  return get_field(state_of(argv[0]), field_of(argv[1]));
+}
+
+var* mem_quickput(int argc, var** argv)
+{
+  ++memdrv::counters().quickputs;
+  return put_field(argv[0], field_of(argv[1]), argv[2]);
 }
 
 var* mem_fieldname(int argc, var** argv)
@@ -314,14 +354,6 @@ var* mem_used(var* obj) { return set_lv(state_of(obj)->table != nullptr); }
 var* mem_shared(var* obj) { return set_lv(state_of(obj)->shared); }
 var* mem_alias(var* obj) { return set_Cvar(cre_tmpvar(), state_of(obj)->alias, -1); }
 
-// alias := name: announce again under the new name; the alias given.
-var* mem_alias_as(var* obj, var* value)
-{
-  MemState* s = state_of(obj);
-  if (s->table && is_text(value)) vlnAnnounceAlias(obj, VSTR(value), s->alias);
-  return mem_alias(obj);
-}
-
 // ---- The class. ----
 
 struct Impl {
@@ -339,45 +371,60 @@ const Impl kImpl[] = {
     VL_M(VLN_DS_RECNO_AC, mem_recno),    VL_M(VLN_DS_LASTREC_AC, mem_lastrec),
     VL_M(VLN_DS_RECCOUNT_AC, mem_lastrec), VL_M(VLN_DS_FCOUNT_AC, mem_fcount),
     VL_M(VLN_DS_USED_AC, mem_used),      VL_M(VLN_DS_SHARED_AC, mem_shared),
-    VL_M(VLN_DS_ALIAS_AC, mem_alias),    VL_M(VLN_DS_ALIAS_AS, mem_alias_as),
+    VL_M(VLN_DS_ALIAS_AC, mem_alias),
 };
 #undef VL_M
-constexpr VlnDsExtra kOwn[] = {{"axit", 'M'}};
+constexpr VlnDsExtra kOwn[] = {{"axit", 'M'}, {"quickfieldget", 'M'}, {"quickfieldput", 'M'}};
+constexpr int32_t kPlainOwn = 1;  // MEM has axit only; MEMQUICK all three
 
-const VlnDsClass* mem_class()
+const VlnDsClass* mem_class(bool quick)
 {
-  static const VlnDsClass* cls = [] {
+  static const VlnDsClass* classes[2] = {};
+  const VlnDsClass*& cls = classes[quick];
+  if (!cls) {
     unsigned char overrides[VLN_DS_SLOT_COUNT] = {};
     for (const Impl& m : kImpl) overrides[m.slot] = 1;
-    return vlnDsDeriveClass("memdriver", overrides, kOwn, 1);
-  }();
+    cls = vlnDsDeriveClass(quick ? "memquick" : "memdriver", overrides, kOwn,
+                           quick ? 3 : kPlainOwn);
+  }
   return cls;
 }
+
+const VlnDsClass* g_collecting = nullptr;  // the class mem_function answers for
 
 AnyFn mem_function(int32_t slot)
 {
   for (const Impl& m : kImpl)
     if (m.slot == slot) return m.fn;
-  return std::strcmp(mem_class()->slots[slot].name, "axit") == 0
-             ? reinterpret_cast<AnyFn>(mem_axit)
-             : nullptr;
+  const std::string name = g_collecting->slots[slot].name;
+  if (name == "axit") return reinterpret_cast<AnyFn>(mem_axit);
+  if (name == "quickfieldget") return reinterpret_cast<AnyFn>(mem_quickget);
+  if (name == "quickfieldput") return reinterpret_cast<AnyFn>(mem_quickput);
+  return nullptr;
 }
 
-var* mem_methods()
+var* mem_methods(bool quick)
 {
-  static var* methods = vlnDsCollectMethods(mem_class(), mem_function);
-  return methods;
+  static var* methods[2] = {};
+  if (!methods[quick]) {
+    g_collecting = mem_class(quick);
+    methods[quick] = vlnDsCollectMethods(g_collecting, mem_function);
+  }
+  return methods[quick];
+}
+
+var* mem_new(bool quick, int argc, var** argv)
+{
+  VL_BEGIN(kModule, quick ? "memquicknew" : "memnew");
+  var* obj = set_Ov(VLN_DS_STATE_SLOT - 1, mem_class(quick)->rows, mem_methods(quick));
+  vlnDataserverWire(obj);
+  VL_RETURN_T(vlnDoInit(obj, argc, argv), 'O');
 }
 
 }  // namespace
 
-extern "C" var* _bb_memnew(int argc, var** argv)
-{
-  VL_BEGIN(kModule, "memnew");
-  var* obj = set_Ov(VLN_DS_STATE_SLOT - 1, mem_class()->rows, mem_methods());
-  vlnDataserverWire(obj);
-  VL_RETURN_T(vlnDoInit(obj, argc, argv), 'O');
-}
+extern "C" var* _bb_memnew(int argc, var** argv) { return mem_new(false, argc, argv); }
+extern "C" var* _bb_memquicknew(int argc, var** argv) { return mem_new(true, argc, argv); }
 
 namespace memdrv {
 
@@ -387,6 +434,7 @@ void install()
   if (done) return;
   done = true;
   vln_register_fun("memnew", _bb_memnew);
+  vln_register_fun("memquicknew", _bb_memquicknew);
 }
 
 void define(const std::string& name, const std::vector<Field>& fields, const std::vector<Row>& rows)
@@ -398,7 +446,7 @@ void define(const std::string& name, const std::vector<Field>& fields, const std
   for (Row& r : t->rows)
     for (size_t i = 0; i < r.size() && i < fields.size(); ++i)
       if (fields[i].type == 'C') std::get<std::string>(r[i]).resize(fields[i].len, ' ');
-  tables()[upper(name)] = t;
+  tables()[table_key(name)] = t;
 }
 
 bool open(const std::string& name)
@@ -423,6 +471,10 @@ void close_all()
   }
 }
 
-int axit_count() { return g_axit_calls; }
+Counters& counters()
+{
+  static Counters c;
+  return c;
+}
 
 }  // namespace memdrv

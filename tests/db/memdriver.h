@@ -2,10 +2,12 @@
 // the way an application adds a driver: a class derived from dataserver
 // whose constructor MEMNEW the driver registry finds by the name "MEM".
 //
-// A table is defined by name with memdrv::define; opening that name (MEMNEW
-// or DBUSEAREA with driver "MEM") binds a driver object to an area under
-// the name as alias and announces the fields.  Rows are shared by every
-// object that opens the table, so a FIELDPUT is seen by all of them.
+// A table is defined by name with memdrv::define; opening a name (MEMNEW,
+// or a database function with driver "MEM") opens the table of its base
+// name ("/d/Cust.dbf": CUST), announces the name as alias to the area and
+// announces the fields, also when the alias is refused.  Rows are shared
+// by every object that opens the table, so a FIELDPUT is seen by all of
+// them.  MEMQUICKNEW makes a MEM object with the quick field methods.
 #pragma once
 
 #include <string>
@@ -27,9 +29,21 @@ struct Field {
 using Value = std::variant<std::string, double, bool>;
 using Row = std::vector<Value>;
 
-// Register MEMNEW with the kernel (once; later calls do nothing).
+// What the MEM objects did, over all of them.
+struct Counters {
+  int axits = 0;
+  int fieldgets = 0;
+  int fieldputs = 0;
+  int quickgets = 0;
+  int quickputs = 0;
+  int skips = 0;
+  int last_skip = -1;  // the count of the last skip
+};
+Counters& counters();
+
+// Register MEMNEW and MEMQUICKNEW (once; later calls do nothing).
 void install();
-// Define or replace table name (upper-cased), rows in record order.
+// Define or replace the table of name's base name, rows in record order.
 void define(const std::string& name, const std::vector<Field>& fields,
             const std::vector<Row>& rows);
 // Open table name in the lowest free area, which becomes selected; true
@@ -37,8 +51,6 @@ void define(const std::string& name, const std::vector<Field>& fields,
 bool open(const std::string& name);
 // Close every area's table through its close message, whatever driver.
 void close_all();
-// How many MEM objects have been destroyed (axit calls) so far.
-int axit_count();
 
 }  // namespace memdrv
 
@@ -46,3 +58,4 @@ int axit_count();
 // name is given (in the lowest free area unless new is .F.), closed and
 // without any area change for five NILs and .F.
 extern "C" var* _bb_memnew(int argc, var** argv);
+extern "C" var* _bb_memquicknew(int argc, var** argv);

@@ -4,12 +4,15 @@
 #include <string>
 
 #include "arrays.h"
+#include "dataserver.h"
 #include "dsslots.h"
+#include "memdriver.h"
 #include "objects.h"
-#include "test_areas_toy.hpp"
+#include "vltest.h"
 
 namespace {
 
+using vltest::expect_rows;
 using vltest::str;
 
 class dbFields : public vltest::VlTest {
@@ -17,143 +20,130 @@ class dbFields : public vltest::VlTest {
   void SetUp() override
   {
     VlTest::SetUp();
-    toy::counters() = {};
+    memdrv::install();
+    memdrv::counters() = {};
+    memdrv::define("cust", {{"name", 'C', 10, 0}, {"age", 'N', 3, 0}},
+                   {{std::string("ANN"), 30.0}, {std::string("BOB"), 40.0}});
+    memdrv::define("orders", {{"name", 'C', 10, 0}}, {{std::string("ORDER-1")}});
+    memdrv::define("a", {{"age", 'N', 3, 0}}, {{30.0}});
   }
   void TearDown() override
   {
-    while (vlnWAHead) toy::close(vlnWAHead->obj);
+    memdrv::close_all();
     VlTest::TearDown();
   }
-  static var* open_in(int n, const char* name, toy::Kind kind = toy::Kind::plain)
-  {
-    vlnSelect(set_nv(n, 0), 0);
-    return toy::open(name, {{"ANN", 30}, {"BOB", 40}}, kind);
-  }
-  static var* eval(const char* text) { return exp_eval(text); }
-  static std::string text(const char* expr) { return str(exp_eval(expr)); }
-  static double number(const char* expr) { return vlnNumVar(exp_eval(expr)); }
 };
 
-TEST_F(dbFields, FieldOfTheSelectedAreaHidesAMemvarOfTheSameName)
+TEST_F(dbFields, FieldsHideMemvarsAndResolvePerArea)
 {
-  set_cvar(vlnGetVarForWrite(vln_add_var("name")), "memvar");
-  var* obj = open_in(1, "cust");
-  EXPECT_EQ(text("name"), "ANN       ");  // the field, its full width
-  EXPECT_EQ(text("M->name"), "memvar");
-  EXPECT_EQ(text("MEMVAR->name"), "memvar");
-  EXPECT_EQ(text("FIELD->name"), "ANN       ");
-  EXPECT_EQ(number("eval({|name| name}, 5)"), 5);  // a block parameter first
-  toy::go(obj, 1);
-  EXPECT_EQ(text("trim(name) + str(age, 3)"), "BOB 40");
-  vlnSelect(set_nv(2, 0), 0);  // an empty area: the memvar shows
-  EXPECT_EQ(text("name"), "memvar");
-  EXPECT_EQ(text("cust->name"), "BOB       ");
-  EXPECT_EQ(number("(1)->age"), 40);
-  EXPECT_EQ(number("cust->(SELECT())"), 1);  // evaluated in area 1
-  EXPECT_EQ(vlnSelectedArea->number, 2);  // and back again
-  EXPECT_TRUE(reports().empty());
-}
-
-TEST_F(dbFields, SameNameInTwoAreasResolvesPerArea)
-{
-  open_in(1, "cust");
-  vlnSelect(set_nv(2, 0), 0);
-  var* orders = toy::open("orders", {{"ORDER-1", 7}});
-  EXPECT_EQ(text("name"), "ORDER-1   ");
-  EXPECT_EQ(text("cust->name"), "ANN       ");
-  const int32_t sym = locate_var("name");
+  const int32_t sym = vln_add_var("name");
+  set_cvar(vlnGetVarForWrite(sym), "memvar");
+  expect_rows({
+      {"DBSELECTAREA(1), MEMNEW('cust',,,,, .F.)"},
+      {"name", "ANN       "},  // the field, its full width
+      {"{M->name, MEMVAR->name, FIELD->name}", "{memvar, memvar, ANN       }"},
+      {"EVAL({|name| name}, 5)", "5"},  // a block parameter first
+      {"DBGOTO(2), TRIM(name) + STR(age, 3)", "BOB 40"},
+      {"DBSELECTAREA(3), name", "memvar"},  // an empty area: the memvar shows
+      {"{cust->name, (1)->age}", "{BOB       , 40}"},
+      {"{cust->(SELECT()), SELECT()}", "{1, 3}"},  // evaluated in area 1, and back again
+      {"DBSELECTAREA(2), MEMNEW('orders',,,,, .F.), name", "ORDER-1   "},
+      {"cust->name", "BOB       "},
+  });
   EXPECT_EQ(mv_names[sym].nfields, 2u);
-  EXPECT_EQ(vlnGetNAliasField(1, sym)->W_area, vlnNumberLocateArea(1));
-  toy::close(vlnNumberLocateArea(1)->obj);
+  var* cust = vlnNumberLocateArea(1)->obj;
+  vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, &cust);
   EXPECT_EQ(mv_names[sym].nfields, 1u);
-  EXPECT_EQ(text("name"), "ORDER-1   ");
-  toy::close(orders);
+  expect_rows({{"name", "ORDER-1   "}});
+  memdrv::close_all();
   EXPECT_EQ(mv_names[sym].nfields, 0u);
   EXPECT_EQ(mv_names[sym].fields, nullptr);
+  set_cvar(vlnGetVarForWrite(sym), "");
 }
 
 // Reads and stores take the quick methods when the class has them, else
 // the messages fieldget and fieldput.
 TEST_F(dbFields, AssignmentsWriteThroughTheDriverByTheQuickestPath)
 {
-  for (toy::Kind kind : {toy::Kind::plain, toy::Kind::quick}) {
-    const bool quick = kind == toy::Kind::quick;
-    SCOPED_TRACE(quick ? "quick" : "plain");
-    toy::counters() = {};
-    var* obj = open_in(1, "cust", kind);
+  for (const char* make : {"MEMNEW", "MEMQUICKNEW"}) {
+    const bool quick = make[3] == 'Q';
+    SCOPED_TRACE(make);
+    memdrv::define("cust", {{"name", 'C', 10, 0}, {"age", 'N', 3, 0}}, {{std::string("ANN"), 30.0}});
+    exp_eval((std::string("DBSELECTAREA(1), ") + make + "('cust',,,,, .F.)").c_str());
     EXPECT_EQ(vlnSelectedArea->qgm != nullptr, quick);
     EXPECT_EQ(vlnSelectedArea->qpm != nullptr, quick);
-    eval("name := 'Zed'");
-    eval("age := age + 1");
-    vlnSelect(set_nv(2, 0), 0);
-    eval("cust->age := cust->age * 2");
-    eval("(1)->name := trim((1)->name) + 'a'");
-    EXPECT_EQ(toy::rows(obj)[0].name, "Zeda");
-    EXPECT_EQ(toy::rows(obj)[0].age, 62);
-    const auto& c = toy::counters();
+    memdrv::counters() = {};
+    expect_rows({
+        {"name := 'Zed', age := age + 1"},
+        {"DBSELECTAREA(2), cust->age := cust->age * 2, (1)->name := TRIM((1)->name) + 'a'"},
+        {"{cust->name, cust->age}", "{Zeda      , 62}"},
+    });
+    const auto& c = memdrv::counters();
     EXPECT_EQ(quick ? c.quickputs : c.fieldputs, 4);
     EXPECT_EQ(quick ? c.fieldputs : c.quickputs, 0);
     EXPECT_EQ(quick ? c.fieldgets : c.quickgets, 0);
-    toy::close(obj);
+    EXPECT_GT(quick ? c.quickgets : c.fieldgets, 0);
+    memdrv::close_all();
   }
-  EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(dbFields, GettersReportEachWayOfMissing)
 {
-  open_in(1, "cust");
+  exp_eval("DBSELECTAREA(1), MEMNEW('cust',,,,, .F.)");
   const int32_t sym = locate_var("age");
   const int32_t nosuch = vln_add_var("nosuch");
   AreaRec* a = vlnSelectedArea;
-  EXPECT_EQ(VDBL(vlnGetField(sym)), 30);
-  EXPECT_EQ(VDBL(vlnGetCField(" AGE ")), 30);
-  EXPECT_EQ(VDBL(vlnGetCAliasField("CUST", sym)), 30);
-  EXPECT_EQ(VDBL(vlnGetVAliasField(set_nv(1, 0), sym)), 30);
-  EXPECT_EQ(VDBL(vlnGetVAliasCField(set_cv("cust"), "age")), 30);
-  EXPECT_EQ(vlnGetNAliasCField(1, "cust->age + 1")->Type, 'N');  // an expression
-  EXPECT_EQ(VDBL(vlnGetNAliasCField(1, "cust->age + 1")), 31);
+  EXPECT_EQ(vlnNumVar(vlnGetField(sym)), 30);
+  EXPECT_EQ(vlnNumVar(vlnGetCField(" AGE ")), 30);
+  EXPECT_EQ(vlnNumVar(vlnGetCAliasField("CUST", sym)), 30);
+  EXPECT_EQ(vlnNumVar(vlnGetVAliasField(set_nv(1, 0), sym)), 30);
+  EXPECT_EQ(vlnNumVar(vlnGetVAliasCField(set_cv("cust"), "age")), 30);
+  EXPECT_EQ(vlnNumVar(vlnGetNAliasCField(1, "cust->age + 1")), 31);  // an expression
   EXPECT_EQ(vlnGetAliasFieldNoError(a, nosuch), nullptr);
   EXPECT_TRUE(reports().empty());
   EXPECT_EQ(vlnAnnounceField("odd", 3, 'X', 1, 4, 0, nullptr), nullptr);
   EXPECT_TRUE(reported(204, "unknown field type 'X'"));
   EXPECT_LT(locate_var("odd"), 0);
-
-  EXPECT_EQ(vlnGetAliasField(a, nosuch), NIL_VAR);
-  EXPECT_TRUE(reported(306, "vlnGetAliasField: cannot find field 'nosuch'"));
-  EXPECT_EQ(vlnGetAliasCField(a, "nosuch"), ERROR_VAR);
-  EXPECT_TRUE(reported(306, "nosuch"));
-  EXPECT_EQ(vlnGetCAliasField("orders", sym), ERROR_VAR);
-  EXPECT_TRUE(reported(342, "orders"));
-  EXPECT_EQ(vlnGetNAliasField(9, sym), ERROR_VAR);
-  EXPECT_TRUE(reported(342, "requested area 9"));
-  EXPECT_EQ(vlnGetVAliasField(TRUE_VAR, sym), ERROR_VAR);
-  EXPECT_TRUE(reported(312, "for alias"));
-  EXPECT_EQ(vlnGetIAliasField(0, sym), ERROR_VAR);  // the table is empty
-  EXPECT_EQ(last_code(), 342);
   reports().clear();
-
-  EXPECT_EQ(eval("FIELD->nosuch"), ERROR_VAR);
-  EXPECT_EQ(last_code(), 306);
-  EXPECT_EQ(eval("orders->age"), ERROR_VAR);
-  EXPECT_EQ(last_code(), 342);
-  EXPECT_EQ(eval("(9)->age"), ERROR_VAR);
+  EXPECT_EQ(vlnGetAliasField(a, nosuch), NIL_VAR);
+  EXPECT_EQ(vlnGetAliasCField(a, "nosuch"), ERROR_VAR);
+  EXPECT_EQ(vlnGetCAliasField("orders", sym), ERROR_VAR);
+  EXPECT_EQ(vlnGetNAliasField(9, sym), ERROR_VAR);
+  EXPECT_EQ(vlnGetVAliasField(TRUE_VAR, sym), ERROR_VAR);
+  EXPECT_EQ(vlnGetIAliasField(0, sym), ERROR_VAR);  // the table is empty
+  std::string codes;
+  for (const auto& r : reports()) codes += std::to_string(r.code) + " ";
+  EXPECT_EQ(codes, "306 306 342 342 312 342 ");
+  EXPECT_TRUE(reported(306, "vlnGetAliasField: cannot find field 'nosuch'"));
   EXPECT_TRUE(reported(342, "requested area 9"));
-  EXPECT_EQ(eval("cust->nosuch"), ERROR_VAR);
-  EXPECT_TRUE(reported(306, "cannot find field 'nosuch'"));
-  EXPECT_EQ(eval("orders->(SELECT())"), ERROR_VAR);  // as orders->age
-  EXPECT_TRUE(reported(342, "orders"));
-  EXPECT_EQ(number("(7)->(SELECT())"), 7);  // an empty area, quietly
-  EXPECT_EQ(vlnSelectedArea, a);
-  EXPECT_EQ(eval("(.t.)->(1)"), ERROR_VAR);
-  EXPECT_TRUE(reported(342, "variable has wrong type"));
+  expect_rows({
+      {"FIELD->nosuch", "#306 ERROR"},
+      {"orders->age", "#342 ERROR"},
+      {"(9)->age", "#342 ERROR"},
+      {"cust->nosuch", "#306 ERROR"},
+      {"orders->(SELECT())", "#342 ERROR"},  // as orders->age
+      {"(7)->(SELECT())", "7"},              // an empty area, quietly
+      {"(.t.)->(1)", "#342 ERROR"},
+      {"SELECT()", "1"},
+  });
   EXPECT_EQ(vlnSelectedArea, a);
   EXPECT_EQ(a->lnks, 1u);  // the failed push was undone
+}
+
+TEST_F(dbFields, FieldsOfAnUnboundTableAreRetiredByTheirObject)
+{
+  var* obj = exp_eval("DBSELECTAREA(1), MEMNEW('A.DBF',,,,, .F.)");  // alias A is refused
+  EXPECT_EQ(vlnSelectedArea->obj, nullptr);
+  expect_rows({{"age", "#901 NIL"}});  // not a field of area 1: an undefined memvar
+  const int32_t sym = locate_var("age");
+  EXPECT_EQ(mv_names[sym].nfields, 1u);
+  vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, &obj);
+  EXPECT_EQ(mv_names[sym].nfields, 0u);
 }
 
 // A driver written in the language: its fields are plain records it keeps
 // in an array (object slot 44) and its fieldput stores into them.
 constexpr int32_t kArraySlot = 44;
-constexpr int32_t kLangMethods = VLN_DS_SLOT_COUNT;
 
 int g_lang_puts = 0;
 
@@ -175,17 +165,17 @@ var* lang_fieldget(int argc, var** argv)
 
 var* lang_object()
 {
-  static var* methods = nullptr;
-  if (!methods) {
-    methods = cre_arr(mak_var('N', 'U'), kLangMethods, 0, static_cast<var*>(nullptr));
-    vlnAddMethod(methods, VLN_DS_FIELDGET, reinterpret_cast<AnyFn>(lang_fieldget), 1);
-    vlnAddMethod(methods, VLN_DS_FIELDPUT, reinterpret_cast<AnyFn>(lang_fieldput), 2);
-  }
-  static const VlnClassRow* cls =
-      toy::make_class("langserver", 'D', {},
-                      {{"fieldget", VLN_DS_FIELDGET, 'M'}, {"fieldput", VLN_DS_FIELDPUT, 'M'}},
-                      kLangMethods);
-  var* obj = set_Ov(kArraySlot - 1, cls, methods);
+  static const VlnDsClass* cls = [] {
+    unsigned char overrides[VLN_DS_SLOT_COUNT] = {};
+    overrides[VLN_DS_FIELDGET] = overrides[VLN_DS_FIELDPUT] = 1;
+    return vlnDsDeriveClass("langserver", overrides, nullptr, 0);
+  }();
+  static var* methods = vlnDsCollectMethods(cls, [](int32_t slot) {
+    return slot == VLN_DS_FIELDGET   ? reinterpret_cast<AnyFn>(lang_fieldget)
+           : slot == VLN_DS_FIELDPUT ? reinterpret_cast<AnyFn>(lang_fieldput)
+                                     : AnyFn{};
+  });
+  var* obj = set_Ov(kArraySlot - 1, cls->rows, methods);
   cre_arr(vlnGetObj(obj, kArraySlot), 2, 0, static_cast<var*>(nullptr));
   return obj;
 }
@@ -208,13 +198,11 @@ TEST_F(dbFields, LanguageDriversAnnounceFieldsIntoTheirArray)
                   set_nv(8, 0), ZERO_VAR, fields};
   _bb_rddannfiel(7, label);
 
-  eval("qty := 7");                 // goes to fieldput, which stores in the record
-  eval("label := 'abc'");
-  EXPECT_EQ(number("qty"), 7);
-  EXPECT_EQ(text("label"), "abc     ");  // the field keeps its width
-  eval("label := 'a much longer text'");
-  EXPECT_EQ(text("label"), "a much l");
-  EXPECT_TRUE(reports().empty());
+  expect_rows({
+      {"qty := 7, label := 'abc'"},  // to fieldput, which stores in the record
+      {"{qty, label}", "{7, abc     }"},  // the field keeps its width
+      {"label := 'a much longer text', label", "a much l"},
+  });
 
   var* ret[] = {obj, set_cv("label")};
   _bb_rddretfiel(2, ret);
@@ -222,7 +210,7 @@ TEST_F(dbFields, LanguageDriversAnnounceFieldsIntoTheirArray)
   _bb_rddretfiel(2, ret);
   EXPECT_EQ(_bb_rddretalia(1, &obj), TRUE_VAR);
   EXPECT_EQ(_bb_rddretalia(1, &obj), FALSE_VAR);
-  EXPECT_EQ(text("label"), "");  // no field any more: an undefined memvar
+  expect_rows({{"label", "#901 NIL"}});  // no field any more: an undefined memvar
   // The array keeps the last values as values of its own.
   EXPECT_EQ(str(VARR(fields)->A_vec[1]), "a much l");
   EXPECT_EQ(VDBL(VARR(fields)->A_vec[0]), 7);
@@ -301,18 +289,6 @@ TEST_F(dbFields, LanguageAnnouncementsCheckTheirArguments)
   EXPECT_TRUE(reported(312, "object expected"));
   EXPECT_EQ(_bb_rddretfiel(1, &obj), ERROR_VAR);
   EXPECT_TRUE(reported(311, "RddRetireField(): 2 params expected"));
-}
-
-TEST_F(dbFields, FieldsOfAnUnboundTableAreRetiredByTheirObject)
-{
-  vlnSelect(set_nv(1, 0), 0);
-  var* obj = toy::open("A.DBF", {{"ANN", 30}});  // alias A is refused
-  EXPECT_EQ(vlnSelectedArea->obj, nullptr);
-  EXPECT_EQ(text("age"), "");  // not a field of area 1
-  const int32_t sym = locate_var("age");
-  EXPECT_EQ(mv_names[sym].nfields, 1u);
-  toy::close(obj);
-  EXPECT_EQ(mv_names[sym].nfields, 0u);
 }
 
 }  // namespace

@@ -120,28 +120,17 @@ var* toy_new(int argc, var** argv)
   return NIL_VAR;
 }
 
-TEST_F(Facade, RddListHoldsTheStartUpDriverAndAnnouncedOnes)
+TEST_F(Facade, RddListAndTheDefaultDriver)
 {
-  var* list = vl_call(_bb_rddlist, {});
-  ASSERT_EQ(list->Type, 'A');
-  const uint32_t before = VARR(list)->A_size;
-  ASSERT_GE(before, 1u);
-  EXPECT_EQ(str(VARR(list)->A_vec[0]), "DBFIDX");
-  vl_call(_bb_annnewrdd, {set_cv("  toolongdrivername ")});
-  vl_call(_bb_annnewrdd, {set_cv("DbfIdx")});
-  vl_call(_bb_annnewrdd, {set_cv("   ")});
-  vl_call(_bb_annnewrdd, {set_Iv(4)});
-  ASSERT_EQ(VARR(list)->A_size, before + 1);  // the same array, grown once
-  EXPECT_EQ(str(VARR(list)->A_vec[before]), "TOOLONGDRI");
-}
-
-TEST_F(Facade, SetDefaultReturnsThePreviousTrimsAndUpperCases)
-{
-  EXPECT_EQ(str(vl_call(_bb_rddsetdefa, {set_cv(" toy  ")})), "DBFIDX");
+  vltest::expect_rows({
+      {"l := RDDLIST(), n := LEN(l), l[1]", "DBFIDX"},
+      {"ANNNEWRDD('  toolongdrivername '), ANNNEWRDD('DbfIdx'), ANNNEWRDD('   '), ANNNEWRDD(4)"},
+      {"{LEN(l) - n, l[n + 1]}", "{1, TOOLONGDRI}"},  // the same array, grown once
+      {"RDDSETDEFAULT(' toy  ')", "DBFIDX"},
+      {"DBSETDRIVER()", "TOY"},  // no argument: unchanged
+      {"RDDSETDEFAULT(1)", "TOY"},
+  });
   EXPECT_STREQ(cDefaultDriver, "TOY");
-  EXPECT_EQ(str(vl_call(_bb_dbsetdrive, {})), "TOY");  // no argument: unchanged
-  EXPECT_EQ(str(vl_call(_bb_rddsetdefa, {set_Iv(1)})), "TOY");
-  EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(Facade, ClearedDefaultFailsTheNextMakeWithTheBareSuffix)
@@ -177,24 +166,18 @@ TEST_F(Facade, DriverNamesReachTheirConstructorTrimmedAndUpperCased)
 
 // ---- DBSELECTAREA. ----
 
-var* area_five(int, var**, var**) { return set_Iv(5); }
-
 TEST_F(Facade, SelectAreaArgumentRules)
 {
   vl_set_flag[0] = VL_LEVEL_DEVEL;
-  EXPECT_EQ(vl_call(_bb_dbselectar, {}), FALSE_VAR);
-  EXPECT_EQ(last_code(), 902);
-  reports().clear();
-  EXPECT_EQ(vl_call(_bb_dbselectar, {TRUE_VAR}), FALSE_VAR);
-  EXPECT_EQ(reports().size(), 1u);
+  vltest::expect_rows({
+      {"DBSELECTAREA()", "#902 .F."},
+      {"DBSELECTAREA(.T.)", "#320 .F."},
+      {"SELECT()", "3"},
+      {"{DBSELECTAREA({|| 5}), SELECT()}", "{.T., 5}"},  // a block gives the area
+      {"{DBSELECTAREA('2'), SELECT()}", "{.T., 2}"},
+  });
+  vl_call(_bb_dbselectar, {TRUE_VAR});
   EXPECT_TRUE(reported(320, "DbSelectArea(): illegal parameter type 'L'"));
-  EXPECT_EQ(vlnSelectedArea->number, kArea);
-  // A block gives the area.
-  var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(area_five), 0, static_cast<var*>(nullptr));
-  EXPECT_EQ(vl_call(_bb_dbselectar, {block}), TRUE_VAR);
-  EXPECT_EQ(vlnSelectedArea->number, 5);
-  EXPECT_EQ(vl_call(_bb_dbselectar, {set_cv("2")}), TRUE_VAR);
-  EXPECT_EQ(vlnSelectedArea->number, 2);
 }
 
 // ---- Scope packing (no RECORD: that one moves a table). ----
@@ -286,10 +269,10 @@ TEST_F(FacadeSends, SeekFillsAMissingSoftseekFromTheSetting)
 
 TEST_F(FacadeSends, EvalPacksTheScopeAndRecordMovesFirst)
 {
-  var* b = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(area_five), 0, static_cast<var*>(nullptr));
+  var* b = exp_eval("{|| 5}");
   vl_call(_bb_dbeval, {b, set_cv("f"), set_cv("w"), set_Iv(4), set_Iv(7), TRUE_VAR});
   vl_call(_bb_dbeval, {b, NIL_VAR, NIL_VAR, set_Iv(4)});
-  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: #7", "49: B \"f\" \"w\" #1", "49: B NIL NIL #4"}));
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: #7", "49: b \"f\" \"w\" #1", "49: b NIL NIL #4"}));
 }
 
 TEST_F(FacadeSends, DefaultsCodesAndArgumentLimits)

@@ -1,21 +1,18 @@
 // The database functions over a real driver object: the in-memory MEM
 // driver, found by the registry as MEMNEW.  Sends reach the driver's
-// methods, messages it lacks answer from the abstract class, and DBCLOSEALL
-// empties the chain.
+// methods, messages it lacks answer from the abstract class, two tables
+// resolve their fields through their areas, and closing retires an area,
+// its fields and its object.
 #include <string>
 
 #include "areas.h"
 #include "dsslots.h"
-#include "errclass.h"
-#include "facade.h"
 #include "memdriver.h"
-#include "rddreg.h"
-#include "vlgen.h"
 #include "vltest.h"
 
 namespace {
 
-using vltest::str;
+using vltest::expect_rows;
 
 class FacadeMem : public vltest::VlTest {
  protected:
@@ -23,8 +20,10 @@ class FacadeMem : public vltest::VlTest {
   {
     VlTest::SetUp();
     memdrv::install();
-    memdrv::define("PEOPLE", {{"NAME", 'C', 8, 0}, {"AGE", 'N', 3, 0}},
-                   {{std::string("Ann"), 30.0}, {std::string("Bob"), 41.0}, {std::string("Cy"), 7.0}});
+    memdrv::define("PEOPLE", {{"NAME", 'C', 8, 0}, {"AGE", 'N', 3, 0}, {"member", 'L', 1, 0}},
+                   {{std::string("Ann"), 30.0, true}, {std::string("Bob"), 41.0, false},
+                    {std::string("Cy"), 7.0, true}});
+    memdrv::define("towns", {{"town", 'C', 10, 0}, {"age", 'N', 4, 0}}, {{std::string("OSLO"), 1000.0}});
     ASSERT_TRUE(memdrv::open("PEOPLE"));
     reports().clear();
   }
@@ -33,42 +32,29 @@ class FacadeMem : public vltest::VlTest {
     _bb_dbcloseall(0, nullptr);
     VlTest::TearDown();
   }
-  static int32_t num(var* v) { return vlnIntVar(v); }
-  static bool yes(var* v) { return v->Type == 'L' && VINT(v) != 0; }
 };
 
 TEST_F(FacadeMem, SendsAndReadsReachTheDriver)
 {
-  EXPECT_TRUE(yes(vl_call(_bb_used, {})));
-  EXPECT_EQ(str(vl_call(_bb_alias, {})), "PEOPLE");
-  EXPECT_EQ(num(vl_call(_bb_lastrec, {})), 3);
-  EXPECT_EQ(num(vl_call(_bb_fcount, {})), 2);
-  EXPECT_EQ(num(vl_call(_bb_recno, {})), 1);
-  vl_call(_bb_dbskip, {set_Iv(1)});
-  EXPECT_EQ(num(vl_call(_bb_recno, {})), 2);
-  EXPECT_EQ(str(vl_call(_bb_fieldget, {set_Iv(1)})).substr(0, 3), "Bob");
-  EXPECT_EQ(num(vl_call(_bb_fieldpos, {set_cv("age")})), 2);
-  EXPECT_EQ(str(vl_call(_bb_fieldname, {set_Iv(2)})), "AGE");
-  vl_call(_bb_fieldput, {set_Iv(2), set_nv(42, 0)});
-  EXPECT_EQ(num(vl_call(_bb_fieldget, {set_Iv(2)})), 42);
-  vl_call(_bb_dbgobottom, {});
-  EXPECT_FALSE(yes(vl_call(_bb_eof, {})));
-  vl_call(_bb_dbskip, {});
-  EXPECT_TRUE(yes(vl_call(_bb_eof, {})));
-  vl_call(_bb_dbgoto, {set_Iv(1)});
-  EXPECT_EQ(num(vl_call(_bb_recno, {})), 1);
-  vl_call(_bb_dbgotop, {});
-  EXPECT_FALSE(yes(vl_call(_bb_bof, {})));
-  EXPECT_TRUE(yes(vl_call(_bb_isdbexcl, {})));
+  expect_rows({
+      {"{USED(), ALIAS(), LASTREC(), FCOUNT(), RECNO()}", "{.T., PEOPLE, 3, 3, 1}"},
+      {"DBSKIP(1), {RECNO(), FIELDGET(1), NAME}", "{2, Bob     , Bob     }"},
+      {"{FIELDPOS('age'), FIELDPOS('Member'), FIELDNAME(2)}", "{2, 3, AGE}"},
+      {"FIELDPUT(2, 42), {FIELDGET(2), age}", "{42, 42}"},
+      {"name := 'BOBBY', FIELDGET(1)", "BOBBY   "},  // a store goes through the driver
+      {"DBGOBOTTOM(), {RECNO(), EOF(), name}", "{3, .F., Cy      }"},
+      {"DBSKIP(), {RECNO(), EOF(), name}", "{4, .T.,         }"},  // blank at EOF
+      {"DBGOTO(2), {EOF(), age}", "{.F., 42}"},
+      {"DBSKIP(-5), {RECNO(), BOF()}", "{1, .T.}"},
+      {"DBGOTOP(), BOF()", ".F."},
+      {"ISDBEXCL()", ".T."},
+      {"DBSKIP('2')", "#312 .F."},  // a wrong argument type does not move
+      {"RECNO()", "1"},
+      // A second table: a name both have resolves in the selected area.
+      {"MEMNEW('towns'), {ALIAS(), age, town}", "{TOWNS, 1000, OSLO      }"},
+      {"{people->age, people->name}", "{30, Ann     }"},
+  });
   EXPECT_EQ(vl_call(_bb_dbobject, {}), vlnSelectedArea->obj);
-  EXPECT_TRUE(reports().empty()) << reports()[0].description;
-}
-
-TEST_F(FacadeMem, AWrongArgumentTypeReportsAndDoesNotMove)
-{
-  EXPECT_EQ(vl_call(_bb_dbskip, {set_cv("2")}), FALSE_VAR);
-  EXPECT_EQ(last_code(), 312);
-  EXPECT_EQ(num(vl_call(_bb_recno, {})), 1);
 }
 
 TEST_F(FacadeMem, MessagesTheDriverLacksAnswerFromTheAbstractClass)
@@ -79,30 +65,37 @@ TEST_F(FacadeMem, MessagesTheDriverLacksAnswerFromTheAbstractClass)
   EXPECT_TRUE(reported(343, "append"));
   EXPECT_EQ(r->Type, 'O');  // the abstract member gives the object back
   EXPECT_EQ(vlnGetNeterr(), 1);
-  reports().clear();
-  vl_call(_bb_dbseek, {set_cv("Bob")});
-  EXPECT_EQ(last_code(), 343);
-  EXPECT_EQ(num(vl_call(_bb_recno, {})), 1);
+  expect_rows({{"DBSEEK('Bob')", "#343"}, {"RECNO()", "1"}});
 }
 
-TEST_F(FacadeMem, DbServerNewOpensWithTheCallersArguments)
+TEST_F(FacadeMem, OpeningAndClosing)
 {
-  var* obj = vl_call(_bb_dbserverne, {set_cv("people"), FALSE_VAR, NIL_VAR, NIL_VAR, set_cv("Mem")});
-  ASSERT_EQ(obj->Type, 'O');
-  EXPECT_TRUE(yes(vlnDoInstance(obj, "used", VLN_IV_USED, 0, nullptr)));
-  EXPECT_EQ(str(vl_call(_bb_alias, {})), "PEOPLE_1");
-}
-
-TEST_F(FacadeMem, CloseAllClosesEveryArea)
-{
-  ASSERT_TRUE(memdrv::open("PEOPLE"));
-  ASSERT_TRUE(memdrv::open("PEOPLE"));
-  int on_chain = 0;
-  for (AreaRec* a = vlnWAHead; a; a = a->nxt) ++on_chain;
-  EXPECT_EQ(on_chain, 3);
+  expect_rows({
+      // DBSERVERNEW opens with the caller's arguments; the fifth names the driver.
+      {"o := DBSERVERNEW('people', .F., NIL, NIL, 'Mem'), {o:used, ALIAS()}", "{.T., PEOPLE_1}"},
+      {"MEMNEW('towns'), MEMNEW('PEOPLE'), SELECT()", "4"},
+  });
+  const int axits = memdrv::counters().axits;
+  var* towns = vlnAliasLocateArea("TOWNS")->obj;
+  vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, &towns);
+  EXPECT_EQ(memdrv::counters().axits, axits);  // the sender's copy still holds it
+  del_tmpvars(tmp_mark_);
+  EXPECT_EQ(memdrv::counters().axits, axits + 1);
+  EXPECT_EQ(vlnAliasLocateArea("TOWNS"), nullptr);
+  // The field of the closed table is gone; the other tables' stay.
+  expect_rows({{"people->town", "#306 ERROR"}, {"people->age", "30"}});
   vl_call(_bb_dbcloseall, {});
+  del_tmpvars(tmp_mark_);
   EXPECT_EQ(vlnWAHead, nullptr);
-  EXPECT_FALSE(yes(vl_call(_bb_used, {})));
+  EXPECT_EQ(memdrv::counters().axits, axits + 4);
+  expect_rows({{"USED()", ".F."}});
+  // A closed object leaves the areas alone.
+  var* args[] = {NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, FALSE_VAR};
+  var* obj = _bb_memnew(6, args);
+  EXPECT_EQ(vlnWAHead, nullptr);
+  EXPECT_FALSE(vlnLogVar(vlnDoInstance(obj, "used", VLN_IV_USED, 0, nullptr)));
+  del_tmpvars(tmp_mark_);
+  EXPECT_EQ(memdrv::counters().axits, axits + 5);
   EXPECT_TRUE(reports().empty());
 }
 

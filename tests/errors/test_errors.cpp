@@ -116,34 +116,20 @@ TEST_F(Errors, HeadingNamesTheSeverityCodeAndPlace)
   vln_fn_end(&f, 'U');
 }
 
-TEST_F(Errors, ProcNameWalksTheChainInUpperCase)
+TEST_F(Errors, ProcInfoErrorLevelAndProgramErrors)
 {
-  frame outer, hidden, inner;
+  frame outer, hidden;
   vln_fn_start(&outer, "a.prg", "outer", 10, 0);
   vln_fn_start(&hidden, "a.prg", "noline", -1, 0);
-  vln_fn_start(&inner, "b.prg", "inner", 20, 0);
-  EXPECT_EQ(str(vl_call(_bb_procname, {})), "INNER");
-  EXPECT_EQ(str(vl_call(_bb_procname, {set_nv(1, 0)})), "OUTER");
-  EXPECT_EQ(VINT(vl_call(_bb_procline, {set_nv(1, 0)})), 10);
-  EXPECT_EQ(str(vl_call(_bb_procfile, {})), "b.prg");
-  EXPECT_EQ(str(vl_call(_bb_procname, {set_nv(5, 0)})), "");
-  vln_fn_end(&inner, 'U');
+  vltest::expect_rows({
+      {"{PROCNAME(), PROCNAME(1), PROCLINE(1), PROCFILE(), PROCNAME(5)}", "{ROWS, OUTER, 10, rows, }"},
+      {"ERRORLEVEL()", "ERROR"},
+      {"{ERRORLEVEL(3), ERRORLEVEL(0)}", "{0, 3}"},
+      {"VLNPRGERR(100008, 'APPEND', 'a.dbf')", "#322 .T."},
+  });
   vln_fn_end(&hidden, 'U');
   vln_fn_end(&outer, 'U');
-}
-
-TEST_F(Errors, ErrorLevelSetsTheExitStatus)
-{
-  EXPECT_EQ(vl_call(_bb_errorlevel, {}), ERROR_VAR);
-  EXPECT_EQ(VINT(vl_call(_bb_errorlevel, {set_nv(3, 0)})), 0);
-  EXPECT_EQ(VINT(vl_call(_bb_errorlevel, {set_nv(0, 0)})), 3);
-}
-
-TEST_F(Errors, ProgramErrorSelectorsFormatTheirTexts)
-{
-  EXPECT_EQ(vl_call(_bb_vlnprgerr, {set_nv(100008, 0), set_cv("APPEND"), set_cv("a.dbf")}),
-            TRUE_VAR);
-  EXPECT_EQ(last_code(), 322);
+  vl_call(_bb_vlnprgerr, {set_nv(100008, 0), set_cv("APPEND"), set_cv("a.dbf")});
   EXPECT_EQ(reports().back().description,
             "No database opened;APPEND:;cannot open source database 'a.dbf'");
   vl_call(_bb_vlnprgerr, {set_nv(100006, 0), set_cv("APPEND")});

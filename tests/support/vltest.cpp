@@ -4,13 +4,16 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
+#include <sstream>
 #include <set>
 
 #include "evalhooks.h"
 #include "locks.h"
 #include "sethooks.h"
 #include "smallfns.h"
+#include "vartostr.h"
 
 namespace vltest {
 
@@ -194,10 +197,83 @@ bool VlTest::reported(int code, const std::string& text)
   return false;
 }
 
+TempDir::TempDir()
+{
+  char tmpl[] = "/tmp/vltestXXXXXX";
+  if (!mkdtemp(tmpl)) ADD_FAILURE() << "no temporary directory";
+  dir_ = tmpl;
+}
+
+TempDir::~TempDir()
+{
+  std::error_code ec;
+  std::filesystem::permissions(dir_, std::filesystem::perms::owner_all,
+                               std::filesystem::perm_options::add, ec);
+  std::filesystem::remove_all(dir_, ec);
+}
+
+void TempDir::write(const std::string& name, const std::string& data) const
+{
+  std::ofstream(*this / name, std::ios::binary) << data;
+}
+
+std::string TempDir::read(const std::string& name) const
+{
+  std::ifstream in(*this / name, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
 std::string str(var* v)
 {
   if (!v || (v->Type != 'C' && v->Type != 'M') || !VSTR(v)) return {};
   return std::string(VSTR(v), static_cast<size_t>(v->Length - 1));
+}
+
+namespace {
+
+constexpr int kShownDepth = 8;
+
+std::string shown(var* v, int depth)
+{
+  if (v == ERROR_VAR) return "ERROR";
+  if (v->Type == 'A' && depth < kShownDepth) {
+    std::string s = "{";
+    for (uint32_t i = 0; i < VARR(v)->A_size; ++i)
+      s += (i ? ", " : "") + shown(VARR(v)->A_vec[i], depth + 1);
+    return s + "}";
+  }
+  std::string s(vartostr(v, nullptr, 0), '\0');
+  vartostr(v, s.data(), s.size() + 1);
+  if (std::strchr("NFIW", v->Type)) s.erase(0, s.find_first_not_of(' '));
+  return s;
+}
+
+}  // namespace
+
+std::string shown(var* v) { return shown(v, 0); }
+
+void expect_rows(std::initializer_list<Row> rows, std::source_location at)
+{
+  auto& seen = VlTest::reports();
+  frame f;
+  vln_fn_start(&f, "rows", "rows", 1, 0);
+  for (const Row& r : rows) {
+    seen.clear();
+    const std::string value = shown(exp_eval(r.expr));
+    const std::string code = seen.empty() ? "" : "#" + std::to_string(seen[0].code);
+    std::string got = code.empty() ? value : code + " " + value;
+    const std::string want = r.want ? r.want : value;
+    if (want[0] == '#' && want.find(' ') == std::string::npos) got = code;
+    if (got != want) {
+      ADD_FAILURE_AT(at.file_name(), static_cast<int>(at.line()))
+          << r.expr << "\n  gives: " << got << (seen.empty() ? "" : " (" + seen[0].description + ")")
+          << "\n wanted: " << want;
+    }
+    del_tmpvars(f.TmvNp);
+  }
+  vln_fn_end(&f, 'U');
 }
 
 }  // namespace vltest

@@ -255,53 +255,6 @@ TEST_F(Frames, BreakRepairRestoresFramesPrivatesAndTemporaries)
   vln_fn_end(&f, 'U');
 }
 
-TEST_F(Frames, CallsByNameReportUnknownFunctions)
-{
-  EXPECT_EQ(vln_funcall("LEN"), glob_ftab[find_fun("len")].fn);
-  BbFn fn = vln_funcall("NoSuchFunction");
-  EXPECT_EQ(reports().back().description,
-            "undefined function;access of undefined function nosuchfunction");
-  EXPECT_EQ(fn(0, nullptr), NIL_VAR);  // safe to call
-  EXPECT_EQ(simplfun(1, _bb_len, set_cv("four"), (var*)nullptr)->Value.w1.i, 4);
-  EXPECT_EQ(simplfun(0, [](int, var**) -> var* { return nullptr; }, (var*)nullptr),
-            ERROR_VAR);
-  EXPECT_EQ(last_code(), 320);
-}
-
-namespace {
-double seen_double;
-intptr_t seen_word;
-const char* seen_text;
-void raw_routine(intptr_t text, intptr_t number, intptr_t word)
-{
-  seen_text = reinterpret_cast<const char*>(text);
-  double* d = reinterpret_cast<double*>(number);
-  seen_double = *d;
-  *d = 42.0;
-  seen_word = word;
-}
-}  // namespace
-
-TEST_F(Frames, CallPassesRawWordsAndNumbersByAddress)
-{
-  var* n = set_nv(1.5, 1);
-  var* w = vl_call(_bb_word, {set_nv(-7, 0)});
-  EXPECT_EQ(w->Type, 'W');
-  var* args[3] = {set_cv("raw"), n, w};
-  EXPECT_EQ(vln_docall(reinterpret_cast<AnyFn>(raw_routine), 3, args), ZERO_VAR);
-  EXPECT_STREQ(seen_text, "raw");
-  EXPECT_EQ(seen_double, 1.5);
-  EXPECT_EQ(VDBL(n), 42.0);
-  EXPECT_EQ(seen_word, -7);
-  var* nine[9] = {n, n, n, n, n, n, n, n, n};
-  EXPECT_EQ(vln_docall(reinterpret_cast<AnyFn>(raw_routine), 9, nine), ERROR_VAR);
-  EXPECT_EQ(reports().back().description, "too many args;for CALL");
-  vl_call(_bb_word, {set_cv("x")});
-  EXPECT_EQ(reports().back().description, "Wrong argument type;in WORD()");
-  vl_call(_bb_word, {set_nv(3e9, 0)});
-  EXPECT_EQ(reports().back().description, "Illegal value;in WORD()");
-}
-
 TEST_F(Frames, ClearMemoryEmptiesShadowedVariables)
 {
   frame f;

@@ -1,8 +1,5 @@
 // National language: loading language files, the active language, the
 // compare family, case and classes, names, and malformed files.
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <clocale>
 #include <fstream>
@@ -14,11 +11,12 @@
 #include "stringsfn.h"
 #include "vltest.h"
 
+using vltest::expect_rows;
 using vltest::str;
 
 namespace {
 
-const std::string kLangDir = VL_SOURCE_DIR "/data/lang/";
+#define LANG_DIR VL_SOURCE_DIR "/data/lang/"
 
 class NatLang : public vltest::VlTest {
  protected:
@@ -29,7 +27,6 @@ class NatLang : public vltest::VlTest {
   }
   void TearDown() override
   {
-    for (const auto& f : files_) unlink(f.c_str());
     init_lang();
     VlTest::TearDown();
   }
@@ -42,16 +39,12 @@ class NatLang : public vltest::VlTest {
   // SETLANG(n): the former number.
   var* setlang(int n) { return vl_call(_bb_setlang, {set_nv(n, 0)}); }
 
-  // A language file with the given text, removed after the test.
+  // A language file with the given text.
   std::string temp_file(const std::string& text)
   {
-    char name[] = "/tmp/vl_langXXXXXX";
-    const int fd = mkstemp(name);
-    EXPECT_GE(fd, 0);
-    EXPECT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    close(fd);
-    files_.push_back(name);
-    return name;
+    const std::string name = "lang" + std::to_string(files_++);
+    dir_.write(name, text);
+    return dir_ / name;
   }
 
   // Load a malformed file into slot 2 and return the report's text.
@@ -74,7 +67,8 @@ class NatLang : public vltest::VlTest {
     return words;
   }
 
-  std::vector<std::string> files_;
+  vltest::TempDir dir_;
+  int files_ = 0;
 };
 
 // Words in ISO-8859-1.
@@ -89,8 +83,8 @@ TEST_F(NatLang, SortingFollowsTheLanguageFile)
   _cgetseton(1, 1);  // EXACT ON: a strict order
   // No language: byte order, every accented letter after "z".
   EXPECT_EQ(sorted(kWords), (V{kApfel, kBanana, kOl, kZebra, kApple, kAepfel, kOel, kAehnlich}));
-  ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
-  ASSERT_TRUE(load(2, kLangDir + "svenska.lng"));
+  ASSERT_TRUE(load(1, LANG_DIR "latin1.lng"));
+  ASSERT_TRUE(load(2, LANG_DIR "svenska.lng"));
   EXPECT_EQ(VDBL(setlang(1)), 0);
   // Western: accented letters right after their base letter.
   EXPECT_EQ(sorted(kWords), (V{kApfel, kApple, kAepfel, kAehnlich, kBanana, kOl, kOel, kZebra}));
@@ -106,7 +100,7 @@ TEST_F(NatLang, EqualsRulesWithExactOffAndOn)
 {
   for (int lang : {0, 1}) {
     if (lang) {
-      ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+      ASSERT_TRUE(load(1, LANG_DIR "latin1.lng"));
       setlang(1);
     }
     SCOPED_TRACE(lang);
@@ -154,7 +148,7 @@ TEST_F(NatLang, RankThirtyTwoIsTheBlankWithExactOn)
 
 TEST_F(NatLang, CountedAndStoppingCompares)
 {
-  ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+  ASSERT_TRUE(load(1, LANG_DIR "latin1.lng"));
   for (int lang : {0, 1}) {
     setlang(lang);
     SCOPED_TRACE(lang);
@@ -193,7 +187,7 @@ TEST_F(NatLang, CaseAndClassesFollowTheLanguageNotTheLocale)
   EXPECT_FALSE(Isdigit('x'));
   std::setlocale(LC_ALL, saved.c_str());
 
-  ASSERT_TRUE(load(1, kLangDir + "latin1.lng"));
+  ASSERT_TRUE(load(1, LANG_DIR "latin1.lng"));
   setlang(1);
   EXPECT_EQ(Itoupper(0xE4), 0xC4);
   EXPECT_EQ(Itolower(0xD6), 0xF6);
@@ -207,74 +201,51 @@ TEST_F(NatLang, CaseAndClassesFollowTheLanguageNotTheLocale)
   EXPECT_STREQ(text, "GR\xDC\xDF" "E \xC0 LA");
   Itolow_str(text, 10);
   EXPECT_STREQ(text, "gr\xFC\xDF" "e \xE0 la");
-  EXPECT_EQ(str(vl_call(_bb_lower, {set_cv("\xC4" "BC")})), "\xE4" "bc");
-  EXPECT_EQ(vl_call(_bb_isalpha, {set_cv("\xE9t\xE9")}), TRUE_VAR);
-  EXPECT_EQ(vl_call(_bb_isupper, {set_cv("\xC9")}), TRUE_VAR);
-  EXPECT_EQ(vl_call(_bb_islower, {set_cv("\xC9")}), FALSE_VAR);
-  EXPECT_EQ(vl_call(_bb_isdigit, {set_cv("")}), FALSE_VAR);
-  EXPECT_EQ(vl_call(_bb_isdigit, {set_nv(5, 0)}), FALSE_VAR);
+  expect_rows({{"{LOWER('\xC4" "BC'), ISALPHA('\xE9t\xE9'), ISUPPER('\xC9'), ISLOWER('\xC9'), "
+                "ISDIGIT(''), ISDIGIT(5)}",
+                "{\xE4" "bc, .T., .T., .F., .F., .F.}"}});
   EXPECT_NE(vlnGetLangChars()[0xC4], 0xC4);
   setlang(0);
   EXPECT_EQ(vlnGetLangChars()[0xC4], 0xC4);
 }
 
-TEST_F(NatLang, LoadingDoesNotActivateAndSetlangChecksItsArgument)
+TEST_F(NatLang, LoadingSettingAndNames)
 {
-  EXPECT_EQ(VDBL(vl_call(_bb_setlang, {})), 0);
-  ASSERT_TRUE(load(3, kLangDir + "deutsch.lng"));
-  EXPECT_EQ(curr_lang, -1);
-  EXPECT_EQ(vlnGetCurLang(), -1);
-  EXPECT_EQ(VDBL(setlang(3)), 0);
-  EXPECT_EQ(VDBL(vl_call(_bb_setlang, {})), 3);
+  expect_rows({
+      {"SETLANG()", "0"},
+      {"{_LANGNAMES(1), _LANGNAMES(2), _LANGNAMES(3), _LANGNAMES(4)}",
+       "{Insert, Range is, date not valid, }"},
+      {"LOADLANG(3, '" LANG_DIR "deutsch.lng')", ".T."},
+      {"SETLANG()", "0"},  // loading does not activate
+      {"SETLANG(3)", "0"},
+      {"SETLANG()", "3"},
+      {"SETLANG(11)", "#313 ERROR"},
+      {"SETLANG(-1)", "#313 ERROR"},
+      {"SETLANG(5)", "#320 ERROR"},  // not loaded
+      {"SETLANG('1')", "#312 ERROR"},
+      {"SETLANG()", "3"},  // none of the refusals changed the language
+      {"{_LANGNAMES(1), _LANGNAMES(3)}", "{Einfg, Datum ung\xFCltig}"},
+      {"LOADLANG()", ".F."},
+      {"LOADLANG('1', 'x')", "#312 .F."},
+      {"LOADLANG(1, 1)", "#312 .F."},
+      {"LOADLANG(11, '" LANG_DIR "latin1.lng')", "#313 .F."},
+      {"LOADLANG(1, '/nonexistent/none.lng')", "#323 .F."},
+  });
+  EXPECT_STREQ(vlnDayName(4), "Mittwoch");
+  EXPECT_STREQ(vlnMonthName(3), "M\xE4rz");
+  EXPECT_STREQ(languages[2].texts[VLN_LANG_FIRST_DIR + 1], "Keine");
+  EXPECT_EQ(curr_lang, 2);
   EXPECT_STREQ(logical_t, "TtJjYy");
   EXPECT_STREQ(logical_f, "FfNn");
-
-  EXPECT_EQ(setlang(11), ERROR_VAR);
-  EXPECT_TRUE(reported(313, "SETLANG() requires numeric argument in the range 0 to 10"));
-  EXPECT_EQ(setlang(-1), ERROR_VAR);
-  EXPECT_EQ(setlang(5), ERROR_VAR);
-  EXPECT_TRUE(reported(320, "SETLANG(): language # 5 has not been loaded"));
-  EXPECT_EQ(vl_call(_bb_setlang, {set_cv("1")}), ERROR_VAR);
-  EXPECT_EQ(last_code(), 312);
-  EXPECT_EQ(curr_lang, 2);  // none of the refusals changed the language
-
   EXPECT_EQ(VDBL(setlang(0)), 3);
   EXPECT_EQ(curr_lang, -1);
+  EXPECT_EQ(vlnGetCurLang(), -1);
   EXPECT_STREQ(logical_t, "TtYy");
-  EXPECT_STREQ(logical_f, "FfNn");
-}
-
-TEST_F(NatLang, NamesComeFromTheActiveLanguage)
-{
-  auto langnames = [](int n) { return str(vl_call(_bb__langnames, {set_nv(n, 0)})); };
-  EXPECT_EQ(langnames(1), "Insert");
-  EXPECT_EQ(langnames(2), "Range is");
-  EXPECT_EQ(langnames(3), "date not valid");
-  EXPECT_EQ(langnames(4), "");
   EXPECT_STREQ(vlnDayName(1), "Sunday");
   EXPECT_STREQ(vlnMonthName(12), "December");
   EXPECT_STREQ(vlnMonthName(13), "");
-  ASSERT_TRUE(load(1, kLangDir + "deutsch.lng"));
-  setlang(1);
-  EXPECT_EQ(langnames(1), "Einfg");
-  EXPECT_EQ(langnames(3), "Datum ung\xFCltig");
-  EXPECT_STREQ(vlnDayName(4), "Mittwoch");
-  EXPECT_STREQ(vlnMonthName(3), "M\xE4rz");
-  EXPECT_STREQ(languages[0].texts[VLN_LANG_FIRST_DIR + 1], "Keine");
-}
-
-TEST_F(NatLang, LoadlangChecksItsArguments)
-{
-  EXPECT_EQ(vl_call(_bb_loadlang, {}), FALSE_VAR);
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vl_call(_bb_loadlang, {set_cv("1"), set_cv("x")}), FALSE_VAR);
-  EXPECT_TRUE(reported(312, "LOADLANG(): requires language number as first argument, not 'C'"));
-  EXPECT_EQ(vl_call(_bb_loadlang, {set_nv(1, 0), set_nv(1, 0)}), FALSE_VAR);
-  EXPECT_TRUE(reported(312, "LOADLANG(): requires filename as second argument, not 'N'"));
-  EXPECT_FALSE(load(11, kLangDir + "latin1.lng"));
-  EXPECT_EQ(last_code(), 313);
-  EXPECT_FALSE(load(1, "/nonexistent/none.lng"));
-  EXPECT_TRUE(reported(323, "LOADLANG(): cannot open '/nonexistent/none.lng'"));
+  vl_call(_bb_setlang, {set_nv(11, 0)});
+  EXPECT_TRUE(reported(313, "SETLANG() requires numeric argument in the range 0 to 10"));
 }
 
 TEST_F(NatLang, MalformedFilesAreRefusedWithAClearMessage)
@@ -307,7 +278,7 @@ TEST_F(NatLang, MalformedFilesAreRefusedWithAClearMessage)
 
 TEST_F(NatLang, ABadFileLeavesTheActiveLanguageAsItWas)
 {
-  ASSERT_TRUE(load(1, kLangDir + "deutsch.lng"));
+  ASSERT_TRUE(load(1, LANG_DIR "deutsch.lng"));
   setlang(1);
   // Reloading the active record from a file that breaks half way.
   const std::string broken = "!! ALPHABET\n0xE4 'x' 'y' D\n!! DAYNAMES\nEins\n!! NONSENSE\n";

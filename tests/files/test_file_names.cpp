@@ -7,35 +7,22 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include "files.h"
 #include "fname.h"
-#include "test_set_fixture.hpp"
-
-using namespace settest;
+#include "vltest.h"
 
 namespace {
 
-class FileNames : public SetTest {
+class FileNames : public vltest::VlTest {
  protected:
   void SetUp() override
   {
-    SetTest::SetUp();
-    char tmpl[] = "/tmp/vl_fnXXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
+    VlTest::SetUp();
     unsetenv("C_VLDRIVE");
     unsetenv("Q_VLDRIVE");
   }
-  void TearDown() override
-  {
-    unsetenv("C_VLDRIVE");
-    std::system(("rm -rf " + dir_).c_str());
-    SetTest::TearDown();
-  }
-
   // vlnConvertFile on a copy in a buffer of size bytes.
   static std::string conv(const std::string& name, size_t size = 512)
   {
@@ -49,13 +36,12 @@ class FileNames : public SetTest {
     char out[512];
     return form_fnam(dir, name, out, sizeof out);
   }
-  void touch(const std::string& rel)
-  {
-    std::ofstream(dir_ + "/" + rel) << "x";
-  }
-  void mkdir_in(const std::string& rel) { mkdir((dir_ + "/" + rel).c_str(), 0755); }
+  static void set(int n, const std::string& text) { vl_call(_bb_set, {set_nv(n, 0), set_cv(text.c_str())}); }
+  static void vlset(const char* keyword, var* value) { vl_call(_bb_vl_set, {set_cv(keyword), value}); }
+  void touch(const std::string& rel) const { dir_.write(rel, "x"); }
+  void mkdir_in(const std::string& rel) const { mkdir((dir_ / rel).c_str(), 0755); }
 
-  std::string dir_;
+  vltest::TempDir dir_;
 };
 
 TEST_F(FileNames, DrivePrefixesFollowTheirVariables)
@@ -87,7 +73,7 @@ TEST_F(FileNames, OverlongResultsAreReportedAndLeaveTheName)
   setenv("C_VLDRIVE", "/a/rather/long/directory", 1);
   EXPECT_EQ(conv("c:\\x.dbf", 20), "c:/x.dbf");
   EXPECT_TRUE(reported(901, "Drive C: substitution exceedes 20 chars"));
-  vlset({txt("convert"), txt("t"), txt("longext")});
+  vl_call(_bb_vl_set, {set_cv("convert"), set_cv("t"), set_cv("longext")});
   EXPECT_EQ(conv("a.t", 8), "a.t");
   EXPECT_TRUE(reported(901, "Mapping of extension exceeds 8 chars"));
   EXPECT_EQ(conv("a.t"), "a.longext");
@@ -103,19 +89,19 @@ TEST_F(FileNames, CaseSwitchesFoldTheirPart)
               {"lowerpath", "/data.dir/File.Dbf"},
               {"upperpath", "/DATA.DIR/File.Dbf"}};
   for (const auto& r : rows) {
-    vlset({txt(r.kw), TRUE_VAR});
+    vlset(r.kw, TRUE_VAR);
     EXPECT_EQ(conv("/Data.Dir/File.Dbf"), r.out) << r.kw;
-    vlset({txt(r.kw), FALSE_VAR});
+    vlset(r.kw, FALSE_VAR);
   }
-  vlset({txt("lowerfile"), TRUE_VAR});
-  vlset({txt("upperpath"), TRUE_VAR});
+  vlset("lowerfile", TRUE_VAR);
+  vlset("upperpath", TRUE_VAR);
   EXPECT_EQ(conv("Dir\\Sub\\NAME.TXT"), "DIR/SUB/name.txt");
   EXPECT_EQ(conv("Name"), "name") << "no directory part";
 }
 
 TEST_F(FileNames, StripKeepsSafeCharactersAndClipsToEightThree)
 {
-  vlset({txt("strip"), TRUE_VAR});
+  vlset("strip", TRUE_VAR);
   struct {
     const char* in;
     const char* out;
@@ -160,7 +146,7 @@ TEST_F(FileNames, ExtensionMapHoldsTenRows)
 TEST_F(FileNames, FormFnamAddsTheDefaultOnlyToBareNames)
 {
   EXPECT_EQ(form(nullptr, "x.dbf"), "x.dbf");
-  set(7, txt("/srv/data"));
+  set(7, "/srv/data");
   EXPECT_EQ(form(nullptr, "x.dbf"), "/srv/data/x.dbf");
   EXPECT_EQ(form(nullptr, "/abs/x.dbf"), "/abs/x.dbf");
   EXPECT_EQ(form(nullptr, "sub\\x.dbf"), "sub/x.dbf");
@@ -168,7 +154,7 @@ TEST_F(FileNames, FormFnamAddsTheDefaultOnlyToBareNames)
   EXPECT_EQ(form("/d", "x.dbf"), "/d/x.dbf");
   EXPECT_EQ(form("/d/", "x.dbf"), "/d/x.dbf");
   setenv("C_VLDRIVE", "/mnt/c", 1);
-  set(7, txt("c:\\work"));
+  set(7, "c:\\work");
   EXPECT_STREQ(vlnGetDefault(), "/mnt/c/work/");
   EXPECT_EQ(form(nullptr, "x"), "/mnt/c/work/x");
   char small[8];
@@ -177,7 +163,7 @@ TEST_F(FileNames, FormFnamAddsTheDefaultOnlyToBareNames)
   char name[8] = "x";
   EXPECT_STREQ(vlnAddDefPath(name, sizeof name), "x");
   EXPECT_TRUE(reported(319, "to add default path"));
-  set(7, txt(""));
+  set(7, "");
   EXPECT_STREQ(vlnAddDefPath(name, sizeof name), "x");
 }
 
@@ -186,10 +172,10 @@ TEST_F(FileNames, NamesAreExpandedByTheKernel)
   EXPECT_EQ(form(nullptr, "(\"ab\" + \"c.dbf\")"), "abc.dbf");
   EXPECT_EQ(form(nullptr, "  plain"), "plain");
   touch("found.txt");
-  set(7, txt(dir_.c_str()));
+  set(7, dir_.path());
   char out[512];
   EXPECT_EQ(std::string(vlnPathFile("(\"found\" + \".txt\")", out, sizeof out)),
-            dir_ + "/found.txt");
+            dir_ / "found.txt");
   EXPECT_TRUE(reports().empty());
 }
 
@@ -212,9 +198,8 @@ TEST_F(FileNames, AbsolutePathsCollapseDotsAndSlashes)
   char small[8] = "x";
   EXPECT_STREQ(vlnGetAbsPath(small, sizeof small), "x");
   EXPECT_TRUE(reported(107, "internal file limit of 8 bytes exceeded"));
-  EXPECT_TRUE(reported(107, "Hint: reduce the directory depth or file name size"));
   // A working directory that is gone.
-  const std::string gone = dir_ + "/gone";
+  const std::string gone = dir_ / "gone";
   mkdir(gone.c_str(), 0755);
   ASSERT_EQ(chdir(gone.c_str()), 0);
   rmdir(gone.c_str());
@@ -223,7 +208,7 @@ TEST_F(FileNames, AbsolutePathsCollapseDotsAndSlashes)
   EXPECT_EQ(chdir(cwd), 0);
   std::free(cwd);
   EXPECT_STREQ(name, "f");
-  EXPECT_TRUE(reported(107, "either your current path > 4000 bytes or getcwd() failure"));
+  EXPECT_EQ(count(107), 2);
 }
 
 TEST_F(FileNames, AddExtensionOnlyWithoutOne)
@@ -247,17 +232,16 @@ TEST_F(FileNames, AddExtensionOnlyWithoutOne)
 
 TEST_F(FileNames, ExtractNameGivesTheUpperCaseBase)
 {
-  char out[9];
-  EXPECT_EQ(vlnExtractName("/x/y/File.dbf", out, sizeof out), 4);
-  EXPECT_STREQ(out, "FILE");
-  EXPECT_EQ(vlnExtractName("c:\\dir\\name", out, sizeof out), 4);
-  EXPECT_STREQ(out, "NAME");
-  EXPECT_EQ(vlnExtractName("  \tshort  ", out, sizeof out), 5);
-  EXPECT_EQ(vlnExtractName("eightchr", out, sizeof out), 8);
-  EXPECT_EQ(vlnExtractName("ninechars", out, sizeof out), 0) << "the name didn't fit";
-  EXPECT_EQ(vlnExtractName("ninechars.dbf", out, sizeof out), 0);
-  EXPECT_EQ(vlnExtractName("eightchr  ", out, sizeof out), 8) << "blanks after it are no name";
-  EXPECT_EQ(vlnExtractName("waytoolongname.dbf", out, sizeof out), 0);
+  const std::pair<const char*, const char*> rows[] = {
+      {"/x/y/File.dbf", "FILE"},   {"c:\\dir\\name", "NAME"},   {"  \tshort  ", "SHORT"},
+      {"eightchr", "EIGHTCHR"},    {"eightchr  ", "EIGHTCHR"},  // blanks after it are no name
+      {"ninechars", ""},           {"ninechars.dbf", ""},       {"waytoolongname.dbf", ""}};
+  for (const auto& [in, want] : rows) {
+    char out[9] = "";
+    const int n = vlnExtractName(in, out, sizeof out);
+    EXPECT_EQ(n, static_cast<int>(std::strlen(want))) << in;  // 0: the name didn't fit
+    if (n) EXPECT_STREQ(out, want) << in;
+  }
 }
 
 TEST_F(FileNames, SearchGoesThroughDefaultThenPath)
@@ -270,39 +254,39 @@ TEST_F(FileNames, SearchGoesThroughDefaultThenPath)
   touch("p1/both.dbf");
   touch("p2/both.dbf");
   touch("def/home.dbf");
-  set(6, txt((dir_ + "/p1;" + dir_ + "/p2").c_str()));
+  set(6, dir_ / "p1;" + dir_ / "p2");
   char out[512];
-  EXPECT_EQ(std::string(vlnPathFile("only.dbf", out, sizeof out)), dir_ + "/p2/only.dbf");
-  EXPECT_EQ(std::string(vlnPathFile("both.dbf", out, sizeof out)), dir_ + "/p1/both.dbf");
+  EXPECT_EQ(std::string(vlnPathFile("only.dbf", out, sizeof out)), dir_ / "p2/only.dbf");
+  EXPECT_EQ(std::string(vlnPathFile("both.dbf", out, sizeof out)), dir_ / "p1/both.dbf");
   EXPECT_STREQ(vlnPathFile("sub.dbf", out, sizeof out), "") << "a directory is no file";
   EXPECT_STREQ(vlnPathFile("none.dbf", out, sizeof out), "");
-  EXPECT_STREQ(vlnPathFile((dir_ + "/def/none").c_str(), out, sizeof out), "");
-  EXPECT_EQ(std::string(vlnPathFile("o*.d?f", out, sizeof out)), dir_ + "/p2/only.dbf");
+  EXPECT_STREQ(vlnPathFile((dir_ / "def/none").c_str(), out, sizeof out), "");
+  EXPECT_EQ(std::string(vlnPathFile("o*.d?f", out, sizeof out)), dir_ / "p2/only.dbf");
   EXPECT_STREQ(vlnPathFile("ONLY.DBF", out, sizeof out), "") << "case counts";
-  set(7, txt((dir_ + "/def").c_str()));
-  EXPECT_EQ(std::string(vlnPathFile("home.dbf", out, sizeof out)), dir_ + "/def/home.dbf");
-  EXPECT_EQ(std::string(vlnPathFile("both.dbf", out, sizeof out)), dir_ + "/p1/both.dbf");
+  set(7, dir_ / "def");
+  EXPECT_EQ(std::string(vlnPathFile("home.dbf", out, sizeof out)), dir_ / "def/home.dbf");
+  EXPECT_EQ(std::string(vlnPathFile("both.dbf", out, sizeof out)), dir_ / "p1/both.dbf");
 }
 
 TEST_F(FileNames, PathOpenReportsTheLastTriedName)
 {
   mkdir_in("p");
   touch("p/t.txt");
-  set(6, txt((dir_ + "/p").c_str()));
+  set(6, dir_ / "p");
   char out[VLN_OPEN_NAME_SIZE];
   int fd = path_open_fil("t.txt", O_RDONLY, 0, out, 0, 1);
   ASSERT_GE(fd, 0);
-  EXPECT_EQ(std::string(out), dir_ + "/p/t.txt");
+  EXPECT_EQ(std::string(out), dir_ / "p/t.txt");
   EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
   close(fd);
   fd = path_open_fil("missing.txt", O_RDONLY, 0, out, 0, 1);
   EXPECT_EQ(fd, -1);
-  EXPECT_TRUE(reported(101, "Open error for '" + dir_ + "/p/missing.txt' (requested 'missing.txt') "));
+  EXPECT_TRUE(reported(101, "'" + dir_ / "p/missing.txt' (requested 'missing.txt')"));
   EXPECT_EQ(__oserr, ENOENT);
   EXPECT_EQ(path_open_fil("missing.txt", O_RDONLY, 0, nullptr, 0, 0), -1);
   EXPECT_EQ(count(101), 1) << "no report asked for";
   // System files are also looked for in the terminfo directories.
-  setenv("TERMINFO", dir_.c_str(), 1);
+  setenv("TERMINFO", dir_.path().c_str(), 1);
   touch("termfile");
   fd = path_open_fil("termfile", O_RDONLY, 0, out, 1, 0);
   EXPECT_GE(fd, 0);
@@ -312,30 +296,28 @@ TEST_F(FileNames, PathOpenReportsTheLastTriedName)
 
 TEST_F(FileNames, CheckedPrimitivesReportFailures)
 {
-  set(7, txt(dir_.c_str()));
+  set(7, dir_.path());
   const int fd = creat_fil("made.txt", 0640);
   ASSERT_GE(fd, 0);
   EXPECT_EQ(write_fil(fd, "abc", 3), 3);
   EXPECT_EQ(lseek_fil(fd, 0, SEEK_SET), 0);
-  EXPECT_EQ(get_nfil_mode((dir_ + "/made.txt").c_str()), 0640);
+  EXPECT_EQ(get_nfil_mode((dir_ / "made.txt").c_str()), 0640);
   EXPECT_EQ(vlnGetFileMode(fd), 0640);
   EXPECT_EQ(close_fil(fd), 0);
   EXPECT_EQ(close_fil(fd), -1);
-  EXPECT_TRUE(reported(102, "Close error (for " + std::to_string(fd) + ")  "));
   FILE* f = fopen_fil("made.txt", "r");
   ASSERT_NE(f, nullptr);
   EXPECT_EQ(fclose_fil(f), 0);
   EXPECT_EQ(fopen_fil("absent.txt", "r"), nullptr);
-  EXPECT_TRUE(reported(101, "file '"));
   EXPECT_EQ(erase_fil("made.txt"), 0);
   EXPECT_EQ(erase_fil("made.txt"), -1);
-  EXPECT_TRUE(reported(106, "Erase error"));
   EXPECT_EQ(creat_fil("nodir/x", 0600), -1);
-  EXPECT_TRUE(reported(105, "nodir/x"));
   EXPECT_EQ(get_nfil_mode("/nonexistent/x"), 0);
-  EXPECT_TRUE(reported(107, "GET_NFIL_MODE: cannot get status for '/nonexistent/x'"));
   EXPECT_EQ(write_fil(-1, "x", 1), -1);
-  EXPECT_TRUE(reported(104, "Write error"));
+  std::string codes;
+  for (const auto& r : reports()) codes += std::to_string(r.code) + " ";
+  EXPECT_EQ(codes, "102 101 106 105 107 104 ");
+  EXPECT_TRUE(reported(107, "GET_NFIL_MODE: cannot get status for '/nonexistent/x'"));
   const int mask = umask(022);
   EXPECT_EQ(vlnGetUmask(), 0644);
   EXPECT_EQ(umask(mask), 022) << "the mask is left as it was";

@@ -5,7 +5,6 @@
 #include <unistd.h>
 #include <utime.h>
 
-#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -23,33 +22,19 @@ class DirFuncs : public vltest::VlTest {
   void SetUp() override
   {
     VlTest::SetUp();
-    char tmpl[] = "/tmp/vldirXXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-    for (const char* name : {"b.dbf", "a.DBF", "noext", ".hidden", "c.txt"}) make(name, "abc");
-    ASSERT_EQ(mkdir((dir_ + "/sub").c_str(), 0700), 0);
+    for (const char* name : {"b.dbf", "a.DBF", "noext", ".hidden", "c.txt"}) dir_.write(name, "abc");
+    ASSERT_EQ(mkdir((dir_ / "sub").c_str(), 0700), 0);
     struct tm when = {};
     when.tm_year = 2021 - 1900, when.tm_mon = 2, when.tm_mday = 4, when.tm_hour = 5, when.tm_min = 6;
     when.tm_sec = 7, when.tm_isdst = -1;
     const struct utimbuf t = {mktime(&when), mktime(&when)};
-    utime((dir_ + "/b.dbf").c_str(), &t);
-  }
-  void TearDown() override
-  {
-    std::system(("rm -rf " + dir_).c_str());
-    VlTest::TearDown();
-  }
-  void make(const char* name, const char* content)
-  {
-    FILE* f = std::fopen((dir_ + "/" + name).c_str(), "w");
-    std::fputs(content, f);
-    std::fclose(f);
+    utime((dir_ / "b.dbf").c_str(), &t);
   }
   // The rows DIRECTORY gives for mask (under the directory) and attrs as
   // "name/attributes", joined by blanks.
   std::string names(const char* mask, const char* attrs)
   {
-    var* a = vl_call(_bb_directory, {set_cv((dir_ + "/" + mask).c_str()), set_cv(attrs)});
+    var* a = vl_call(_bb_directory, {set_cv((dir_ / mask).c_str()), set_cv(attrs)});
     std::string joined;
     for (uint32_t i = 0; i < VARR(a)->A_size; ++i) {
       var** row = VARR(VARR(a)->A_vec[i])->A_vec;
@@ -57,7 +42,7 @@ class DirFuncs : public vltest::VlTest {
     }
     return joined;
   }
-  std::string dir_;
+  vltest::TempDir dir_;
 };
 
 TEST_F(DirFuncs, DirectoryListsByMaskAndAttributes)
@@ -78,14 +63,14 @@ TEST_F(DirFuncs, DirectoryListsByMaskAndAttributes)
                {"nothing*", "DHS", ""}};
   for (const auto& c : cases) EXPECT_EQ(names(c.mask, c.attrs), c.names) << c.mask << " " << c.attrs;
 
-  var* a = vl_call(_bb_directory, {set_cv((dir_ + "/b.dbf").c_str())});
+  var* a = vl_call(_bb_directory, {set_cv((dir_ / "b.dbf").c_str())});
   ASSERT_EQ(VARR(a)->A_size, 1u);
   var** row = VARR(VARR(a)->A_vec[0])->A_vec;
   EXPECT_EQ(vlnNumVar(row[1]), 3);
   EXPECT_EQ(row[2]->Type, 'D');
   EXPECT_EQ(VINT(row[2]), datoint(4, 3, 2021));
   EXPECT_EQ(str(row[3]), "05:06:07");
-  a = vl_call(_bb_directory, {set_cv((dir_ + "/").c_str()), set_cv("V")});
+  a = vl_call(_bb_directory, {set_cv((dir_ / "").c_str()), set_cv("V")});
   ASSERT_EQ(VARR(a)->A_size, 1u);
   EXPECT_EQ(str(VARR(VARR(a)->A_vec[0])->A_vec[4]), "V");
   EXPECT_TRUE(reports().empty());
@@ -97,7 +82,7 @@ TEST_F(DirFuncs, AdirFillsTheArraysItIsGiven)
 {
   var* names = cre_arr(cre_tmpvar(), 2, VL_ARR_NIL, nullptr);
   var* sizes = cre_arr(cre_tmpvar(), 9, VL_ARR_NIL, nullptr);
-  const std::string mask = dir_ + "/*";
+  const std::string mask = dir_ / "*";
   var* n = vl_call(_bb_adir, {set_cv(mask.c_str()), names, sizes});
   EXPECT_EQ(vlnNumVar(n), 4);
   EXPECT_EQ(str(VARR(names)->A_vec[0]), "a.DBF");
@@ -109,8 +94,8 @@ TEST_F(DirFuncs, AdirFillsTheArraysItIsGiven)
   EXPECT_EQ(vlnNumVar(n), 6);
 
   char* was = getcwd(nullptr, 0);
-  ASSERT_EQ(chdir(dir_.c_str()), 0);
-  EXPECT_EQ("/" + str(vl_call(_bb_curdir, {})), dir_);
+  ASSERT_EQ(chdir(dir_.path().c_str()), 0);
+  EXPECT_EQ("/" + str(vl_call(_bb_curdir, {})), dir_.path());
   EXPECT_GT(vlnNumVar(vl_call(_bb_diskspace, {})), 0);
   EXPECT_EQ(vlnNumVar(vl_call(_bb_diskspace, {set_cv("/nonexistent/dir")})), 0);
   EXPECT_EQ(chdir(was), 0);

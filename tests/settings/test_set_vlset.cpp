@@ -9,6 +9,7 @@
 #include "test_set_fixture.hpp"
 
 using namespace settest;
+using vltest::expect_rows;
 using vltest::str;
 
 namespace {
@@ -36,33 +37,30 @@ class VlSet : public SetTest {
   int depth_ = 0;
 };
 
-bool is_true(var* v) { return v->Type == 'L' && VINT(v) == 1; }
-
 TEST_F(VlSet, DevelMatchesEverySpellingFromThreeLetters)
 {
-  for (const char* kw : {"devel", "develop", "developer", "DEVEL", " Dev ", "dev"}) {
-    vl_set_flag[VL_SLOT_LEVEL] = VL_NORMAL_LEVEL;
-    EXPECT_EQ(vlset({txt(kw), TRUE_VAR}), FALSE_VAR) << kw;
-    EXPECT_EQ(vl_set_flag[VL_SLOT_LEVEL], VL_DEVEL_LEVEL) << kw;
-    EXPECT_EQ(vlset({txt(kw)}), TRUE_VAR) << kw;
-  }
-  for (const char* kw : {"de", "developers", "", "xyz", "devel x"})
-    EXPECT_EQ(vlset({txt(kw), FALSE_VAR}), FALSE_VAR) << kw;
-  EXPECT_EQ(vl_set_flag[VL_SLOT_LEVEL], VL_DEVEL_LEVEL);
+  expect_rows({
+      {"VL_SET('devel', .F.), {VL_SET('devel', .T.), VL_SET('devel')}", "{.F., .T.}"},
+      {"VL_SET('devel', .F.), {VL_SET('develop', .T.), VL_SET('develop')}", "{.F., .T.}"},
+      {"VL_SET('devel', .F.), {VL_SET('developer', .T.), VL_SET('developer')}", "{.F., .T.}"},
+      {"VL_SET('devel', .F.), {VL_SET('DEVEL', .T.), VL_SET('DEVEL')}", "{.F., .T.}"},
+      {"VL_SET('devel', .F.), {VL_SET(' Dev ', .T.), VL_SET(' Dev ')}", "{.F., .T.}"},
+      {"VL_SET('devel', .F.), {VL_SET('dev', .T.), VL_SET('dev')}", "{.F., .T.}"},
+      {"{VL_SET('de', .F.), VL_SET('developers', .F.), VL_SET('', .F.), VL_SET('devel x', .F.)}",
+       "{.F., .F., .F., .F.}"},
+      {"VL_SET('devel')", ".T."},  // none of those was taken for devel
+      {"VL_SET(1, .T.)", ".F."},   // the keyword must be a text
+      {"VL_SET('devel', .T., .T.)", "#311"},
+      {"VL_SET('devel', 'yes')", "#312"},
+      {"VL_SET('slot24', .T.)", ".F."},  // tokens without a keyword
+      {"VL_SET('slot25', .T.)", ".F."},
+      {"VL_SET('token24', .T.)", ".F."},
+      {"VL_SET('nonsense', .T.)", ".F."},
+  });
   vlset({txt("devel"), FALSE_VAR});
   EXPECT_EQ(vl_set_flag[VL_SLOT_LEVEL], VL_NORMAL_LEVEL);
   vl_set_flag[VL_SLOT_LEVEL] = 500;
   EXPECT_EQ(vlset({txt("devel")}), TRUE_VAR) << "700 or below is developer mode";
-  EXPECT_EQ(vlset({num(1), TRUE_VAR}), FALSE_VAR) << "the keyword must be a text";
-}
-
-TEST_F(VlSet, DevelArgumentErrors)
-{
-  vlset({txt("devel"), TRUE_VAR, TRUE_VAR});
-  vlset({txt("devel"), txt("yes")});
-  EXPECT_TRUE(reported(311, "expected only 2 arguments, 1:'expc' 2:'expl'"));
-  EXPECT_TRUE(reported(312, "expected logical for 2.nd argument"));
-  EXPECT_EQ(vl_set_flag[VL_SLOT_LEVEL], VL_NORMAL_LEVEL);
 }
 
 TEST_F(VlSet, FileAndPathCaseSwitchesExcludeEachOther)
@@ -104,82 +102,71 @@ TEST_F(VlSet, PlainLogicalSlots)
   EXPECT_EQ(vlnFCNTLcompat42, 1);
   vlset({txt("4.2"), FALSE_VAR});
   EXPECT_EQ(vlnFCNTLcompat42, 0);
-  vlset({txt("strip"), txt("ON")});
-  vlset({txt("strip"), TRUE_VAR, TRUE_VAR});
-  EXPECT_TRUE(reported(312, "expected logical for 2.nd argument"));
-  EXPECT_TRUE(reported(311, "expected 2 arguments, 1:'expc' 2:'expl'"));
-  EXPECT_EQ(vl_set_flag[VL_SLOT_STRIP], 1);
-}
-
-TEST_F(VlSet, NumbersAndTexts)
-{
-  EXPECT_EQ(VDBL(vlset({txt("escdelay"), num(25)})), 10);
-  EXPECT_EQ(VDBL(vlset({txt("escdelay"), num(0)})), 25);
-  EXPECT_EQ(VDBL(vlset({txt("escdelay"), num(101)})), 25) << "outside 1..100 ignored";
-  vlset({txt("escdelay"), num(1), num(2)});
-  vlset({txt("escdelay"), txt("5")});
-  EXPECT_TRUE(reported(311, "expected only 2 arguments for escdelay"));
-  EXPECT_TRUE(reported(312, "expected numeric for 2.nd argument"));
-  EXPECT_EQ(vl_set_flag[VL_SLOT_ESCDELAY], 25);
-
-  EXPECT_EQ(str(vlset({txt("fourchar"), txt("abcdef")})), "");
-  EXPECT_EQ(str(vlset({txt("fourchar"), txt("xy")})), "abcd");
-  EXPECT_EQ(str(vlset({txt("fourchar")})), "xy");
-
-  EXPECT_EQ(vlset({txt("intvar"), TRUE_VAR}), FALSE_VAR);
+  expect_rows({
+      {"VL_SET('strip', 'ON')", "#312"},
+      {"VL_SET('strip', .T., .T.)", "#311"},
+      {"VL_SET('strip')", ".T."},
+      // Numbers and texts.
+      {"VL_SET('escdelay', 25)", "10"},
+      {"VL_SET('escdelay', 0)", "25"},
+      {"VL_SET('escdelay', 101)", "25"},  // outside 1..100 ignored
+      {"VL_SET('escdelay', 1, 2)", "#311"},
+      {"VL_SET('escdelay', '5')", "#312"},
+      {"VL_SET('escdelay')", "25"},
+      {"VL_SET('fourchar', 'abcdef')", ""},
+      {"VL_SET('fourchar', 'xy')", "abcd"},
+      {"VL_SET('fourchar')", "xy"},
+      {"VL_SET('intvar', .T.)", ".F."},
+      {"VL_SET('intvar', 'x')", "#312 .T."},
+      {"SET(24, 'spool.prn'), VL_SET('printerfile')", "spool.prn"},
+      {"VL_SET('printerfile', 'x')", "#311"},
+      // CONVERT maps extensions.
+      {"VL_SET('convert', 'NTX', 'idx')", "ntx.idx"},
+      {"VL_SET('convert', 'ntx')", "ntx.idx"},
+      {"VL_SET('convert')", "#311"},
+      {"VL_SET('convert', 1)", "#312"},
+      {"VL_SET('convert', 'a', 1)", "#312"},
+  });
   EXPECT_EQ(vlnGetIntvar(), 1);
-  EXPECT_EQ(vlset({txt("intvar"), txt("x")}), TRUE_VAR);
-  EXPECT_TRUE(reported(312, "expected logical for VL_Set(Intvar)"));
-
-  set(24, txt("spool.prn"));
-  EXPECT_EQ(str(vlset({txt("printerfile")})), "spool.prn");
-  vlset({txt("printerfile"), txt("x")});
-  EXPECT_TRUE(reported(311, "no arguments allowed"));
+  EXPECT_STREQ(vln_namemapext("/d/x.NTX"), "/d/x.idx");
+  vl_call(_bb_vl_set, {txt("convert"), txt("ntx"), txt("")});  // the map is the process's
+  vlset({txt("devel"), TRUE_VAR, TRUE_VAR});
+  EXPECT_TRUE(reported(311, "expected only 2 arguments, 1:'expc' 2:'expl'"));
 }
 
+// Each call warns while the level is below two, even when it only asks.
 TEST_F(VlSet, MultiUserSecurityWarnsWhileBelowTwo)
 {
   vl_set_flag[VL_SLOT_LEVEL] = VL_DEVEL_LEVEL;
-  EXPECT_EQ(VDBL(vlset({txt("multiUserSecur")})), 3);
-  EXPECT_EQ(count(902), 0);
-  EXPECT_EQ(VDBL(vlset({txt("multiusersecur"), num(1)})), 3);
+  expect_rows({
+      {"VL_SET('multiUserSecur')", "3"},
+      {"VL_SET('multiusersecur', 1)", "#902 3"},
+      {"VL_SET('multiusersecur', NIL)", "#902 1"},
+      {"VL_SET('multiusersecur')", "#902 1"},
+      {"VL_SET('multiusersecur', 4)", "#312"},
+      {"VL_SET('multiusersecur', '2')", "#312"},
+      {"VL_SET('multiusersecur', 2)", "1"},
+      {"VL_SET('multiusersecur')", "2"},
+      {"VL_SET('multiusersecur', 3)", "2"},
+  });
+  vlset({txt("multiusersecur"), num(1)});
   EXPECT_EQ(vlnFCNTLreadwrite, 1) << "the lock layer's switch";
-  vlset({txt("multiusersecur"), NIL_VAR});
-  vlset({txt("multiusersecur")});
-  EXPECT_EQ(count(902), 3) << "each call warns, even when only asked";
   EXPECT_TRUE(reported(902, "DANGER: multi-user-security is only 1;"
                             "see description of vl_set('multiUserSecur')"));
-  vlset({txt("multiusersecur"), num(4)});
-  vlset({txt("multiusersecur"), txt("2")});
-  EXPECT_EQ(count(312), 2);
-  EXPECT_TRUE(reported(312, "expected NIL or numeric 0..3 for 2nd argument"));
-  vlset({txt("multiusersecur"), num(2)});
-  EXPECT_EQ(count(902), 5);
-  vlset({txt("multiusersecur")});
-  EXPECT_EQ(count(902), 5);
-  vlset({txt("multiusersecur"), num(3)});
-}
-
-TEST_F(VlSet, ConvertMapsExtensions)
-{
-  EXPECT_EQ(str(vlset({txt("convert"), txt("NTX"), txt("idx")})), "ntx.idx");
-  EXPECT_EQ(str(vlset({txt("convert"), txt("ntx")})), "ntx.idx");
-  EXPECT_STREQ(vln_namemapext("/d/x.NTX"), "/d/x.idx");
-  vlset({txt("convert")});
-  vlset({txt("convert"), num(1)});
-  vlset({txt("convert"), txt("a"), num(1)});
-  EXPECT_TRUE(reported(311, "expected only 3 arguments convert, 1:'expc' 2:'from' 3:'to'"));
-  EXPECT_TRUE(reported(312, "expected character for 2.nd argument"));
-  EXPECT_TRUE(reported(312, "expected character for 3.rd argument"));
-  vlset({txt("convert"), txt("ntx"), txt("")});
 }
 
 TEST_F(VlSet, EnvironmentChangesAndReportsFailures)
 {
   unsetenv("VL_TEST_ENV");
-  EXPECT_EQ(str(vlset({txt("environment"), txt("VL_TEST_ENV"), txt("one")})), "");
-  EXPECT_STREQ(getenv("VL_TEST_ENV"), "one");
-  EXPECT_EQ(str(vlset({txt("environment"), txt("VL_TEST_ENV")})), "one");
+  expect_rows({
+      {"VL_SET('environment', 'VL_TEST_ENV', 'one')", ""},
+      {"{VL_SET('environment', 'VL_TEST_ENV'), GETENV('VL_TEST_ENV')}", "{one, one}"},
+      {"VL_SET('environment', 'A=B', 'x')", "#301"},
+      {"VL_SET('environment', 3)", "#312"},
+      {"VL_SET('debugkey', 'x')", "#312"},
+      {"VL_SET('interrupt', 1, 2)", "#311"},
+      {"VALTYPE(VL_SET('setlanguage'))", "N"},  // handed to SETLANG: the former number
+  });
   static std::vector<std::string> calls;
   calls.clear();
   vln_checkforterm_hook = [](const char* name) {
@@ -193,10 +180,6 @@ TEST_F(VlSet, EnvironmentChangesAndReportsFailures)
   vlset({txt("environment"), txt("VL_TEST_ENV"), txt("good"), TRUE_VAR});
   EXPECT_STREQ(getenv("VL_TEST_ENV"), "good");
   EXPECT_EQ(calls, (std::vector<std::string>{"check bad", "check good", "reinit"}));
-  vlset({txt("environment"), txt("A=B"), txt("x")});
-  EXPECT_TRUE(reported(301, "Unable to extend environment for new variable"));
-  vlset({txt("environment"), num(3)});
-  EXPECT_TRUE(reported(312, "expected character for 2.nd argument"));
   unsetenv("VL_TEST_ENV");
 }
 
@@ -216,12 +199,6 @@ TEST_F(VlSet, TerminalHooksAndDelegates)
   vlset({txt("escdelay"), num(40)});
   vlset({txt("keyboard"), TRUE_VAR});
   EXPECT_EQ(keys, (std::vector<int>{VL_SLOT_DEBUGKEY, 28, VL_SLOT_INTRKEY, 3, 40, 101}));
-  vlset({txt("debugkey"), txt("x")});
-  vlset({txt("interrupt"), num(1), num(2)});
-  EXPECT_TRUE(reported(312, "expected numeric for 2.nd argument"));
-  EXPECT_TRUE(reported(311, "expected only 2 arguments, 1:'expc' 2:'expn'"));
-  // Token 5 hands its arguments to SETLANG, which gives the former number.
-  EXPECT_EQ(vlset({txt("setlanguage")})->Type, 'N');
 }
 
 TEST_F(VlSet, PrinterSequencesAreSevenTexts)
@@ -240,31 +217,16 @@ TEST_F(VlSet, PrinterSequencesAreSevenTexts)
   vlset({txt("printersequences"), arr({txt("\n"), txt("\f"), txt("")})});
 }
 
-TEST_F(VlSet, TokensWithoutKeywordGiveFalse)
-{
-  for (const char* kw : {"slot24", "slot25", "token24", "nonsense"})
-    EXPECT_EQ(vlset({txt(kw), TRUE_VAR}), FALSE_VAR) << kw;
-}
-
 TEST_F(VlSet, PushSavesAndSetsPopRestores)
 {
-  set(1, FALSE_VAR);
-  set(3, num(2));
-  push(arr({num(1), arr({num(2), TRUE_VAR}), arr({num(3), num(6)}), txt("junk")}));
-  EXPECT_TRUE(is_true(set(2)));
-  EXPECT_EQ(VDBL(set(3)), 6);
-  set(1, TRUE_VAR);
-  push(arr({arr({num(1), FALSE_VAR})}));
-  EXPECT_FALSE(is_true(set(1)));
-  pop();
-  EXPECT_TRUE(is_true(set(1)));
-  pop();
-  EXPECT_FALSE(is_true(set(1)));
-  EXPECT_FALSE(is_true(set(2)));
-  EXPECT_EQ(VDBL(set(3)), 2);
-  vl_call(_bb___popflags, {});  // empty: nothing happens
-  EXPECT_EQ(VDBL(set(3)), 2);
-  EXPECT_TRUE(reports().empty());
+  expect_rows({
+      {"SET(1, .F.), SET(3, 2), __PUSHFLAG({1, {2, .T.}, {3, 6}, 'junk'}), {SET(2), SET(3) = 6}",
+       "{.T., .T.}"},
+      {"SET(1, .T.), __PUSHFLAG({{1, .F.}}), SET(1)", ".F."},
+      {"__POPFLAGS(), SET(1)", ".T."},
+      {"__POPFLAGS(), {SET(1), SET(2), SET(3)}", "{.F., .F., 2}"},
+      {"__POPFLAGS(), SET(3)", "2"},  // empty: nothing happens
+  });
 }
 
 TEST_F(VlSet, PopReopensSideFilesForAppending)

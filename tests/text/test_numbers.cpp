@@ -10,6 +10,7 @@
 #include "set.h"
 #include "vltest.h"
 
+using vltest::expect_rows;
 using vltest::str;
 
 namespace {
@@ -24,7 +25,6 @@ var* num(double d, int dec = 0, int width = -1)
 
 std::string STR(var* v) { return str(vl_call(_bb_str, {v})); }
 std::string STR(var* v, var* w) { return str(vl_call(_bb_str, {v, w})); }
-std::string STR(var* v, var* w, var* d) { return str(vl_call(_bb_str, {v, w, d})); }
 
 class Numbers : public vltest::VlTest {};
 
@@ -56,36 +56,28 @@ TEST_F(Numbers, CcRoundHardCases)
   EXPECT_EQ(cc_round(HUGE_VAL, 2), HUGE_VAL);
 }
 
-TEST_F(Numbers, RoundFunction)
+TEST_F(Numbers, RoundAndInt)
 {
-  var* r = vl_call(_bb_round, {num(2.5, 1)});
-  EXPECT_EQ(VDBL(r), 3);
-  EXPECT_EQ(r->Decimals, 0);
-  r = vl_call(_bb_round, {num(1234.5678, 4), set_nv(2, 0)});
-  EXPECT_EQ(VDBL(r), 1234.57);
-  EXPECT_EQ(r->Decimals, 2);
-  r = vl_call(_bb_round, {num(1250), set_nv(-2, 0)});
-  EXPECT_EQ(VDBL(r), 1300);
-  EXPECT_EQ(r->Decimals, 0);
+  expect_rows({
+      {"ROUND(2.5)", "3"},  // shown with the decimals it has
+      {"ROUND(1234.5678, 2)", "1234.57"},
+      {"ROUND(1250, -2)", "1300"},
+      {"ROUND('2.5')", "0"},
+      {"ROUND(1.55, 'x')", "2"},
+      {"INT(-2.7)", "-2"},
+      {"INT(2.7)", "2"},
+      {"INT(10^20)", "100000000000000000000"},
+      {"INT('5')", "#312 0"},
+  });
+  // The shown value drops trailing zeros: the decimals are checked apart.
+  const std::pair<const char*, int> decimals[] = {
+      {"ROUND(2.5)", 0}, {"ROUND(1234.5678, 2)", 2}, {"ROUND(1250, -2)", 0}, {"INT(2.7)", 0}};
+  for (const auto& [expr, dec] : decimals) EXPECT_EQ(exp_eval(expr)->Decimals, dec) << expr;
   EXPECT_EQ(VDBL(vl_call(_bb_round, {set_Iv(7), set_nv(1, 0)})), 7);
-  EXPECT_EQ(vl_call(_bb_round, {set_cv("2.5")}), ZERO_VAR);
-  EXPECT_EQ(VDBL(vl_call(_bb_round, {num(1.55, 2), set_cv("x")})), 2);
   EXPECT_EQ(vl_call(_bb_round, {num(1, 0), set_nv(1e12, 0)})->Decimals, 255);
-  EXPECT_TRUE(reports().empty());
-}
-
-TEST_F(Numbers, IntTruncatesTowardZero)
-{
-  EXPECT_EQ(VDBL(vl_call(_bb_int, {num(-2.7, 1)})), -2);
-  EXPECT_EQ(VDBL(vl_call(_bb_int, {num(2.7, 1)})), 2);
-  EXPECT_EQ(vl_call(_bb_int, {num(2.7, 1)})->Decimals, 0);
-  EXPECT_EQ(VDBL(vl_call(_bb_int, {num(1e20)})), 1e20);
   var* i = vl_call(_bb_int, {set_Iv(-5)});
   EXPECT_EQ(i->Type, 'I');
   EXPECT_EQ(VINT(i), -5);
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vl_call(_bb_int, {set_cv("5")}), ZERO_VAR);
-  EXPECT_EQ(last_code(), 312);
 }
 
 // The text tables run once per locale.
@@ -107,52 +99,56 @@ class NumberText : public Numbers, public ::testing::WithParamInterface<const ch
   std::string saved_;
 };
 
-TEST_P(NumberText, StrWithWidthAndDecimals)
+// Rows run the evaluator, which reads number literals in the C locale only:
+// the locale pair below runs the conversions themselves.
+TEST_F(Numbers, Str)
 {
-  EXPECT_EQ(STR(num(12345), set_nv(3, 0)), "***");
-  EXPECT_EQ(STR(num(123.456, 3), set_nv(10, 0), set_nv(2, 0)), "    123.46");
-  EXPECT_EQ(STR(num(-123.456, 3), set_nv(10, 0), set_nv(2, 0)), "   -123.46");
-  EXPECT_EQ(STR(num(123.456, 3), set_nv(6, 0)), "   123");  // two arguments: no decimals
-  EXPECT_EQ(STR(num(2.5, 1), set_nv(1, 0)), "3");
-  EXPECT_EQ(STR(num(-2.5, 1), set_nv(2, 0)), "-3");
-  EXPECT_EQ(STR(num(0.125, 3), set_nv(5, 0), set_nv(2, 0)), " 0.13");
-  EXPECT_EQ(STR(num(-0.001, 3), set_nv(6, 0), set_nv(2, 0)), "  0.00");
-  EXPECT_EQ(STR(num(1e15), set_nv(20, 0)), "    1000000000000000");
-  EXPECT_EQ(STR(num(5), set_nv(-3, 0)), "         5");  // a negative width is 10
-  EXPECT_EQ(STR(num(5), set_nv(200, 0)).size(), 150u);
-  EXPECT_EQ(STR(num(1e300), set_nv(150, 0)), std::string(150, '*'));
-  EXPECT_EQ(STR(num(3.14159, 5), set_nv(8, 0), set_nv(-1, 0)), "3.141590");
-  EXPECT_EQ(STR(num(1), set_nv(5, 0), set_nv(1e9, 0)), "*****");
-  EXPECT_EQ(STR(num(5), set_cv("5")), "");
-  EXPECT_EQ(STR(num(5), set_nv(5, 0), NIL_VAR), "");
-  EXPECT_EQ(STR(set_cv("5")), "");
-  EXPECT_EQ(STR(set_Iv(-42), set_nv(5, 0)), "  -42");
-  EXPECT_EQ(str(vl_call(_bb_strzero, {num(-5), set_nv(5, 0)})), "-0005");
-  EXPECT_EQ(str(vl_call(_bb_strzero, {num(42.25, 2), set_nv(6, 0), set_nv(1, 0)})), "0042.3");
-  EXPECT_EQ(str(vl_call(_bb_strzero, {num(12345), set_nv(3, 0)})), "***");
-  EXPECT_EQ(str(vl_call(_bb_strzero, {num(7)})), "0000000007");
+  expect_rows({
+      {"STR(12345, 3)", "***"},
+      {"STR(123.456, 10, 2)", "    123.46"},
+      {"STR(-123.456, 10, 2)", "   -123.46"},
+      {"STR(123.456, 6)", "   123"},  // two arguments: no decimals
+      {"STR(2.5, 1)", "3"},
+      {"STR(-2.5, 2)", "-3"},
+      {"STR(0.125, 5, 2)", " 0.13"},
+      {"STR(-0.001, 6, 2)", "  0.00"},
+      {"STR(10^15, 20)", "    1000000000000000"},
+      {"STR(5, -3)", "         5"},  // a negative width is 10
+      {"LEN(STR(5, 200))", "150"},
+      {"STR(10^300, 150) == REPLICATE('*', 150)", ".T."},
+      {"STR(3.14159, 8, -1)", "3.141590"},
+      {"STR(1, 5, 10^9)", "*****"},
+      {"STR(5, '5')", ""},
+      {"STR(5, 5, NIL)", ""},
+      {"STR('5')", ""},
+      {"STRZERO(-5, 5)", "-0005"},
+      {"STRZERO(42.25, 6, 1)", "0042.3"},
+      {"STRZERO(12345, 3)", "***"},
+      {"STRZERO(7)", "0000000007"},
+      {"STR(1/3)", "         0.33"},
+      {"STR(2.50)", "         2.5"},  // unknown width: trailing zeros go
+      {"STR(3.00)", "         3"},
+      {"STR(-3)", "        -3"},
+      {"STR(1234567890123)", "1234567890123"},
+      {"LEN(STR(10^25))", "26"},  // no alignment for long integer parts
+      {"STR(VAL('  12.50'))", "  12.50"},  // a known width and decimals
+      {"third := 1/3, SET(3, 4)"},
+      {"STR(2.5)", "         2.5"},  // SET DECIMALS alone changes no value's decimals
+      {"SET(2, .T.)"},                 // SET FIXED shows SET DECIMALS decimals, all of them
+      {"STR(2.5)", "         2.5000"},
+      {"STR(third)", "         0.3333"},
+      {"STR(-7)", "        -7.0000"},
+      {"SET(3, 0), STR(2.5)", "         3"},
+  });
 }
 
-TEST_P(NumberText, StrOfOneArgument)
+TEST_P(NumberText, StrAndNumtext)
 {
+  EXPECT_EQ(STR(set_nv(123.456, 3), set_nv(10, 0)), "       123");
+  EXPECT_EQ(str(vl_call(_bb_str, {set_nv(-123.456, 3), set_nv(10, 0), set_nv(2, 0)})), "   -123.46");
   EXPECT_EQ(STR(num(1.0 / 3, 2)), "         0.33");
-  EXPECT_EQ(STR(num(2.5, 2)), "         2.5");  // unknown width: trailing zeros go
-  EXPECT_EQ(STR(num(3, 2)), "         3");
-  EXPECT_EQ(STR(num(-3, 0)), "        -3");
+  EXPECT_EQ(STR(set_Iv(-42), set_nv(5, 0)), "  -42");
   EXPECT_EQ(STR(set_Iv(3)), "         3");
-  EXPECT_EQ(STR(num(1234567890123.0)), "1234567890123");
-  EXPECT_EQ(STR(num(12.5, 2, 7)), "  12.50");  // a known width and decimals
-  EXPECT_EQ(STR(num(1e25, 0)).size(), 26u);     // no alignment for long integer parts
-  // SET DECIMALS alone does not change a value's own decimals.
-  _cgetsetnum(3, 4);
-  EXPECT_EQ(STR(num(2.5, 1)), "         2.5");
-  // SET FIXED shows SET DECIMALS decimals, all of them.
-  _cgetseton(1, 2);
-  EXPECT_EQ(STR(num(2.5, 1)), "         2.5000");
-  EXPECT_EQ(STR(num(1.0 / 3, 2)), "         0.3333");
-  EXPECT_EQ(STR(num(-7)), "        -7.0000");
-  _cgetsetnum(3, 0);
-  EXPECT_EQ(STR(num(2.5, 1)), "         3");
   char buf[8];
   EXPECT_EQ(vln_numtext(num(123456.75, 2), buf, sizeof buf), 7);  // cut to the buffer
   EXPECT_EQ(vln_numtext(set_cv("x"), buf, sizeof buf), -1);
@@ -178,10 +174,8 @@ TEST_P(NumberText, ValReadsTheFixedGrammar)
     EXPECT_EQ(v->Decimals, c.decimals) << c.text;
     EXPECT_EQ(v->Length, c.width) << c.text;
   }
-  EXPECT_EQ(STR(vl_call(_bb_val, {set_cv("  12.50")})), "  12.50");  // VAL's width and decimals
   EXPECT_EQ(vl_call(_bb_val, {set_nv(5, 0)}), ZERO_VAR);
-  const std::string digits(100000, '9');
-  EXPECT_EQ(VDBL(vl_call(_bb_val, {set_cv(digits.c_str())})), HUGE_VAL);
+  EXPECT_EQ(VDBL(vl_call(_bb_val, {set_cv(std::string(100000, '9').c_str())})), HUGE_VAL);
   const std::string fraction = "0." + std::string(300, '0') + "1";
   EXPECT_EQ(vl_call(_bb_val, {set_cv(fraction.c_str())})->Decimals, 255);
 }
