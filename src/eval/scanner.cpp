@@ -3,6 +3,7 @@
 #include "scanner.hpp"
 
 #include <cctype>
+#include <charconv>
 #include <cstring>
 
 #include "kernel.h"
@@ -85,7 +86,9 @@ Token Scanner::scan_number()
     t.decimals = static_cast<int>(pos_ - frac);
   }
   t.text.assign(text_.substr(start, pos_ - start));
-  t.number = std::strtod(t.text.c_str(), nullptr);
+  // from_chars reads the point whatever the locale: a literal means the
+  // same under a locale whose decimal point is a comma.
+  std::from_chars(t.text.data(), t.text.data() + t.text.size(), t.number);
   return t;
 }
 

@@ -4,6 +4,7 @@
 #include <clocale>
 #include <cmath>
 #include <limits>
+#include <cstring>
 #include <string>
 
 #include "numbers.h"
@@ -99,8 +100,8 @@ class NumberText : public Numbers, public ::testing::WithParamInterface<const ch
   std::string saved_;
 };
 
-// Rows run the evaluator, which reads number literals in the C locale only:
-// the locale pair below runs the conversions themselves.
+// Rows run in the C locale; the locale pair below runs the conversions
+// themselves.
 TEST_F(Numbers, Str)
 {
   expect_rows({
@@ -178,6 +179,14 @@ TEST_P(NumberText, ValReadsTheFixedGrammar)
   EXPECT_EQ(VDBL(vl_call(_bb_val, {set_cv(std::string(100000, '9').c_str())})), HUGE_VAL);
   const std::string fraction = "0." + std::string(300, '0') + "1";
   EXPECT_EQ(vl_call(_bb_val, {set_cv(fraction.c_str())})->Decimals, 255);
+}
+
+// A literal is read with a point under every locale (a text compiled
+// under this one: each parameter's text differs).
+TEST_P(NumberText, LiteralsReadThePoint)
+{
+  const std::string text = std::string("2.5 + LEN('") + GetParam() + "')";
+  EXPECT_EQ(VDBL(exp_eval(text.c_str())), 2.5 + std::strlen(GetParam()));
 }
 
 TEST_P(NumberText, AtolAndAtof)
