@@ -58,13 +58,10 @@ TEST_F(OpsModes, ResultRecordChoice)
   var* nt = make("T:I4");
   EXPECT_EQ(n_add_u(1, 0, nt, 0), nt);  // n_ members reuse their right operand
   EXPECT_EQ(n_div_u(1, nt), nt);
-  const int32_t before = tmpvar_cnt;
   var* l = make("2");
   const int32_t mark = tmpvar_cnt;
-  var* fresh = u_mul_u(l, make("3"), 0);
-  EXPECT_NE(fresh, l);
+  EXPECT_NE(u_mul_u(l, make("3"), 0), l);
   EXPECT_EQ(tmpvar_cnt, mark + 2);  // the right operand and the result
-  EXPECT_GT(tmpvar_cnt, before);
 }
 
 // x := x + a * b - c makes one temporary, however long the chain.
@@ -189,9 +186,6 @@ TEST_F(OpsModes, IncrementByMode)
       EXPECT_EQ(v->Value.w1.i, steps ? 2 : 1) << *m << priv;
     }
   }
-  EXPECT_EQ(u_autoinc(ZERO_VAR), ZERO_VAR);
-  EXPECT_EQ(show(ZERO_VAR), "ZERO");
-  EXPECT_EQ(ZERO_VAR->Value.w1.d, 0.0);
   EXPECT_TRUE(reports().empty());
 }
 
@@ -207,7 +201,7 @@ TEST_F(OpsModes, IncrementRefusesOtherTypes)
       {u_autodec, "only date numerics can be auto-incremented"},
   };
   for (const auto& c : cases) {
-    for (const char* operand : {"'a'", ".T.", "NIL", "{}"}) {
+    for (const char* operand : {"'a'", "NIL"}) {
       reports().clear();
       EXPECT_EQ(c.op(make(operand)), ERROR_VAR) << operand;
       EXPECT_EQ(seen(), expected(201, c.text)) << operand;
