@@ -200,26 +200,6 @@ TEST_F(Objects, MissingMethodsInstancesAndObjectsAreReported)
   EXPECT_EQ(last_code(), 404);
 }
 
-TEST_F(Objects, TableSearchAndSpecialSlotLimits)
-{
-  EXPECT_EQ(vlnLocateInstance("LEGS", kDogClass), kLegs);
-  EXPECT_EQ(vlnLocateInstance("legsandmorex", kDogClass), -1);
-  int32_t lim = -2;
-  EXPECT_EQ(vlnLocateMethod("speak", kDogClass, 'M', &lim), kSpeakDog);
-  EXPECT_EQ(lim, 1);
-  lim = 0;
-  EXPECT_EQ(vlnLocateMethod("speak", kDogClass, 'M', &lim), kSpeakBase);
-  lim = -1;
-  EXPECT_EQ(vlnLocateMethod("bark", kDogClass, 'M', &lim), -1);
-  EXPECT_EQ(lim, -2);
-  var* dog = new_dog(4);
-  EXPECT_EQ(vlnDoSpecial(dog, 99, -1, -1, -1), FALSE_VAR);
-  EXPECT_EQ(vlnDoSpecial(dog, kLegs, -1, kMethodCount, -1), FALSE_VAR);
-  EXPECT_EQ(vlnGetObj(dog, kLegs)->Type, 'N');
-  EXPECT_EQ(vlnIsMethod(dog, "name", '='), kNameAs);
-  EXPECT_EQ(vlnIsMethod(dog, "bark", 'M'), -1);
-}
-
 // Elements go last to first, a nested array's where it stands, also under
 // many levels of nesting.
 TEST_F(Objects, ReleaseRunsNestedAxitsLastToFirst)
