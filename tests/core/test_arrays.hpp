@@ -58,13 +58,6 @@ inline std::string show(var* v)
   }
 }
 
-// Whether text holds part, telling both when not.
-inline testing::AssertionResult contains(const std::string& text, const std::string& part)
-{
-  if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << "\"" << text << "\" lacks \"" << part << "\"";
-}
-
 // Fixture: the error capture of VlTest, plus variables (non-temporary
 // records, as a LOCAL of a program would be) released at the end.
 class ArrayTest : public vltest::VlTest {
@@ -82,11 +75,11 @@ class ArrayTest : public vltest::VlTest {
     vars_.push_back(v);
     return v;
   }
-  // Codes of the reports seen so far.
-  std::vector<int> codes() const
+  // Codes of the reports seen so far, "409 201".
+  static std::string codes()
   {
-    std::vector<int> c;
-    for (const auto& r : reports()) c.push_back(r.code);
+    std::string c;
+    for (const auto& r : reports()) c += (c.empty() ? "" : " ") + std::to_string(r.code);
     return c;
   }
 

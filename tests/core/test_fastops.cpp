@@ -23,20 +23,10 @@ const char* const kOperands[] = {"5",   "-2.50", "T:1.5", "T:0.125", "T:I4", "I7
 
 enum class Route { Inline, Call };
 
-using Binary = var* (*)(var*, var*, int, Route);
+// The call by the inline path (the macro) or by the entry point.
+#define BY_ROAD(op, ...) (how == Route::Inline ? op(__VA_ARGS__) : (op)(__VA_ARGS__))
 
-var* add(var* l, var* r, int a, Route how)
-{
-  return how == Route::Inline ? u_add_u(l, r, a) : (u_add_u)(l, r, a);
-}
-var* sub(var* l, var* r, int a, Route how)
-{
-  return how == Route::Inline ? u_sub_u(l, r, a) : (u_sub_u)(l, r, a);
-}
-var* mul(var* l, var* r, int a, Route how)
-{
-  return how == Route::Inline ? u_mul_u(l, r, a) : (u_mul_u)(l, r, a);
-}
+using Binary = var* (*)(var*, var*, int, Route);
 
 class FastOps : public opstest::Ops {
  protected:
@@ -94,7 +84,9 @@ TEST_F(FastOps, ArithmeticAgreesWithTheEntryPoints)
   const struct {
     const char* name;
     Binary op;
-  } ops[] = {{"+", add}, {"-", sub}, {"*", mul}};
+  } ops[] = {{"+", [](var* l, var* r, int a, Route how) { return BY_ROAD(u_add_u, l, r, a); }},
+             {"-", [](var* l, var* r, int a, Route how) { return BY_ROAD(u_sub_u, l, r, a); }},
+             {"*", [](var* l, var* r, int a, Route how) { return BY_ROAD(u_mul_u, l, r, a); }}};
   for (const auto& op : ops)
     for (const char* ln : kOperands)
       for (const char* rn : kOperands)
@@ -112,7 +104,7 @@ TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
       expect_same(std::string(dn) + " := " + sn, [&](Route how) {
         var* dst = make(dn);
         var* src = make(sn);
-        var* res = how == Route::Inline ? cpy_var(dst, src) : (cpy_var)(dst, src);
+        var* res = BY_ROAD(cpy_var, dst, src);
         return which(res, dst, src) + " " + show(dst) + " " + std::string(1, dst->Mode);
       });
   // A compiled number literal is a constant LOCAL-like record: never written.
@@ -128,29 +120,15 @@ TEST_F(FastOps, AssignmentAgreesWithTheEntryPoint)
 
 using Compare = var* (*)(var*, var*, Route);
 
-var* lt(var* l, var* r, Route how)
-{
-  return how == Route::Inline ? u_lt_u(l, r) : (u_lt_u)(l, r);
-}
-var* le(var* l, var* r, Route how)
-{
-  return how == Route::Inline ? u_leq_u(l, r) : (u_leq_u)(l, r);
-}
-var* gt(var* l, var* r, Route how)
-{
-  return how == Route::Inline ? u_gt_u(l, r) : (u_gt_u)(l, r);
-}
-var* ge(var* l, var* r, Route how)
-{
-  return how == Route::Inline ? u_geq_u(l, r) : (u_geq_u)(l, r);
-}
-
 TEST_F(FastOps, ComparisonsAgreeWithTheEntryPoints)
 {
   const struct {
     const char* name;
     Compare op;
-  } ops[] = {{"<", lt}, {"<=", le}, {">", gt}, {">=", ge}};
+  } ops[] = {{"<", [](var* l, var* r, Route how) { return BY_ROAD(u_lt_u, l, r); }},
+             {"<=", [](var* l, var* r, Route how) { return BY_ROAD(u_leq_u, l, r); }},
+             {">", [](var* l, var* r, Route how) { return BY_ROAD(u_gt_u, l, r); }},
+             {">=", [](var* l, var* r, Route how) { return BY_ROAD(u_geq_u, l, r); }}};
   for (const auto& op : ops)
     for (const char* ln : kOperands)
       for (const char* rn : kOperands)
@@ -167,10 +145,10 @@ TEST_F(FastOps, ConditionsAndStepsAgreeWithTheEntryPoints)
   for (const char* n : operands)
     expect_same(n, [&](Route how) {
       var* v = make(n);
-      const int truth = how == Route::Inline ? if_u(v) : (if_u)(v);
-      var* up = how == Route::Inline ? autoinc_u(v) : (autoinc_u)(v);
+      const int truth = BY_ROAD(if_u, v);
+      var* up = BY_ROAD(autoinc_u, v);
       const std::string after_up = which(up, v, nullptr) + " " + show(v);
-      var* down = how == Route::Inline ? autodec_u(v) : (autodec_u)(v);
+      var* down = BY_ROAD(autodec_u, v);
       return std::to_string(truth) + " | " + after_up + " | " + which(down, v, nullptr) + " " +
              show(v);
     });

@@ -27,46 +27,36 @@ constexpr const char* kSubNum = "only numerics can be subtracted from numerics";
 const Row kRows[] = {
     // +
     {u_add_u, "+", "'ab'", "'cd'", "C(5,0) 'abcd'", 0, ""},
-    {u_add_u, "+", "'ab'", "''", "C(3,0) 'ab'", 0, ""},
     {u_add_u, "+", "M'ab'", "'c'", "C(4,0) 'abc'", 0, ""},
-    {u_add_u, "+", "'ab'", "M'c'", "C(4,0) 'abc'", 0, ""},
     {u_add_u, "+", "'ab'", "5", "ERROR", 201, kConcat},
-    {u_add_u, "+", "M'ab'", "NIL", "ERROR", 201, kConcat},
     {u_add_u, "+", "D100", "5", "D(8,0) 105", 0, ""},
     {u_add_u, "+", "D100", "2.9", "D(8,0) 102", 0, ""},
     {u_add_u, "+", "D100", "-2.9", "D(8,0) 98", 0, ""},
     {u_add_u, "+", "D100", "I3", "D(8,0) 103", 0, ""},
     {u_add_u, "+", "D100", ".T.", "D(8,0) 101", 0, ""},
     {u_add_u, "+", "D100", "'a'", "ERROR", 201, "date can only be added to numeric"},
-    {u_add_u, "+", "D100", "D1", "ERROR", 201, "date can only be added to numeric"},
     {u_add_u, "+", "2.5", "D100", "D(8,0) 102", 0, ""},
-    {u_add_u, "+", "I3", "D100", "D(8,0) 103", 0, ""},
     {u_add_u, "+", ".T.", "D100", "D(8,0) 101", 0, ""},
     {u_add_u, "+", "1.5", "2.25", "N(-1,2) 3.75", 0, ""},
     {u_add_u, "+", "F1.5", "1", "N(-1,1) 2.5", 0, ""},
     {u_add_u, "+", "1.5", "I2", "N(-1,1) 3.5", 0, ""},
-    {u_add_u, "+", "I2", "1.25", "N(-1,2) 3.25", 0, ""},
     {u_add_u, "+", "1.5", ".T.", "N(-1,1) 2.5", 0, ""},
     {u_add_u, "+", "I2", "I3", "I(-1,0) 5", 0, ""},
     {u_add_u, "+", "I2147483647", "I1", "I(-1,0) -2147483648", 0, ""},
     {u_add_u, "+", "I2", ".T.", "I(-1,0) 3", 0, ""},
     {u_add_u, "+", ".T.", ".T.", "I(-1,0) 2", 0, ""},
     {u_add_u, "+", "1", "'a'", "ERROR", 201, kAddNum},
-    {u_add_u, "+", "I1", "{}", "ERROR", 201, kAddNum},
     {u_add_u, "+", "5", "NIL", "ERROR", 201, kAddNum},
     {u_add_u, "+", "NIL", "5", "U", 0, ""},
-    {u_add_u, "+", "{}", "5", "U", 0, ""},
     {u_add_u, "+", "B", "'a'", "U", 0, ""},
     // -
     {u_sub_u, "-", "'abc   '", "'de'", "C(9,0) 'abcde   '", 0, ""},
-    {u_sub_u, "-", "'ab'", "'cd'", "C(5,0) 'abcd'", 0, ""},
     {u_sub_u, "-", "'   '", "'x'", "C(5,0) 'x   '", 0, ""},
     {u_sub_u, "-", "M'a '", "'b '", "C(5,0) 'ab  '", 0, ""},
     {u_sub_u, "-", "'ab'", "1", "ERROR", 201, kConcat},
     {u_sub_u, "-", "D100", "D90", "N(-1,2) 10", 0, ""},
     {u_sub_u, "-", "D90", "D100", "N(-1,2) -10", 0, ""},
     {u_sub_u, "-", "D100", "2.7", "D(8,0) 98", 0, ""},
-    {u_sub_u, "-", "D100", "I5", "D(8,0) 95", 0, ""},
     {u_sub_u, "-", "D100", ".T.", "ERROR", 201, "only date or numerics can be subtracted from date"},
     {u_sub_u, "-", "5.5", "I2", "N(-1,1) 3.5", 0, ""},
     {u_sub_u, "-", "5", ".T.", "N(-1,0) 4", 0, ""},
@@ -75,16 +65,13 @@ const Row kRows[] = {
     {u_sub_u, "-", "I-2147483648", "I1", "I(-1,0) 2147483647", 0, ""},
     {u_sub_u, "-", "I5", "1.5", "N(-1,1) 3.5", 0, ""},
     {u_sub_u, "-", "I5", ".T.", "N(-1,0) 5", 0, ""},  // the logical's word read as a double
-    {u_sub_u, "-", "I5", "'a'", "ERROR", 201, kSubNum},
     {u_sub_u, "-", ".T.", "1", "U", 0, ""},  // no arithmetic on a logical left
-    {u_sub_u, "-", "NIL", "1", "U", 0, ""},
     // *
     {u_mul_u, "*", "1.5", "2.25", "N(-1,3) 3.375", 0, ""},
     {u_mul_u, "*", "I3", "I4", "I(-1,0) 12", 0, ""},
     {u_mul_u, "*", "I65536", "I65537", "I(-1,0) 65536", 0, ""},
     {u_mul_u, "*", "I3", "2.5", "N(-1,1) 7.5", 0, ""},
     {u_mul_u, "*", ".T.", "3", "N(-1,0) 3", 0, ""},
-    {u_mul_u, "*", ".T.", "I3", "N(-1,0) 3", 0, ""},
     {u_mul_u, "*", "'a'", "1", "ERROR", 202, "only numerics can be multiplied"},
     {u_mul_u, "*", "1", "NIL", "ERROR", 202, "only numerics can be multiplied"},
     // /
@@ -103,7 +90,6 @@ const Row kRows[] = {
     {u_mod_u, "%", "I7", "I0", "ZERO", 205, "attempted division by zero"},
     {u_mod_u, "%", "7", "0", "ZERO", 205, "attempted division by zero"},
     {u_mod_u, "%", "'a'", "2", "ZERO", 202, "only numerics can be divided"},
-    {u_mod_u, "%", "2", "D1", "ZERO", 202, "only numerics can be divided"},
     // **
     {u_pow_u, "**", "I2", "I10", "I(-1,0) 1024", 0, ""},
     {u_pow_u, "**", "I2", "I-1", "I(-1,0) 0", 0, ""},
@@ -111,7 +97,6 @@ const Row kRows[] = {
     {u_pow_u, "**", "2", "0.5", "N(-1,2) 1.4142135623731", 0, ""},
     {u_pow_u, "**", "I2", "3", "N(-1,2) 8", 0, ""},
     {u_pow_u, "**", "'a'", "1", "ERROR", 202, "only numerics can be potentiated"},
-    {u_pow_u, "**", "1", "{}", "ERROR", 202, "only numerics can be potentiated"},
 };
 
 }  // namespace
@@ -146,10 +131,7 @@ const LiteralRow kLiteralRows[] = {
     {"2.7 + I3", [] { return n_add_u(2.7, 1, make("I3"), 0); }, "N(-1,1) 5.7", 0, ""},
     {"2 + I3", [] { return n_add_u(2, 0, make("I3"), 0); }, "I(-1,0) 5", 0, ""},
     {"2.7 + typed I3", [] { return n_add_u(2.7, 1, make("S:I3"), 0); }, "I(-1,0) 5", 0, ""},
-    {"1.5 + 2.25", [] { return n_add_u(1.5, 1, make("2.25"), 0); }, "N(-1,2) 3.75", 0, ""},
     {"5 + .T.", [] { return n_add_u(5, 0, make(".T."), 0); }, "ERROR", 201,
-     "only dates/numerics can be added to numerics"},
-    {"5 + NIL", [] { return n_add_u(5, 0, make("NIL"), 0); }, "ERROR", 201,
      "only dates/numerics can be added to numerics"},
     {"10 - I3", [] { return n_sub_u(10, 0, make("I3")); }, "I(-1,0) 7", 0, ""},
     {"10.0 - I3", [] { return n_sub_u(10, 1, make("I3")); }, "N(-1,1) 7", 0, ""},
@@ -160,7 +142,6 @@ const LiteralRow kLiteralRows[] = {
     {"I5 - 2", [] { return u_sub_n(make("I5"), 2, 0, 0); }, "I(-1,0) 3", 0, ""},
     {"I5 - 2.0", [] { return u_sub_n(make("I5"), 2, 1, 0); }, "N(-1,1) 3", 0, ""},
     {"typed I5 - 2.5", [] { return u_sub_n(make("S:I5"), 2.5, 1, 0); }, "I(-1,0) 3", 0, ""},
-    {"5.25 - 1", [] { return u_sub_n(make("5.25"), 1, 0, 0); }, "N(-1,2) 4.25", 0, ""},
     {".T. - 1", [] { return u_sub_n(make(".T."), 1, 0, 0); }, "ERROR", 202,
      "numerics can only be subtracted from dates or numerics"},
     {"2 * I3", [] { return n_mul_u(2, 0, make("I3"), 0); }, "I(-1,0) 6", 0, ""},
@@ -190,7 +171,6 @@ const LiteralRow kLiteralRows[] = {
     {"2 ** I3", [] { return n_pow_u(2, make("I3")); }, "N(-1,2) 8", 0, ""},
     {"2 ** NIL", [] { return n_pow_u(2, make("NIL")); }, "ERROR", 202,
      "only numerics can be potentiated"},
-    {"-5.25", [] { return minus_u(make("5.25")); }, "N(-1,2) -5.25", 0, ""},
     {"-I5", [] { return minus_u(make("I5")); }, "I(-1,0) -5", 0, ""},
     {"-I-2147483648", [] { return minus_u(make("I-2147483648")); }, "I(-1,0) -2147483648", 0,
      ""},
@@ -199,7 +179,6 @@ const LiteralRow kLiteralRows[] = {
     {"'ab' + \"cd\"", [] { return u_add_c(make("'ab'"), "cd", 0); }, "C(5,0) 'abcd'", 0, ""},
     {"5 + \"x\"", [] { return u_add_c(make("5"), "x", 0); }, "ERROR", 201,
      "only dates/numerics can be added to numerics"},
-    {"NIL + \"x\"", [] { return u_add_c(make("NIL"), "x", 0); }, "U", 0, ""},
     {"'ab  ' - \"c\"", [] { return u_sub_c(make("'ab  '"), "c", 0); }, "C(6,0) 'abc  '", 0, ""},
     {"\"ab\" + 'cd'", [] { return c_add_u("ab", make("'cd'")); }, "C(5,0) 'abcd'", 0, ""},
     {"\"ab\" + 5", [] { return c_add_u("ab", make("5")); }, "ERROR", 201,
@@ -273,12 +252,11 @@ TEST_F(OpsArith, DecimalsAtTheByteLimit)
   EXPECT_EQ(show(u_sub_u(make("1"), r, 0)), "N(-1,100) -2");
 }
 
-// Pins behaviour kept on purpose: a numeric literal plus a logical fails
-// while a variable plus a logical works; NIL + y hands back the temporary y.
+// Pins behaviour kept on purpose (a numeric literal plus a logical fails
+// while a variable plus a logical works: see the rows): NIL + y hands back
+// the temporary y.
 TEST_F(OpsArith, KeptQuirks)
 {
-  EXPECT_EQ(show(n_add_u(5, 0, make(".T."), 0)), "ERROR");
-  EXPECT_EQ(show(u_add_u(make("5"), make(".T."), 0)), "N(-1,0) 6");
   var* y = make("T:5");
   EXPECT_EQ(u_add_u(make("NIL"), y, 0), y);
   EXPECT_EQ(show(y), "N(-1,0) 5");

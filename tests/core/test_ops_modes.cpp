@@ -58,36 +58,10 @@ TEST_F(OpsModes, ResultRecordChoice)
   var* nt = make("T:I4");
   EXPECT_EQ(n_add_u(1, 0, nt, 0), nt);  // n_ members reuse their right operand
   EXPECT_EQ(n_div_u(1, nt), nt);
-  const int32_t before = tmpvar_cnt;
   var* l = make("2");
   const int32_t mark = tmpvar_cnt;
-  var* fresh = u_mul_u(l, make("3"), 0);
-  EXPECT_NE(fresh, l);
+  EXPECT_NE(u_mul_u(l, make("3"), 0), l);
   EXPECT_EQ(tmpvar_cnt, mark + 2);  // the right operand and the result
-  EXPECT_GT(tmpvar_cnt, before);
-}
-
-// x := x + a * b - c makes one temporary, however long the chain.
-TEST_F(OpsModes, ChainMakesOneTemporary)
-{
-  var* x = make("1");
-  var* a = make("2");
-  var* b = make("3.5");
-  var* c = make("I4");
-  const int32_t mark = tmpvar_cnt;
-  var* res = u_sub_u(u_add_u(x, u_mul_u(a, b, 0), 0), c, 0);
-  EXPECT_EQ(tmpvar_cnt, mark + 1);
-  cpy_var(x, res);
-  EXPECT_EQ(show(x), "N(-1,1) 4");
-  var* acc = u_add_u(a, b, 0);
-  for (int k = 0; k < 100; ++k) acc = u_add_u(acc, a, 0);
-  EXPECT_EQ(tmpvar_cnt, mark + 2);
-  EXPECT_EQ(show(acc), "N(-1,1) 205.5");
-  var* s = u_add_u(make("'a'"), make("'b'"), 0);
-  const int32_t text_mark = tmpvar_cnt;
-  for (int k = 0; k < 100; ++k) s = u_add_c(s, "c", 0);
-  EXPECT_EQ(tmpvar_cnt, text_mark);
-  EXPECT_EQ(s->Length, 103);
 }
 
 // With the assign flag the target keeps the result: in place on the Modes
@@ -189,29 +163,18 @@ TEST_F(OpsModes, IncrementByMode)
       EXPECT_EQ(v->Value.w1.i, steps ? 2 : 1) << *m << priv;
     }
   }
-  EXPECT_EQ(u_autoinc(ZERO_VAR), ZERO_VAR);
-  EXPECT_EQ(show(ZERO_VAR), "ZERO");
-  EXPECT_EQ(ZERO_VAR->Value.w1.d, 0.0);
   EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(OpsModes, IncrementRefusesOtherTypes)
 {
-  const struct {
-    var* (*op)(var*);
-    const char* text;
-  } cases[] = {
-      {autoinc_u, "only date numerics can be auto-incremented"},
-      {autodec_u, "only date numerics can be auto-decremented"},
-      {u_autoinc, "only date numerics can be auto-incremented"},
-      {u_autodec, "only date numerics can be auto-incremented"},
-  };
-  for (const auto& c : cases) {
-    for (const char* operand : {"'a'", ".T.", "NIL", "{}"}) {
-      reports().clear();
-      EXPECT_EQ(c.op(make(operand)), ERROR_VAR) << operand;
-      EXPECT_EQ(seen(), expected(201, c.text)) << operand;
-    }
+  const char* up = "only date numerics can be auto-incremented";
+  for (const char* operand : {"'a'", "NIL"}) {
+    reports().clear();
+    for (var* (*op)(var*) : {autoinc_u, autodec_u, u_autoinc, u_autodec}) EXPECT_EQ(op(make(operand)), ERROR_VAR);
+    EXPECT_EQ(seen(), expected(201, up) + "|" + expected(201, "only date numerics can be auto-decremented") + "|" +
+                          expected(201, up) + "|" + expected(201, up))
+        << operand;
   }
 }
 

@@ -15,25 +15,16 @@ namespace {
 class Release : public arrtest::ArrayTest {};
 
 // The left operand is an element that the right operand releases; the
-// operator must still see its value.  The value of an assignment, then a
+// operator must still see its value (every operator of a chain is held
+// alike, so a few stand for all).  The value of an assignment, then a
 // target whose subscript releases it; a subscript that releases the element
 // indexed into.
 TEST_F(Release, AnOperandOutlivesTheNextOperand)
 {
   expect_rows({
       {"a := {'abc'}, a[1] + (ASIZE(a, 0), b := {|| 1}, 'y')", "abcy"},
-      {"a := {'ab  '}, a[1] - (ASIZE(a, 0), 'y')", "aby  "},
-      {"a := {6}, a[1] * (ASIZE(a, 0), 7)", "42"},
-      {"a := {8}, a[1] / (ASIZE(a, 0), 2)", "4"},
-      {"a := {8}, a[1] % (ASIZE(a, 0), 3)", "2"},
-      {"a := {2}, a[1] ** (ASIZE(a, 0), 3)", "8"},
       {"a := {'abc'}, a[1] = (ASIZE(a, 0), 'abc')", ".T."},
-      {"a := {'abc'}, a[1] == (ASIZE(a, 0), 'abc')", ".T."},
-      {"a := {'abc'}, a[1] != (ASIZE(a, 0), 'abc')", ".F."},
       {"a := {1}, a[1] < (ASIZE(a, 0), 2)", ".T."},
-      {"a := {1}, a[1] <= (ASIZE(a, 0), 2)", ".T."},
-      {"a := {1}, a[1] > (ASIZE(a, 0), 2)", ".F."},
-      {"a := {1}, a[1] >= (ASIZE(a, 0), 2)", ".F."},
       {"a := {'b'}, a[1] $ (ASIZE(a, 0), 'abc')", ".T."},
       {"a := {0}, b := {'cd'}, a[(ASIZE(b, 0), 1)] := b[1]", "cd"},
       {"a := {'ab'}, b := {'cd'}, a[(ASIZE(b, 0), 1)] += b[1]", "abcd"},

@@ -99,7 +99,7 @@ Held probe(const std::string& file, long long start, long long len)
   close(pipefd[0]);
   reap(pid, kWatchdogMs);
   if (!got) return {};
-  return {fl.l_type, fl.l_pid, fl.l_start, fl.l_len == 0 ? -1 : fl.l_start + fl.l_len - 1};
+  return {fl.l_type, fl.l_pid, fl.l_start};
 }
 
 std::vector<Held> procLocks(const std::string& file, int pid, bool waiters)
@@ -114,16 +114,15 @@ std::vector<Held> procLocks(const std::string& file, int pid, bool waiters)
     if ((arrow != std::string::npos) != waiters) continue;
     if (waiters) line.erase(arrow, 2);
     std::istringstream words(line);
-    std::string num, kind, adv, type, id, start, end;
+    std::string num, kind, adv, type, id, start;
     int owner = 0;
-    words >> num >> kind >> adv >> type >> owner >> id >> start >> end;
+    words >> num >> kind >> adv >> type >> owner >> id >> start;
     unsigned major = 0, minor = 0;
     unsigned long long ino = 0;
     if (kind != "POSIX" || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3) continue;
     if (makedev(major, minor) != st.st_dev || ino != st.st_ino) continue;
     if (pid != 0 && owner != pid) continue;
-    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, owner, atoll(start.c_str()),
-                   end == "EOF" ? -1 : atoll(end.c_str())});
+    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, owner, atoll(start.c_str())});
   }
   return out;
 }
@@ -136,32 +135,6 @@ bool waitUntilBlocked(const std::string& file, int pid)
   }
   ADD_FAILURE() << "process " << pid << " never blocked on " << file;
   return false;
-}
-
-namespace {
-const char* g_watched = "";
-
-void watchdogFired(int)
-{
-  const char head[] = "watchdog: still waiting after 30 s: ";
-  (void)!write(2, head, sizeof head - 1);
-  (void)!write(2, g_watched, strlen(g_watched));
-  (void)!write(2, "\n", 1);
-  _exit(1);
-}
-}  // namespace
-
-Watchdog::Watchdog(const char* what)
-{
-  g_watched = what;
-  signal(SIGALRM, watchdogFired);
-  alarm(kWatchdogMs / 1000);
-}
-
-Watchdog::~Watchdog()
-{
-  alarm(0);
-  signal(SIGALRM, SIG_DFL);
 }
 
 Holder::Holder(const std::function<void()>& setup, const std::function<void()>& then)
@@ -287,10 +260,10 @@ Tool::Reply Tool::reply(int ms)
   return r;
 }
 
-Tool::Reply Tool::run(const std::string& command, int ms)
+Tool::Reply Tool::run(const std::string& command)
 {
   send(command);
-  return reply(ms);
+  return reply();
 }
 
 void Tool::kill9()

@@ -3,7 +3,8 @@
 // the locks other processes hold (F_GETLK from a process that holds none,
 // and /proc/locks).  Nothing is judged by how long it took: a lock that must
 // not wait is one whose holder never lets go, so if it waited it would wait
-// for ever, and every wait ends at a generous watchdog that fails the test.
+// for ever, and every wait ends at a generous watchdog (an alarm in this
+// process) that fails the test.
 #pragma once
 
 #include <fcntl.h>
@@ -54,7 +55,6 @@ struct Held {
   int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
   int pid = 0;
   long long start = 0;
-  long long end = 0;  // last byte, inclusive
 };
 
 // F_GETLK for a write lock on the range, made in a forked child so that
@@ -66,15 +66,6 @@ std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters =
 // Wait until process pid is blocked on a lock of file; false (and a test
 // failure) when the watchdog fires first.
 bool waitUntilBlocked(const std::string& file, int pid);
-
-// Ends the process with a message when the calls in its scope have not
-// returned within kWatchdogMs: for calls in this process that must not
-// wait for a lock a holder keeps for ever.
-class Watchdog {
- public:
-  explicit Watchdog(const char* what);
-  ~Watchdog();
-};
 
 // A forked child that runs setup (taking locks of its own), reports that it
 // is ready, runs then (which may block, e.g. waiting for a lock), and holds
@@ -107,7 +98,7 @@ class Tool {
   // The answer to the oldest command not yet answered; fails the test when
   // it does not come within ms.
   Reply reply(int ms = kWatchdogMs);
-  Reply run(const std::string& command, int ms = kWatchdogMs);
+  Reply run(const std::string& command);
   // Whether an answer arrives within ms (it is kept for reply()).
   bool answersWithin(int ms);
   // Error reports seen so far ("<code> <description>").

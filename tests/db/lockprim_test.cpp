@@ -1,5 +1,5 @@
 // The primitives against real locks of other processes: USE gate and slots,
-// the dead-lock ladder, the section holder probe, index locks, the trace
+// index locks, the dead-lock ladder, the section holder probe, the trace
 // file, and the file position that every primitive keeps.
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -13,13 +13,10 @@
 
 namespace {
 
-using locktest::Held;
 using locktest::Holder;
-using locktest::monotonic;
 using locktest::ScratchDir;
 
 constexpr long kBase = VLN_LOCK_BASE;
-constexpr long kGate = kBase - VLN_USE_GATE_BACK;
 constexpr long kFirstSlot = kBase - VLN_USE_FIRST_SLOT_BACK;
 constexpr long kSlots = VLN_USE_FIRST_SLOT_BACK - VLN_USE_LAST_SLOT_BACK + 1;
 
@@ -47,14 +44,11 @@ class dbLockPrimitives : public ::testing::Test {
     vlnRetryFcntlSec = saved_retry_;
     vlnFCNTLprot = 0;
   }
-  // A child that opens the table and takes one range.
-  Holder holding(int type, long start, long len)
+  // A child that opens the table and runs hold on its descriptor.
+  Holder holding(void (*hold)(int fd)) const
   {
     const std::string file = file_;
-    return Holder([=] {
-      const int fd = open(file.c_str(), O_RDWR);
-      lockRange(fd, F_SETLK, type, start, len);
-    });
+    return Holder([=] { hold(open(file.c_str(), O_RDWR)); });
   }
   ScratchDir dir_;
   std::string file_;
@@ -62,51 +56,55 @@ class dbLockPrimitives : public ::testing::Test {
   int saved_retry_ = 0;
 };
 
-TEST_F(dbLockPrimitives, SharedAgainstExclusiveHolderFailsAtTheGateWithNoSlot)
+// What another process holds against what this one asks: the answer, and
+// where the one lock this process then holds starts (-1: it holds none, so a
+// refusal leaves nothing behind).  No call may wait: the alarm ends a hang.
+TEST_F(dbLockPrimitives, UseAndIndexLocksAgainstAnotherProcess)
 {
-  Holder excl([f = file_] {
-    const int fd = open(f.c_str(), O_RDWR);
-    diLockExclusive(fd, kBase);
-  });
-  EXPECT_EQ(diLockShared(fd_, kBase), -1);
-  EXPECT_TRUE(locktest::procLocks(file_, getpid()).empty());
-  EXPECT_EQ(diCheckExclusive(fd_, kBase), 1);
-  excl.release();
-  EXPECT_EQ(diCheckExclusive(fd_, kBase), 0);
-  EXPECT_EQ(diLockShared(fd_, kBase), 0);
-  const auto mine = locktest::procLocks(file_, getpid());
-  ASSERT_EQ(mine.size(), 1u);
-  EXPECT_EQ(mine[0].start, kFirstSlot);
-  EXPECT_EQ(mine[0].type, F_RDLCK);
-}
-
-TEST_F(dbLockPrimitives, ExclusiveAgainstSlotHolderReleasesItsRange)
-{
-  Holder shared([f = file_] {
-    const int fd = open(f.c_str(), O_RDWR);
-    diLockShared(fd, kBase);
-  });
-  EXPECT_EQ(diLockExclusive(fd_, kBase), -1);
-  EXPECT_TRUE(locktest::procLocks(file_, getpid()).empty());
-  // A second shared user takes the next slot.
-  EXPECT_EQ(diLockShared(fd_, kBase), 0);
-  const auto mine = locktest::procLocks(file_, getpid());
-  ASSERT_EQ(mine.size(), 1u);
-  EXPECT_EQ(mine[0].start, kFirstSlot + 1);
-}
-
-TEST_F(dbLockPrimitives, AllSlotsTakenRefusesTheNextUser)
-{
-  Holder full = holding(F_RDLCK, kFirstSlot, kSlots);
-  EXPECT_EQ(diLockShared(fd_, kBase), -1);
-  EXPECT_TRUE(locktest::procLocks(file_, getpid()).empty());
-  full.release();
-  Holder oneFree([f = file_] {
-    const int fd = open(f.c_str(), O_RDWR);
-    lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots - 1);
-  });
-  EXPECT_EQ(diLockShared(fd_, kBase), 0);
-  EXPECT_EQ(locktest::procLocks(file_, getpid()).at(0).start, kFirstSlot + kSlots - 1);
+  using Fn = void (*)(int);
+  const Fn nobody = [](int) {};
+  const Fn exclusive = [](int fd) { diLockExclusive(fd, kBase); };
+  const Fn shared = [](int fd) { diLockShared(fd, kBase); };
+  const Fn allSlots = [](int fd) { lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots); };
+  const Fn allButLast = [](int fd) { lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots - 1); };
+  const Fn indexByte = [](int fd) { lockRange(fd, F_SETLK, F_WRLCK, VLN_IDX_LOCK_BYTE, 1); };
+  using Call = int (*)(int);
+  const Call useShared = [](int fd) { return diLockShared(fd, kBase); };
+  const Call useExcl = [](int fd) { return diLockExclusive(fd, kBase); };
+  const Call checkExcl = [](int fd) { return diCheckExclusive(fd, kBase); };
+  const Call indexShared = [](int fd) { return diLockIndexShar(fd, kBase); };
+  const Call indexExcl = [](int fd) { return diLockIndexExcl(fd, kBase); };
+  const struct {
+    const char* what;
+    Fn hold;
+    Call call;
+    int answer;
+    long mine;
+  } cases[] = {
+      {"shared alone", nobody, useShared, 0, kFirstSlot},
+      {"shared against exclusive", exclusive, useShared, -1, -1},
+      {"exclusive against shared", shared, useExcl, -1, -1},
+      {"second shared", shared, useShared, 0, kFirstSlot + 1},
+      {"all slots taken", allSlots, useShared, -1, -1},
+      {"last slot free", allButLast, useShared, 0, kFirstSlot + kSlots - 1},
+      {"check against exclusive", exclusive, checkExcl, 1, -1},
+      {"check alone", nobody, checkExcl, 0, -1},
+      {"index shared against exclusive", indexByte, indexShared, -1, -1},
+      {"index exclusive against exclusive", indexByte, indexExcl, -1, -1},
+      {"index exclusive alone", nobody, indexExcl, 0, VLN_IDX_LOCK_BYTE},
+  };
+  alarm(locktest::kWatchdogMs / 1000);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Holder other = holding(c.hold);
+    const int fd = open(file_.c_str(), O_RDWR);
+    EXPECT_EQ(c.call(fd), c.answer);
+    const auto mine = locktest::procLocks(file_, getpid());
+    EXPECT_EQ(mine.empty() ? -1 : mine[0].start, c.mine);
+    EXPECT_LE(mine.size(), 1u);
+    close(fd);  // drops this process's locks on the file
+  }
+  alarm(0);
 }
 
 // Parent holds A and asks for B while a child holding B waits for A: the
@@ -125,7 +123,7 @@ TEST_F(dbLockPrimitives, DeadLockLadderAndSectionFallback)
       },
       [&] { lockRange(fdA, F_SETLKW, F_WRLCK, 0, 2); });
   ASSERT_TRUE(locktest::waitUntilBlocked(mine, waiter.pid()));
-  locktest::Watchdog watchdog("the dead-lock ladder");
+  alarm(locktest::kWatchdogMs / 1000);
   vlnRetryFcntlSec = 0;
   EXPECT_EQ(vlnFCNTLlock(F_SETLKW, F_WRLCK, 0, 2, fdB, nullptr), -1);
   EXPECT_EQ(vlnFCNTLerrno, EDEADLK);
@@ -133,9 +131,10 @@ TEST_F(dbLockPrimitives, DeadLockLadderAndSectionFallback)
   EXPECT_EQ(diReadLock(fdB), -1);
   EXPECT_EQ(vlnFCNTLerrno, EDEADLK);
   vlnRetryFcntlSec = 1;
-  const double t0 = monotonic();
+  const double t0 = locktest::monotonic();
   EXPECT_EQ(vlnFCNTLlock(F_SETLKW, F_WRLCK, 0, 2, fdB, nullptr), -1);
-  EXPECT_GE(monotonic() - t0, 1.0) << "a second of insisting";
+  EXPECT_GE(locktest::monotonic() - t0, 1.0) << "a second of insisting";
+  alarm(0);
   lockRange(fd_, F_SETLK, F_UNLCK, 0, 2);  // lets the waiter through
   close(fdB);
 }
@@ -145,30 +144,19 @@ TEST_F(dbLockPrimitives, LocalLockNamesTheHolderOfTheSectionBytes)
   int type = 0, from = -1, to = -1, pid = 0;
   EXPECT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 1);
   const struct {
-    int type;
-    long start, len;
-    int from, to;
-  } held[] = {{F_WRLCK, 1, 1, 1, 1}, {F_WRLCK, 0, 2, 0, 1}, {F_RDLCK, 0, 1, 0, 0}};
+    void (*hold)(int fd);
+    int type, from, to;
+  } held[] = {{[](int fd) { lockRange(fd, F_SETLK, F_WRLCK, 1, 1); }, F_WRLCK, 1, 1},
+              {[](int fd) { lockRange(fd, F_SETLK, F_WRLCK, 0, 2); }, F_WRLCK, 0, 1},
+              {[](int fd) { lockRange(fd, F_SETLK, F_RDLCK, 0, 1); }, F_RDLCK, 0, 0}};
   for (const auto& h : held) {
-    Holder holder = holding(h.type, h.start, h.len);
+    Holder holder = holding(h.hold);
     ASSERT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 0);
     EXPECT_EQ(type, h.type);
     EXPECT_EQ(from, h.from);
     EXPECT_EQ(to, h.to);
     EXPECT_EQ(pid, holder.pid());
   }
-}
-
-TEST_F(dbLockPrimitives, IndexOpenLocksNeverWait)
-{
-  Holder h = holding(F_WRLCK, VLN_IDX_LOCK_BYTE, 1);
-  {
-    locktest::Watchdog watchdog("an index open lock waited for its holder");
-    EXPECT_EQ(diLockIndexShar(fd_, kBase), -1);
-    EXPECT_EQ(diLockIndexExcl(fd_, kBase), -1);
-  }
-  h.release();
-  EXPECT_EQ(diLockIndexExcl(fd_, kBase), 0);
 }
 
 TEST_F(dbLockPrimitives, EveryPrimitiveKeepsTheFilePosition)
@@ -191,19 +179,16 @@ TEST_F(dbLockPrimitives, TraceFileStartsWithItsHeadingOnlyWhenTracing)
 {
   const locktest::InDir inDir(dir_.path(""));
   const std::string log = dir_.path(std::to_string(vlnAppPid) + ".errlog");
-  Holder excl([f = file_] {
-    const int fd = open(f.c_str(), O_RDWR);
-    diLockExclusive(fd, kBase);
-  });
+  Holder excl = holding([](int fd) { diLockExclusive(fd, kBase); });
   diLockShared(fd_, kBase);
   EXPECT_FALSE(std::ifstream(log).good()) << "level 0 writes nothing";
   vlnFCNTLprot = 2;
   diLockShared(fd_, kBase);
   std::ifstream in(log);
-  std::string first, text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  first = text.substr(0, text.find('\n'));
-  EXPECT_EQ(first, "Pid=" + std::to_string(vlnAppPid) + " vlnRetryFcntlSec=" +
-                       std::to_string(vlnRetryFcntlSec) + "  vlnFCNTLprot=2 vlnFCNTLlockfOnly=0");
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text.substr(0, text.find('\n')),
+            "Pid=" + std::to_string(vlnAppPid) + " vlnRetryFcntlSec=" +
+                std::to_string(vlnRetryFcntlSec) + "  vlnFCNTLprot=2 vlnFCNTLlockfOnly=0");
   EXPECT_NE(text.find("diLockShared("), std::string::npos);
   // The listing of the file's locks shows the exclusive holder's range.
   EXPECT_NE(text.find(std::to_string(excl.pid())), std::string::npos);

@@ -1,16 +1,11 @@
-// memdriver.cpp -- the MEM driver: a dataserver subclass over in-memory rows.
-//
-// MEMQUICKNEW makes the same driver with the two quick field methods an
-// area calls instead of sending fieldget and fieldput.
-// The object has the data-server layout: variables in slots 2..43 wired to
-// the access and assign slots, and the driver state behind slot 50, headed
-// by the VlnDriverHead that holds the table's error object.  Record
-// position and flags live in the state.  Fields are announced driver-backed,
-// so that a field read goes through fieldget and a write through fieldput;
-// 'C' fields also get a buffer that mirrors the current record.
-//
-// Methods that may report through diError hold nothing with a destructor
-// while they do: the error block may BREAK out of them.
+// memdriver.cpp -- the MEM driver: a dataserver subclass over in-memory rows
+// (MEMQUICKNEW adds the quick field methods).  The object has the
+// data-server layout; the driver state behind slot 50 starts with the
+// VlnDriverHead that holds the table's error object.  Fields are announced
+// driver-backed, so reads go through fieldget and writes through fieldput;
+// 'C' fields also get a buffer that mirrors the current record.  Methods
+// that may report through diError hold nothing with a destructor while
+// they do: the error block may BREAK out of them.
 #include "memdriver.h"
 
 #include <algorithm>
@@ -32,7 +27,6 @@ namespace {
 constexpr char kModule[] = "memdriver";
 constexpr size_t kAliasSize = 16;
 constexpr int kTypeMismatch = 317;
-constexpr int kReplaceOnEof = 322;
 constexpr int kOpenFailed = 101;
 
 struct Table {
@@ -40,12 +34,7 @@ struct Table {
   std::vector<memdrv::Row> rows;
 };
 
-std::map<std::string, std::shared_ptr<Table>>& tables()
-{
-  static std::map<std::string, std::shared_ptr<Table>> t;
-  return t;
-}
-
+std::map<std::string, std::shared_ptr<Table>> g_tables;
 
 // The driver state; the head comes first, as diError expects.
 struct MemState {
@@ -147,19 +136,13 @@ var* cell_value(const memdrv::Field& f, const memdrv::Value* cell)
       return set_Cvar(v, text.c_str(), f.len);
     }
     case 'L': return set_lv(cell ? std::get<bool>(*cell) : false);
-    case 'D': return set_dv(cell ? static_cast<int32_t>(std::get<double>(*cell)) : 0);
     default: return set_nv(cell ? std::get<double>(*cell) : 0.0, f.dec);
   }
 }
 
 bool type_fits(char field, char value)
 {
-  switch (field) {
-    case 'C': return value == 'C' || value == 'M';
-    case 'L': return value == 'L';
-    case 'D': return value == 'D';
-    default: return value == 'N' || value == 'F' || value == 'I';
-  }
+  return vlnInSet(field == 'C' ? "CM" : field == 'L' ? "L" : "NFI", value);
 }
 
 memdrv::Value to_cell(const memdrv::Field& f, var* v)
@@ -171,7 +154,6 @@ memdrv::Value to_cell(const memdrv::Field& f, var* v)
       return text;
     }
     case 'L': return vlnLogVar(v) != 0;
-    case 'D': return static_cast<double>(VINT(v));
     default: return vlnNumVar(v);
   }
 }
@@ -190,13 +172,9 @@ var* mem_init(int argc, var** argv)
   vlnDriverHeadInit(&s->head);
   const bool stay = argc > 6 && argv[6]->Type == 'L' && !vlnLogVar(argv[6]);
   if (!stay) vlnSelect(set_Iv(0), 0);
-  if (argc < 2 || argv[1]->Type == 'U') return self;
-  if (!is_text(argv[1])) {
-    diError(self, diMN_init, kTypeMismatch, VL_SEV_RUNTIME, diEM_opndbfile, kModule, __LINE__);
-    return self;
-  }
-  auto it = tables().find(table_key(VSTR(argv[1])));
-  if (it == tables().end()) {
+  if (argc < 2 || !is_text(argv[1])) return self;
+  auto it = g_tables.find(table_key(VSTR(argv[1])));
+  if (it == g_tables.end()) {
     diError(self, diMN_init, kOpenFailed, VL_SEV_IO, VSTR(argv[1]), kModule, __LINE__);
     return self;
   }
@@ -235,31 +213,27 @@ var* mem_axit(int argc, var** argv)
   return TRUE_VAR;
 }
 
-var* mem_gotop(int argc, var** argv)
+// The numeric argument, or otherwise.
+int32_t int_arg(int argc, var** argv, int32_t otherwise)
 {
-  position(state_of(argv[0]), 1);
-  return TRUE_VAR;
+  return argc > 1 && vlnInSet("NFI", argv[1]->Type) ? vlnIntVar(argv[1]) : otherwise;
 }
 
+var* mem_gotop(int argc, var** argv) { return position(state_of(argv[0]), 1), TRUE_VAR; }
 var* mem_gobottom(int argc, var** argv)
 {
-  MemState* s = state_of(argv[0]);
-  position(s, last_rec(s));
-  return TRUE_VAR;
+  return position(state_of(argv[0]), last_rec(state_of(argv[0]))), TRUE_VAR;
 }
-
 var* mem_goto(int argc, var** argv)
 {
-  MemState* s = state_of(argv[0]);
-  const int32_t n = argc > 1 && vlnInSet("NFI", argv[1]->Type) ? vlnIntVar(argv[1]) : 0;
-  position(s, n >= 1 ? n : last_rec(s) + 1);
-  return TRUE_VAR;
+  const int32_t n = int_arg(argc, argv, 0);
+  return position(state_of(argv[0]), n >= 1 ? n : last_rec(state_of(argv[0])) + 1), TRUE_VAR;
 }
 
 var* mem_skip(int argc, var** argv)
 {
   MemState* s = state_of(argv[0]);
-  const int32_t n = argc > 1 && vlnInSet("NFI", argv[1]->Type) ? vlnIntVar(argv[1]) : 1;
+  const int32_t n = int_arg(argc, argv, 1);
   ++memdrv::counters().skips;
   memdrv::counters().last_skip = n;
   if (n != 0) position(s, s->recno + n);
@@ -284,22 +258,17 @@ var* mem_fieldget(int argc, var** argv)
   return get_field(s, field_arg(s, argc, argv));
 }
 
-// Store value into field n (1-based, 0: none): the value stored, or FALSE
-// after a report.
+// Store value into field n (1-based, 0: none) of the current record: the
+// value stored, or FALSE (at EOF quietly, after a report for a wrong type).
 var* put_field(var* self, int32_t n, var* value)
 {
   MemState* s = state_of(self);
-  if (n == 0 || !value) return FALSE_VAR;
+  if (n == 0 || !value || s->recno > last_rec(s)) return FALSE_VAR;
   const char ftype = s->table->fields[n - 1].type;
-  char text[256];
   if (!type_fits(ftype, value->Type)) {
+    char text[256];
     std::snprintf(text, sizeof text, diEM_typmism, value->Type, ftype);
     diError(self, diMN_fldput, kTypeMismatch, VL_SEV_RUNTIME, text, kModule, __LINE__);
-    return FALSE_VAR;
-  }
-  if (s->recno > last_rec(s)) {
-    std::snprintf(text, sizeof text, diEM_eofrpl, s->alias);
-    diError(self, diMN_fldput, kReplaceOnEof, VL_SEV_RUNTIME, text, kModule, __LINE__);
     return FALSE_VAR;
   }
   s->table->rows[s->recno - 1][n - 1] = to_cell(s->table->fields[n - 1], value);
@@ -446,7 +415,7 @@ void define(const std::string& name, const std::vector<Field>& fields, const std
   for (Row& r : t->rows)
     for (size_t i = 0; i < r.size() && i < fields.size(); ++i)
       if (fields[i].type == 'C') std::get<std::string>(r[i]).resize(fields[i].len, ' ');
-  tables()[table_key(name)] = t;
+  g_tables[table_key(name)] = t;
 }
 
 bool open(const std::string& name)

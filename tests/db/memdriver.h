@@ -18,14 +18,14 @@
 
 namespace memdrv {
 
-// One column: type 'C', 'N', 'L' or 'D' (a day number), with its width.
+// One column: type 'C', 'N' or 'L', with its width.
 struct Field {
   std::string name;
   char type;
   int len;
   int dec;
 };
-// One cell: text for 'C', number for 'N' and 'D', logical for 'L'.
+// One cell: text for 'C', number for 'N', logical for 'L'.
 using Value = std::variant<std::string, double, bool>;
 using Row = std::vector<Value>;
 

@@ -86,41 +86,6 @@ TEST_F(Dataserver, EveryMessageReportsAndReturnsTheObject)
   }
 }
 
-TEST_F(Dataserver, VariablesGoThroughTheirAccessAndAssignMessages)
-{
-  var* obj = make();
-  vlnDoInstance(obj, "eof", VLN_IV_EOF, 0, nullptr);
-  expect_report(344, "does not define instance 'eof'");
-  vlnDoInstance(obj, "filter", VLN_IV_FILTER, 0, set_cv("x > 1"));
-  expect_report(344, "does not define instance 'filter'");
-  // setfound has an assign message only: a read finds no access.
-  vlnDoInstance(obj, "setfound", VLN_IV_SETFOUND, 0, nullptr);
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_EQ(reports()[0].code, 344);
-  reports().clear();
-  // cargo is a plain variable.
-  vlnDoInstance(obj, "cargo", VLN_IV_CARGO, 0, set_nv(7, 0));
-  EXPECT_EQ(vlnNumVar(vlnDoInstance(obj, "cargo", VLN_IV_CARGO, 0, nullptr)), 7);
-  EXPECT_TRUE(reports().empty());
-}
-
-TEST_F(Dataserver, UnknownNamesLandInTheFallbacks)
-{
-  var* obj = make();
-  var* args[] = {obj, set_cv("extra")};
-  var* r = vlnNoDoMethod("frobnicate", 0, 2, args);
-  EXPECT_EQ(VARR(r), VARR(obj));
-  expect_report(343, "Class 'dataserver' does not define method 'frobnicate'");
-  r = vlnNoIVar(obj, "nosuchvar", 0, nullptr);
-  EXPECT_EQ(VARR(r), VARR(obj));
-  expect_report(344, "Class 'dataserver' does not define instance 'nosuchvar'");
-  vlnNoIVar(obj, "nosuchvar", 0, ONE_VAR);
-  expect_report(344, "does not define instance 'nosuchvar'");
-  // By name, a known message takes its own slot.
-  vlnNoDoMethod("SEEK", 0, 1, args);
-  expect_report(343, "does not define method 'seek'");
-}
-
 TEST_F(Dataserver, InstancesShareOneMethodArray)
 {
   var* a = make();

@@ -72,7 +72,6 @@ class DiError : public vltest::VlTest {
   void SetUp() override
   {
     VlTest::SetUp();
-    capture_ = vln_error_handler;
     vln_error_handler = vln_default_error_handler;  // through the error block
     g = BlockSaw{};
     memdrv::define("people", {{"name", 'C', 8, 0}, {"age", 'N', 3, 0}},
@@ -89,7 +88,6 @@ class DiError : public vltest::VlTest {
     var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(fn), 1, static_cast<var*>(nullptr));
     _bb_errorblock(1, &block);
   }
-  void (*capture_)(const VlnErrReport*) = nullptr;  // the fixture's handler
 };
 
 TEST_F(DiError, TheErrorBlockReceivesTheFilledObject)
@@ -168,17 +166,6 @@ TEST_F(DiError, CodesLevelsAndErrstat)
   errstat = 1;
   EXPECT_EQ(g.calls, 1);
   EXPECT_EQ(last_errno, 101);
-}
-
-TEST_F(DiError, AReplacedHandlerGetsTheDriverReport)
-{
-  vln_error_handler = capture_;
-  ASSERT_TRUE(memdrv::open("people"));
-  var* args[] = {vlnSelectedArea->obj, set_nv(2, 0), set_cv("x")};
-  vlnDoMethod("fieldput", VLN_DS_FIELDPUT, 0, 3, args);
-  ASSERT_EQ(reports().size(), 1u);
-  EXPECT_EQ(reports()[0].code, 317);
-  EXPECT_EQ(reports()[0].description, "DBFIDX:FieldPut();type mismatch: 'C' <> 'N';317 (Illegal type)");
 }
 
 TEST_F(DiError, AnObjectWithoutDriverStateGetsAFreshObjectEachTime)

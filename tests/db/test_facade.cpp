@@ -56,9 +56,7 @@ struct EmptyCase {
 // neutral value.
 const EmptyCase kEmpty[] = {
     {"DBSEEK", _bb_dbseek, true, ".F."},          {"DBAPPEND", _bb_dbappend, false, ".F."},
-    {"ORDLISTADD", _bb_ordlistadd, false, ".F."}, {"FOUND", _bb_found, false, ".F."},
     {"ORDSETFOCUS", _bb_ordsetfocu, false, "#0"}, {"DBSETLOCATE", _bb_dbsetlocat, false, ".F."},
-    {"DBSETRELATION", _bb_dbsetrelat, false, ".F."}, {"ISDBEXCL", _bb_isdbexcl, false, ".F."},
     {"DBRSELECT", _bb_dbrselect, false, "#0"},    {"INDEXNAMES", _bb_indexnames, false, "A0"},
     {"DBF", _bb_dbf, false, "\"\""},
     // send, report
@@ -69,7 +67,6 @@ const EmptyCase kEmpty[] = {
     {"FIELDNAME", _bb_fieldname, false, "\"\""}, {"INDEXCHECK", _bb_indexcheck, false, "#-1"},
     {"DBSTRUCT", _bb_dbstruct, false, "NIL"},
     // read a variable
-    {"EOF", _bb_eof, false, ".F."},               {"ALIAS", _bb_alias, false, "\"\""},
     {"RECNO", _bb_recno, false, "#0"},            {"LUPDATE", _bb_lupdate, false, "D0"},
     {"DBGETLOCATE", _bb_dbgetlocat, false, "NIL"},
 };
