@@ -52,28 +52,14 @@ double monotonic()
   return ts.tv_sec + ts.tv_nsec / 1e9;
 }
 
-ScratchDir::ScratchDir()
+std::string table(const std::string& file)
 {
-  char tmpl[] = "/tmp/vl-locks-XXXXXX";
-  dir_ = mkdtemp(tmpl);
-}
-
-ScratchDir::~ScratchDir()
-{
-  std::filesystem::remove_all(dir_);
-}
-
-std::string ScratchDir::table(const std::string& name, int records) const
-{
-  std::vector<unsigned char> bytes(kHeaderLen + records * kRecordLen, ' ');
-  std::fill(bytes.begin(), bytes.begin() + kHeaderLen, 0);
+  std::string bytes = std::string(kHeaderLen, '\0') + std::string(kRecords * kRecordLen, ' ');
   bytes[0] = 3;
-  bytes[4] = static_cast<unsigned char>(records);
+  bytes[4] = kRecords;
   bytes[8] = kHeaderLen;
   bytes[10] = kRecordLen;
-  const std::string file = path(name);
-  std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                              static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(file, std::ios::binary) << bytes;
   return file;
 }
 

@@ -1,5 +1,5 @@
 // lockharness.h -- helpers for lock tests that run several processes on one
-// file: scratch tables, lock-tool processes, helper children, and probes of
+// file: tables, lock-tool processes, helper children, and probes of
 // the locks other processes hold (F_GETLK from a process that holds none,
 // and /proc/locks).  Nothing is judged by how long it took: a lock that must
 // not wait is one whose holder never lets go, so if it waited it would wait
@@ -21,21 +21,12 @@ namespace locktest {
 
 constexpr int kHeaderLen = 66;  // a DBF header with one field
 constexpr int kRecordLen = 10;
+constexpr int kRecords = 10;
 constexpr int kWatchdogMs = 30000;  // only a hang takes this long
 
-// A scratch directory, removed with its files at the end.
-class ScratchDir {
- public:
-  ScratchDir();
-  ~ScratchDir();
-  // Path of a file in the directory.
-  std::string path(const std::string& name) const { return dir_ + "/" + name; }
-  // Make a table with a DBF-like header (record geometry in bytes 8..11).
-  std::string table(const std::string& name, int records = 10) const;
-
- private:
-  std::string dir_;
-};
+// Write a table of kRecords records with a DBF-like header (record
+// geometry in bytes 8..11) to file, which it returns.
+std::string table(const std::string& file);
 
 // Makes dir the current directory for its lifetime.
 class InDir {
