@@ -297,23 +297,6 @@ var* mem_quickput(int argc, var** argv)
   return put_field(argv[0], field_of(argv[1]), argv[2]);
 }
 
-var* mem_fieldname(int argc, var** argv)
-{
-  MemState* s = state_of(argv[0]);
-  const int32_t n = field_arg(s, argc, argv);
-  return set_Cvar(cre_tmpvar(), n ? s->table->fields[n - 1].name.c_str() : "", -1);
-}
-
-var* mem_fieldpos(int argc, var** argv)
-{
-  MemState* s = state_of(argv[0]);
-  if (argc < 2 || !is_text(argv[1])) return set_Iv(0);
-  const std::string wanted = upper(VSTR(argv[1]));
-  for (int32_t i = 0; i < field_count(s); ++i)
-    if (upper(s->table->fields[i].name) == wanted) return set_Iv(i + 1);
-  return set_Iv(0);
-}
-
 var* mem_bof(var* obj) { return set_lv(state_of(obj)->bof); }
 var* mem_eof(var* obj) { return set_lv(state_of(obj)->eof); }
 var* mem_recno(var* obj) { return set_Iv(state_of(obj)->recno); }
@@ -335,7 +318,6 @@ const Impl kImpl[] = {
     VL_M(VLN_DS_GOTOP, mem_gotop),       VL_M(VLN_DS_GOBOTTOM, mem_gobottom),
     VL_M(VLN_DS_GOTO, mem_goto),         VL_M(VLN_DS_SKIP, mem_skip),
     VL_M(VLN_DS_FIELDGET, mem_fieldget), VL_M(VLN_DS_FIELDPUT, mem_fieldput),
-    VL_M(VLN_DS_FIELDNAME, mem_fieldname), VL_M(VLN_DS_FIELDPOS, mem_fieldpos),
     VL_M(VLN_DS_BOF_AC, mem_bof),        VL_M(VLN_DS_EOF_AC, mem_eof),
     VL_M(VLN_DS_RECNO_AC, mem_recno),    VL_M(VLN_DS_LASTREC_AC, mem_lastrec),
     VL_M(VLN_DS_RECCOUNT_AC, mem_lastrec), VL_M(VLN_DS_FCOUNT_AC, mem_fcount),

@@ -41,11 +41,9 @@ class Dataserver : public vltest::VlTest {
 TEST_F(Dataserver, ClassRecordIsSortedAndIndexedBySlot)
 {
   const VlnClassRow* cls = DataserverStruct;
-  EXPECT_EQ(std::string(vlnClassName(cls)), "dataserver");
   for (int32_t i = 0; i < VLN_IV_COUNT; ++i) {
     const VlnClassRow& row = cls[2 + i];
     EXPECT_EQ(row.w2, 2 + i);
-    EXPECT_EQ(row.w4, std::string(row_name(row)) == "cargo" ? 'E' : 'A') << row_name(row);
     EXPECT_TRUE(i == 0 || vlnStrNLCmp(row_name(cls[1 + i]), row_name(row), 250) < 0) << i;
   }
   for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) {
@@ -92,7 +90,6 @@ TEST_F(Dataserver, InstancesShareOneMethodArray)
   var* b = make();
   EXPECT_EQ(VARR(VARR(a)->A_vec[1]), VARR(VARR(b)->A_vec[1]));
   EXPECT_EQ(VARR(VARR(a)->A_vec[1]), VARR(vlnDataserverCollectMethods()));
-  EXPECT_EQ(vlnDataserverMethod(VLN_DS_SLOT_COUNT), nullptr);
 }
 
 }  // namespace
