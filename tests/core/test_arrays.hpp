@@ -26,37 +26,8 @@ inline var* memo(const char* text)
   return v;
 }
 
-// The value as the tests write it: 1, 2.5, "a", .T., NIL, D5, {1, {2}}.
-inline std::string show(var* v)
-{
-  char buf[64];
-  switch (v->Type) {
-    case 'N':
-    case 'F':
-      std::snprintf(buf, sizeof buf, "%g", VDBL(v));
-      return buf;
-    case 'I':
-      return std::to_string(VINT(v));
-    case 'D':
-      return "D" + std::to_string(VINT(v));
-    case 'L':
-      return VINT(v) ? ".T." : ".F.";
-    case 'C':
-      return "\"" + vltest::str(v) + "\"";
-    case 'M':
-      return "M\"" + vltest::str(v) + "\"";
-    case 'A': {
-      std::string s = "{";
-      for (uint32_t i = 0; i < VARR(v)->A_size; ++i)
-        s += (i ? ", " : "") + show(VARR(v)->A_vec[i]);
-      return s + "}";
-    }
-    case 'U':
-      return "NIL";
-    default:
-      return std::string(1, v->Type);
-  }
-}
+// The value as the expression rows show it.
+inline std::string show(var* v) { return vltest::shown(v); }
 
 // Fixture: the error capture of VlTest, plus variables (non-temporary
 // records, as a LOCAL of a program would be) released at the end.

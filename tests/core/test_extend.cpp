@@ -67,9 +67,7 @@ TEST_F(Extend, TypeFlagsOfEveryTypeAndTheByReferenceBit)
   }
   Args two{NIL_VAR, NIL_VAR};
   EXPECT_EQ(_parinfo(0), 2);
-  EXPECT_EQ(_parinfa(0), 2);
   EXPECT_EQ(_parinfo(3), VL_EXT_NONE);
-  EXPECT_EQ(_parinfo(-1), VL_EXT_NONE);
   Args none{};
   EXPECT_EQ(_parinfo(0), 0);
   EXPECT_EQ(_parinfo(1), VL_EXT_NONE);

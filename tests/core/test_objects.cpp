@@ -1,5 +1,7 @@
 // Classes and dispatch: a small class pair built the way generated code
-// builds classes, sent messages by slot and by name.
+// builds classes, sent messages by slot and by name; the by-name fallbacks,
+// evaluator blocks as methods, long argument lists and BREAK out of a
+// method.
 #include <csetjmp>
 #include <string>
 
@@ -13,9 +15,14 @@ namespace {
 using vltest::str;
 
 // Method indices of the dog class, in class-record order.
-enum { kAxit, kInit, kNameAc, kNameAs, kNoMethod, kSpeakBase, kSpeakDog, kMethodCount };
-// Slots of a dog: legs, name (special), the stored name.
-enum { kLegs = 2, kName = 3, kStoredName = 4, kDogSlots = 3 };
+enum {
+  kAxit, kDouble, kInit, kNameAc, kNameAs, kNoIvarGet, kNoIvarPut, kNoMethod,
+  kSpeakBase, kSpeakDog, kWide, kMethodCount
+};
+// Slots of a dog: legs, name (special), the stored name, contents, hidden
+// (special, without methods).
+enum { kLegs = 2, kName = 3, kStoredName = 4, kContents = 5, kHidden = 6, kDogSlots = 5 };
+constexpr int kWideArgs = 20;
 
 int g_axit_calls = 0;
 std::string g_axit_log;          // the legs of each dog whose axit ran
@@ -24,20 +31,29 @@ int g_access_calls = 0;
 int g_assign_calls = 0;
 std::string g_nomethod_name;
 int g_nomethod_argc = 0;
+std::string g_get_name, g_put_name;
+double g_put_value = 0;
+int g_wide_argc = 0;
 
 const VlnClassRow kDogClass[] = {
-    {'O', 2, kMethodCount, 3},
-    {reinterpret_cast<intptr_t>("animal"), 2, 6, 0},
-    {reinterpret_cast<intptr_t>("dog"), 2, 1, 0},
+    {'O', 4, kMethodCount, 3},
+    {reinterpret_cast<intptr_t>("animal"), 4, kMethodCount - 1, 0},
+    {reinterpret_cast<intptr_t>("dog"), 4, 1, 0},
+    {reinterpret_cast<intptr_t>("contentsxyz"), kContents, 0, 'E'},
+    {reinterpret_cast<intptr_t>("hidden"), kHidden, 0, 'A'},
     {reinterpret_cast<intptr_t>("legs"), kLegs, 0, 'E'},
     {reinterpret_cast<intptr_t>("name"), kName, 0, 'A'},
     {reinterpret_cast<intptr_t>("axit"), kAxit, 0, 'M'},
+    {reinterpret_cast<intptr_t>("doubleitwithalongname"), kDouble, 0, 'M'},
     {reinterpret_cast<intptr_t>("init"), kInit, 0, 'M'},
     {reinterpret_cast<intptr_t>("name"), kNameAc, 0, 'A'},
     {reinterpret_cast<intptr_t>("name"), kNameAs, 0, '='},
+    {reinterpret_cast<intptr_t>("noivarget"), kNoIvarGet, 0, 'M'},
+    {reinterpret_cast<intptr_t>("noivarput"), kNoIvarPut, 0, 'M'},
     {reinterpret_cast<intptr_t>("nomethod"), kNoMethod, 0, 'M'},
     {reinterpret_cast<intptr_t>("speak"), kSpeakBase, 0, 'M'},
     {reinterpret_cast<intptr_t>("speak"), kSpeakDog, 1, 'M'},
+    {reinterpret_cast<intptr_t>("wide"), kWide, 0, 'M'},
 };
 
 // A class with one plain instance variable and no methods at all.
@@ -102,6 +118,26 @@ var* dog_speak(int argc, var** argv)
   VL_RETURN(r);
 }
 
+var* dog_noivarget(int argc, var** argv)
+{
+  g_get_name = str(argv[1]);
+  return set_cv("got");
+}
+
+var* dog_noivarput(int argc, var** argv)
+{
+  g_put_name = str(argv[1]);
+  g_put_value = vlnNumVar(argv[2]);
+  return argv[2];
+}
+
+// Counts its arguments, then BREAKs with the last one.
+var* dog_wide(int argc, var** argv)
+{
+  g_wide_argc = argc;
+  return _bb_break(1, &argv[argc - 1]);
+}
+
 var* dog_collect_methods()
 {
   static var* methods = nullptr;
@@ -114,6 +150,10 @@ var* dog_collect_methods()
   vlnAddMethod(methods, kNoMethod, reinterpret_cast<AnyFn>(dog_nomethod), 0);
   vlnAddMethod(methods, kSpeakBase, reinterpret_cast<AnyFn>(animal_speak), 0);
   vlnAddMethod(methods, kSpeakDog, reinterpret_cast<AnyFn>(dog_speak), 0);
+  vlnAddMethod(methods, kNoIvarGet, reinterpret_cast<AnyFn>(dog_noivarget), 0);
+  vlnAddMethod(methods, kNoIvarPut, reinterpret_cast<AnyFn>(dog_noivarput), 1);
+  vlnAddMethod(methods, kWide, reinterpret_cast<AnyFn>(dog_wide), 0);
+  cpy_var(VARR(methods)->A_vec[kDouble], exp_eval("{|o, x| x * 2}"));
   return methods;
 }
 
@@ -123,6 +163,7 @@ var* dog_new(int argc, var** argv)
   var* obj = set_Ov(kDogSlots, kDogClass, dog_collect_methods());
   vlnSetDefault(obj, kLegs, 'N', nullptr);
   vlnDoSpecial(obj, kName, kStoredName, kNameAc, kNameAs);
+  vlnDoSpecial(obj, kHidden, -1, -1, -1);
   VL_RETURN_T(vlnDoInit(obj, argc, argv), 'O');
 }
 
@@ -131,8 +172,10 @@ class Objects : public vltest::VlTest {
   void SetUp() override
   {
     VlTest::SetUp();
-    g_axit_calls = g_access_calls = g_assign_calls = g_nomethod_argc = 0;
+    g_axit_calls = g_access_calls = g_assign_calls = g_nomethod_argc = g_wide_argc = 0;
     g_nomethod_name.clear();
+    g_get_name.clear();
+    g_put_name.clear();
     g_axit_log.clear();
     g_on_axit = nullptr;
   }
@@ -296,6 +339,63 @@ TEST_F(Objects, ABreakOutOfAnAxitLeavesTheRestPending)
   del_var(array_of({}));
   EXPECT_EQ(g_axit_log, "2 1 ");
   vln_fn_end(&f, 'U');
+}
+
+// Unknown names go to noivarget/noivarput; instance names count ten
+// characters, method names more; a special slot with no stored value and no
+// methods is closed to outsiders without asking the fallback.
+TEST_F(Objects, NamesAndTheNoivarFallbacks)
+{
+  var* dog = new_dog(4);
+  EXPECT_EQ(str(vlnNoIVar(dog, "missing", 0, nullptr)), "got");
+  vlnNoIVar(dog, "other", 0, set_nv(4, 0));
+  EXPECT_EQ(g_get_name + " " + g_put_name + " " + std::to_string(g_put_value), "missing other 4.000000");
+  vlnNoIVar(dog, "contentsxyQQQ", 0, set_nv(1, 0));  // differs after 10
+  EXPECT_EQ(VDBL(vlnGetObj(dog, kContents)), 1.0);
+  var* args[] = {dog, set_nv(21, 0)};
+  EXPECT_EQ(vlnNumVar(vlnNoDoMethod("doubleitwithalongname", 0, 2, args)), 42.0);
+  EXPECT_EQ(vlnNumVar(vlnNoDoMacroMethod("  DoubleItWithALongName ", 0, 2, args)), 42.0);
+  EXPECT_EQ(last_code(), 0);
+  g_get_name.clear();
+  EXPECT_EQ(vlnNoIVar(dog, "hidden", 0, nullptr), NIL_VAR);
+  EXPECT_EQ(last_code(), 344);
+  EXPECT_EQ(g_get_name, "");
+}
+
+TEST_F(Objects, BreakOutOfAMethodWithALongArgumentList)
+{
+  var* dog = new_dog(4);
+  var* got = cre_tmpvar();
+  {
+    int argc = 0;
+    var** argv = nullptr;
+    (void)argv;
+    VL_BEGIN("box.prg", "caller");
+    VL_BEGIN_SEQUENCE
+      var* vec[kWideArgs + 1] = {dog};
+      for (int i = 1; i <= kWideArgs; ++i) vec[i] = set_nv(i, 0);
+      vlnNoDoMethod("wide", 0, kWideArgs + 1, vec);
+    VL_RECOVER(got)
+    VL_END_SEQUENCE;
+    vln_fn_end(&vl_frame_, 'U');
+  }
+  EXPECT_EQ(g_wide_argc, kWideArgs + 1);
+  EXPECT_EQ(vlnNumVar(got), static_cast<double>(kWideArgs));
+  EXPECT_EQ(glob_sequencebuf, nullptr);
+}
+
+TEST_F(Objects, PropertiesAndMethodWords)
+{
+  var* dog = new_dog(4);
+  EXPECT_EQ(vltest::shown(_bb_isobjprope(1, &dog)), "{{CONTENTSXYZ, .T.}, {LEGS, .T.}}");
+  EXPECT_EQ(vl_call(_bb_isobjprope, {dog, set_cv("hidden")}), TRUE_VAR);
+  EXPECT_EQ(vl_call(_bb_isobjprope, {dog, set_cv("wide"), set_nv(4, 0)}), TRUE_VAR);
+  EXPECT_EQ(vl_call(_bb_isobjprope, {dog, set_cv("wide")}), FALSE_VAR);
+  EXPECT_EQ(vlnGetMethod(dog, "wide", kWide), reinterpret_cast<AnyFn>(dog_wide));
+  EXPECT_EQ(vlnGetMethod(dog, "gone", 99), NILCB_VAR->Value.w2.fn);
+  EXPECT_EQ(last_code(), 343);
+  EXPECT_EQ(vlnGetObj(dog, kHidden + 1), NIL_VAR);
+  EXPECT_EQ(last_code(), 409);
 }
 
 }  // namespace

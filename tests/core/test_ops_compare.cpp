@@ -68,7 +68,6 @@ const ValueRow kValueRows[] = {
     {"D-3", "D0", "FFTTTFF"},
     {"'abc'", "'ab'", "TFFFTFT"},
     {"'ab'", "'abc'", "FFTTTFF"},
-    {"'x'", "''", "TFFFTFT"},
     {"'abc'", "M'abc'", "TTFFTFT"},
     {"'ab '", "'ab'", "TFFFTFT"},
     {"'abd'", "'abc'", "FFTFFTT"},
