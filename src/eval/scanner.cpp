@@ -5,7 +5,7 @@
 #include <cctype>
 #include <cstring>
 
-#include "kernel.h"
+#include "kernel.hpp"
 
 namespace vl::expr {
 
@@ -160,7 +160,7 @@ constexpr size_t kShortLeast = 4;
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 const char* short_fun(const char* name)
 {
@@ -194,4 +194,4 @@ int get_tok(const char* text, const VlnKeyword* table, int min)
   return -1;
 }
 
-}  // extern "C"
+}  // namespace vl

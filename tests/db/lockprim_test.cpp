@@ -9,7 +9,9 @@
 #include <string>
 
 #include "lockharness.h"
-#include "locks.h"
+#include "locks.hpp"
+
+using namespace vl;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "lockharness.h"
-#include "locks.h"
+#include "locks.hpp"
 
 namespace {
 

@@ -10,8 +10,10 @@
 #include <string>
 
 #include "lockharness.h"
-#include "locks.h"
+#include "locks.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

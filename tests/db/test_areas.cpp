@@ -4,7 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "switches.hpp"
 #include "test_areas_toy.hpp"
+
+using namespace vl;
 
 namespace {
 

@@ -7,10 +7,18 @@
 #include <map>
 #include <set>
 
+#include "dumps.hpp"
 #include "evalhooks.h"
-#include "locks.h"
+#include "locks.hpp"
+#include "rddreg.hpp"
+#include "runtime.hpp"
+#include "set.hpp"
 #include "sethooks.h"
-#include "smallfns.h"
+#include "smallfns.hpp"
+#include "switches.hpp"
+#include "var.hpp"
+
+using namespace vl;
 
 namespace vltest {
 

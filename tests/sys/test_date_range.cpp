@@ -2,9 +2,11 @@
 // and no formatter outgrows its width whatever the day number; ELAPTIME.
 #include <string>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "set.h"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

@@ -10,9 +10,11 @@
 #include <fstream>
 #include <string>
 
-#include "files.h"
+#include "files.hpp"
 #include "fname.h"
 #include "test_set_fixture.hpp"
+
+using namespace vl;
 
 using namespace settest;
 

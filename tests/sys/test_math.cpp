@@ -2,9 +2,11 @@
 #include <string>
 
 #include "numbers.h"
-#include "set.h"
-#include "vartostr.h"
+#include "set.hpp"
+#include "vartostr.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

@@ -6,9 +6,11 @@
 #include <limits>
 #include <string>
 
-#include "numbers.h"
-#include "set.h"
+#include "numbers.hpp"
+#include "set.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

@@ -3,10 +3,12 @@
 #include <cmath>
 #include <string>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "set.h"
-#include "stringsfn.h"
+#include "stringsfn.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

@@ -142,7 +142,7 @@ void fdpoolDropAfterFork()
   paxNodes.clear();
 }
 
-extern "C" int diOpenFile(const char* name, char* buffer, int mode)
+int vl::diOpenFile(const char* name, char* buffer, int mode)
 {
   struct stat st;
   if (!name || !*name || stat(name, &st) != 0) return -1;
@@ -154,7 +154,7 @@ extern "C" int diOpenFile(const char* name, char* buffer, int mode)
   return row.fd;
 }
 
-extern "C" int diCloseFile(int fd)
+int vl::diCloseFile(int fd)
 {
   const int i = rowOf(fd);
   if (i < 0) return close(fd);

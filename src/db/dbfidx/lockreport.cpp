@@ -6,6 +6,8 @@
 #include "lockint.h"
 #include "vlerror.h"
 
+using namespace vl;
+
 namespace {
 
 void reportByRtError(VlnLockArea*, const char*, int code, int severity, const char* text)
@@ -30,7 +32,7 @@ void describeHolder(int fd, char* out, size_t size)
 
 }  // namespace
 
-VlnLockReportFn vlnLockReport = reportByRtError;
+VlnLockReportFn vl::vlnLockReport = reportByRtError;
 
 int lockErrorCode(int err)
 {

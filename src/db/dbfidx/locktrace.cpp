@@ -32,7 +32,9 @@
 #include "lockint.h"
 #include "vlerror.h"
 
-void (*vlnLockTraceAreas)(FILE* log) = nullptr;
+using namespace vl;
+
+void (*vl::vlnLockTraceAreas)(FILE* log) = nullptr;
 
 namespace {
 
@@ -184,7 +186,7 @@ void lockTraceResetAfterFork()
   gLastName.clear();
 }
 
-extern "C" int printLockError(const char* text, int fd)
+int vl::printLockError(const char* text, int fd)
 {
   if (vlnFCNTLprot == 0) return 0;
   const std::string path = logName();
