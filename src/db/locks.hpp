@@ -52,9 +52,6 @@
 #include "switches.hpp"
 #include "var.h"
 
-// The pool row of one file (lockint.h).
-struct VlnFileNode;
-
 namespace vl {
 
 /* ---- The byte map. ---- */
@@ -142,7 +139,7 @@ extern void (*vlnLockTraceAreas)(FILE* log);
 ** containing state only through the ring and list pointers, which point at
 ** these records.  Initialise with vlnLockAreaInit. */
 
-using VlnFileNode = ::VlnFileNode;
+struct VlnFileNode; /* pool row of one file (lockint.h) */
 
 enum {
   VLN_LKST_OPEN = 0x01,

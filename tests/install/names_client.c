@@ -67,6 +67,8 @@ int main(int argc, char** argv)
   args[0] = set_cv("fifteen letters");
   r = _bb_len(1, args);
   check(VINT(r) == 15, "LEN() called as _bb_len");
+  r = vln_funcall("len")(1, args);
+  check(VINT(r) == 15, "LEN() called through vln_funcall");
 
   r = exp_eval("1 + 'a'");
   check(r == ERROR_VAR && last_code == VL_E_TYPE_MISMATCH, "an error reaches the handler");

@@ -31,6 +31,8 @@
 #include "lockint.h"
 #include "vlerror.h"
 
+using namespace vl;
+
 namespace {
 
 struct FdRow {
@@ -122,19 +124,19 @@ int openNew(const char* name, char* buffer, int mode)
 
 }  // namespace
 
-VlnFileNode* fdpoolNodeOf(int fd)
+VlnFileNode* vl::fdpoolNodeOf(int fd)
 {
   const int i = rowOf(fd);
   return i < 0 ? nullptr : paxFDs[i].node;
 }
 
-const char* fdpoolNameOf(int fd)
+const char* vl::fdpoolNameOf(int fd)
 {
   const VlnFileNode* node = fdpoolNodeOf(fd);
   return node ? node->name.c_str() : nullptr;
 }
 
-void fdpoolDropAfterFork()
+void vl::fdpoolDropAfterFork()
 {
   for (const FdRow& r : paxFDs)
     if (r.fd >= 0) close(r.fd);

@@ -67,12 +67,12 @@ void unlink(VlnLockArea* area)
 
 }  // namespace
 
-VlnLockArea* lockChainHead()
+VlnLockArea* vl::lockChainHead()
 {
   return oRddChainHead;
 }
 
-void lockChainDropAfterFork()
+void vl::lockChainDropAfterFork()
 {
   for (VlnLockArea* a = oRddChainHead; a;) {
     VlnLockArea* next = a->next;

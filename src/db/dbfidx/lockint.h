@@ -8,6 +8,8 @@
 
 #include "locks.hpp"
 
+namespace vl {
+
 // One file in the descriptor pool: keyed by the full device and inode, so
 // that two files never share a row.  The section nesting counts live here,
 // shared by every area of this process on the file, because the kernel's
@@ -36,14 +38,14 @@ int lockErrorCode(int err);
 bool lockIsConflict(int err);
 // Report a failed section lock or unlock of area: what is the operation
 // text ("while trying to set read lock" ...).
-void lockReportSection(vl::VlnLockArea* area, const char* method, const char* what,
+void lockReportSection(VlnLockArea* area, const char* method, const char* what,
                        int err);
 // Report a failed lock with a text made of format ("%s...%d") from what
 // and err.
-void lockReportFailure(vl::VlnLockArea* area, const char* method, const char* format,
+void lockReportFailure(VlnLockArea* area, const char* method, const char* format,
                        const char* what, int err);
 // The file name of area for messages.
-const char* lockAreaName(const vl::VlnLockArea* area);
+const char* lockAreaName(const VlnLockArea* area);
 
 // ---- Keeping the file position (lockprim.cpp). ----
 
@@ -75,6 +77,8 @@ void fdpoolDropAfterFork();
 // the parent).
 void lockChainDropAfterFork();
 // Head of the list of all linked areas.
-vl::VlnLockArea* lockChainHead();
+VlnLockArea* lockChainHead();
 // In a child after fork: the trace starts a new file.
 void lockTraceResetAfterFork();
+
+}  // namespace vl

@@ -97,12 +97,12 @@ void traceFinalDeadlock(int cmd, int type, long start, long len, int fd,
 
 }  // namespace
 
-bool lockTraceAt(int level)
+bool vl::lockTraceAt(int level)
 {
   return vlnFCNTLprot == -1 || vlnFCNTLprot >= level;
 }
 
-void lockTrace(int fd, const char* fmt, ...)
+void vl::lockTrace(int fd, const char* fmt, ...)
 {
   char text[1024];
   va_list ap;

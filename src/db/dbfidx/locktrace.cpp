@@ -179,7 +179,7 @@ void writeEntry(FILE* f, int fd, const std::string& name, const char* text)
 
 }  // namespace
 
-void lockTraceResetAfterFork()
+void vl::lockTraceResetAfterFork()
 {
   gStarted = false;
   gLastFd = 0;
