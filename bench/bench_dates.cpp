@@ -10,8 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "vl.h"
+
+using namespace vl;
 
 namespace {
 

@@ -8,8 +8,10 @@
 
 #include <string>
 
-#include "locks.h"
+#include "locks.hpp"
 #include "vl.h"
+
+using namespace vl;
 
 namespace {
 

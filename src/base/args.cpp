@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "runtime.hpp"
+#include "vlerror.hpp"
+
 namespace vl::args {
 
 namespace {

@@ -20,7 +20,7 @@
 #include <type_traits>
 
 #include "runtime.h"
-#include "vlerror.h"
+#include "vlerror.hpp"
 
 template <class Body, class Undo>
 auto vln_guarded(Body&& body, Undo&& undo) -> decltype(body())

@@ -5,7 +5,7 @@
 // 1000 always, 700 only in developer mode, 0 never.  The codes with a row
 // are the names of errcodes.h; every other number reads "???" at level 700.  The numbering is part of the interface:
 // programs see the codes in their error objects.
-#include "vlerror.h"
+#include "vlerror.hpp"
 
 namespace {
 

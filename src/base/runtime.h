@@ -32,17 +32,6 @@ void vln_quit(void) __attribute__((noreturn));
 /* Register a routine that vln_quit runs (last registered runs first). */
 void vln_on_quit(void (*fn)(void));
 
-/* ---- Until a screen layer takes over. ---- */
-
-/* Output of QOut/? while no screen layer is active: the text and a line
-** end on standard output.  The screen layer replaces it. */
-extern void (*vln_qout_hook)(const char* text);
-/* Wait for one key while no screen layer is active: reads standard input,
-** end of input counting as a key.  The screen layer replaces it. */
-extern int (*vln_waitkey_hook)(void);
-/* Give the terminal back (endwin) before an abrupt exit; null in batch. */
-extern void (*vln_endwin_hook)(void);
-
 /* ---- Shared run state. ---- */
 
 /* Innermost BEGIN SEQUENCE jump buffer, null outside any sequence.  BREAK
@@ -60,15 +49,6 @@ extern int32_t vln_ferror;
 extern const char* __argv0;
 extern const char* __main_module;
 extern int32_t vln_priv_mode;
-/* The date mode of the picture engine: stored, read by nothing yet. */
-extern int32_t sg_date;
-/* The debugger's run mode (0 free, 1 single step, 2 to a breakpoint) and
-** its quit request, both tested between statements once it exists. */
-extern int32_t _sstep;
-extern int32_t __sig_quit;
-
-/* Scratch buffer for composing reports, valid within one call only. */
-extern char repdum[4096];
 
 VL_END_DECLS
 

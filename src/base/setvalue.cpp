@@ -13,10 +13,13 @@
 #include <utility>
 #include <vector>
 
-#include "runtime.h"
+#include "runtime.hpp"
 #include "switches.h"
 #include "valrec.hpp"
-#include "vlerror.h"
+#include "var.hpp"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 using vl::is_field;
 using vl::kModeStrict;

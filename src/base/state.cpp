@@ -1,5 +1,5 @@
 // state.cpp -- the shared run state.
-#include "runtime.h"
+#include "runtime.hpp"
 
 extern "C" {
 
@@ -15,10 +15,14 @@ int32_t vln_ferror = 0;
 const char* __argv0 = "";
 const char* __main_module = "";
 int32_t vln_priv_mode = 0;
-int32_t sg_date = 0;
-int32_t _sstep = 0;
 int32_t __sig_quit = 0;
 
+}  // extern "C"
+
+namespace vl {
+
+int32_t sg_date = 0;
+int32_t _sstep = 0;
 char repdum[4096];
 
-}  // extern "C"
+}  // namespace vl

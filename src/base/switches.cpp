@@ -5,13 +5,15 @@
 // keyboard's key repeat); DECIMALS 2, DATE "MM/DD/YY", EPOCH 1900,
 // TYPEAHEAD 50, DEVICE "SCREEN", delimiters "::"; report level 800, escape
 // delay 10.
-#include "switches.h"
+#include "switches.hpp"
 
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 
 #include "runtime.h"
+
+using namespace vl;
 
 namespace {
 
@@ -31,15 +33,13 @@ int iIV;
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 unsigned char flags[VL_FLAGS_SIZE];
 int32_t vl_set_flag[VL_SET_FLAGS_SIZE];
 int32_t sgflag;
 
 VlnFlagTo vln_flagto;
-int32_t vlnFCNTLreadwrite = 3;
-int32_t vlnFCNTLcompat42 = 0;
 
 void vln_flagto_settext(char** member, const char* text)
 {
@@ -53,6 +53,13 @@ void vln_flagto_settext(char** member, const char* text)
   if (*member && owned(*member)) vln_free(*member, __FILE__, __LINE__);
   *member = copy;
 }
+
+}  // namespace vl
+
+extern "C" {
+
+int32_t vlnFCNTLreadwrite = 3;
+int32_t vlnFCNTLcompat42 = 0;
 
 int vlnGetDecimals(void) { return vln_flagto.decimals; }
 int vlnGetExact(void) { return flags[VL_FLAG_EXACT] != 0; }

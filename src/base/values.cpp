@@ -30,10 +30,10 @@
 #include <cstring>
 
 #include "breakguard.hpp"
-#include "runtime.h"
+#include "runtime.hpp"
 #include "switches.h"
 #include "valrec.hpp"
-#include "vlerror.h"
+#include "vlerror.hpp"
 
 extern "C" {
 var* (*vlnSetFieldHook)(var* field, var* value) = nullptr;

@@ -271,10 +271,6 @@ var* cpy_var(var* dst, var* src);
 var* release_v_cont(var* v, int newtype);
 /* Drop one link of v; at zero free the record and its content. */
 void del_var(var* v);
-/* RELEASE of one memory variable: it becomes undefined. */
-void release_var(const char* name, int flag);
-/* Release all memory variables the program created. */
-void clear_mvs(int flag);
 
 /* ---- Readers: the only way library code reads a loose number. ---- */
 
@@ -346,18 +342,6 @@ var* set_Ov(int32_t nslots, const VlnClassRow* classrecord, var* methods);
 /* Deep copy: nested arrays duplicated at every level; objects and blocks
 ** shared; cycles reproduced in the copy. */
 var* true_cpy(var* dst, var* src);
-
-/* ---- Hooks that later subsystems fill. ---- */
-
-/* Write a field record (Mode 'F'/'f') from value; the database fills it. */
-extern var* (*vlnSetFieldHook)(var* field, var* value);
-/* Refresh a field record's cached value before it is read. */
-extern void (*vlnGetFieldHook)(var* field);
-/* Window services for 'S' values: duplicate and delete. */
-extern void* (*vlnDupWindowHook)(void* window);
-extern void (*vlnDelWindowHook)(void* window);
-/* Called once when an object's last link goes (the axit message). */
-extern void (*vlnAxitHook)(var* obj);
 
 VL_END_DECLS
 

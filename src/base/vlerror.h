@@ -55,19 +55,10 @@ typedef struct VlnErrRow {
   int32_t level;
 } VlnErrRow;
 
-#define VL_ERR_ROWS 1000
-extern VlnErrRow __error_report[VL_ERR_ROWS];
-
-/* The fixed purpose and message texts, by row. */
-#define VL_ERRMSG_ROWS 86
-extern const char* const vln_errmsg[VL_ERRMSG_ROWS];
-
 /* Fill the error table. */
 void err_init(void);
 /* The row of code; codes outside the table give the "???" row. */
 const VlnErrRow* vln_err_row(int code);
-/* Recursion guard: on = 1 enters a report, 0 leaves it. */
-void err_check_recursion(int on);
 /* Number of error reports now in progress. */
 extern int32_t alreadyin;
 /* Number of errors reported so far (counted whether or not errstat is

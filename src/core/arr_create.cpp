@@ -15,7 +15,7 @@
 #include "breakguard.hpp"
 #include "kernel.h"
 #include "letters.hpp"
-#include "vlerror.h"
+#include "vlerror.hpp"
 
 namespace {
 

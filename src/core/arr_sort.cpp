@@ -11,9 +11,11 @@
 #include "arrays.h"
 #include "blocks.h"
 #include "frame.h"
-#include "natlang.h"
+#include "natlang.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 using vl::arr::arg_int;
 using vl::arr::arg_num;

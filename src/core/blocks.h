@@ -27,9 +27,6 @@ var* vlnBlockEval(var* block);
 /* 1 when the block's result is a true logical or non-zero number; 0 for
 ** anything else, a non-block included (silently). */
 int vlnTrueBlockEval(var* block);
-/* Runs a macro block ('b') with its arguments: the evaluator fills it at
-** start-up.  Until then a macro block gives NIL. */
-extern var* (*vln_macro_block_hook)(var* block, int argc, var** argv);
 
 VL_END_DECLS
 

@@ -1,5 +1,5 @@
 // eval.cpp -- EVAL() and the host-side block runners.
-#include "blocks.h"
+#include "blocks.hpp"
 #include "letters.hpp"
 #include "vlerror.h"
 #include "vlgen.h"

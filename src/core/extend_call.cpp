@@ -18,11 +18,14 @@
 #include <cstdint>
 
 #include "breakguard.hpp"
-#include "dates.h"
+#include "dates.hpp"
 #include "extend.h"
 #include "frame.h"
 #include "kernel.h"
+#include "var.hpp"
 #include "vlerror.h"
+
+using namespace vl;
 
 extern "C" {
 

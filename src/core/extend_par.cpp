@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "extend.h"
 #include "extend_walk.hpp"
 #include "letters.hpp"
-#include "switches.h"
+#include "switches.hpp"
+
+using namespace vl;
 
 namespace {
 

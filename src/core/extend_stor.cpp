@@ -2,10 +2,13 @@
 // an address names.  An argument the caller passed by reference is the
 // caller's own variable, so the store reaches it; one passed by value is a
 // temporary of the call, and only that temporary changes.
-#include "dates.h"
+#include "dates.hpp"
 #include "extend.h"
 #include "extend_walk.hpp"
 #include "letters.hpp"
+#include "var.hpp"
+
+using namespace vl;
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include "extend.h"
 #include "extend_walk.hpp"
 #include "letters.hpp"
+#include "var.hpp"
 
 namespace {
 

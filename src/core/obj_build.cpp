@@ -4,7 +4,10 @@
 
 #include "kernel.h"
 #include "obj_call.hpp"
+#include "runtime.hpp"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 

@@ -6,11 +6,14 @@
 
 #include <cstdio>
 
-#include "blocks.h"
+#include "blocks.hpp"
 #include "frame.h"
 #include "kernel.h"
 #include "obj_call.hpp"
-#include "vlerror.h"
+#include "runtime.hpp"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 

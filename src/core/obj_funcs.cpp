@@ -5,6 +5,7 @@
 
 #include "arrays.h"
 #include "obj_call.hpp"
+#include "var.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
 

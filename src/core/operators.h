@@ -153,9 +153,6 @@ var* l_geq_u(int b, var* r);
 var* c_in_u(const char* text, var* r);
 var* u_in_c(var* l, const char* text);
 var* u_in_u(var* l, var* r);
-/* Offset of the first occurrence of needle (nl bytes) in hay (hl bytes),
-** NUL bytes included; -1 when absent, for an empty needle or hay. */
-int32_t subset0(const char* needle, const char* hay, int32_t nl, int32_t hl);
 
 /* ---- Increment and decrement of dates and numbers. ----
 ** Only variables and temporaries change (Mode "SNLVFPMT", and 'f');

@@ -18,9 +18,9 @@
 // NIL equals only NIL in = == #, and an undefined variable there is a 901
 // warning giving FALSE_VAR.  Two values of a type without an order (NIL <
 // NIL) give ERROR_VAR without a message.
-#include "natlang.h"
+#include "natlang.hpp"
 #include "ops_common.hpp"
-#include "switches.h"
+#include "switches.hpp"
 #include "vlerror.h"
 
 using namespace vl;

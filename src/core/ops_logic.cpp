@@ -14,6 +14,7 @@
 // and stays as it was.
 #include "kernel.h"
 #include "ops_common.hpp"
+#include "var.hpp"
 
 using namespace vl;
 using namespace vl::ops;

@@ -15,8 +15,9 @@
 #include <cstring>
 
 #include "kernel.h"
+#include "operators.hpp"
 #include "ops_common.hpp"
-#include "vlerror.h"
+#include "vlerror.hpp"
 
 using namespace vl;
 using namespace vl::ops;
@@ -138,12 +139,20 @@ var* c_sub_u(const char* text, var* r)
   return join_literal(text, r, true);
 }
 
+}  // extern "C"
+
+namespace vl {
+
 int32_t subset0(const char* needle, const char* hay, int32_t nl, int32_t hl)
 {
   if (nl < 1 || hl < 1 || nl > hl) return kNotFound;
   const void* at = memmem(hay, static_cast<size_t>(hl), needle, static_cast<size_t>(nl));
   return at ? static_cast<int32_t>(static_cast<const char*>(at) - hay) : kNotFound;
 }
+
+}  // namespace vl
+
+extern "C" {
 
 // "text" $ r.
 var* c_in_u(const char* text, var* r)

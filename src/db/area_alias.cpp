@@ -19,9 +19,11 @@
 #include <initializer_list>
 
 #include "areaint.hpp"
-#include "natlang.h"
+#include "natlang.hpp"
 #include "objects.h"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 

@@ -16,10 +16,12 @@
 #include "areas.h"
 #include "dumps.h"
 #include "kernel.h"
-#include "natlang.h"
-#include "numbers.h"
+#include "natlang.hpp"
+#include "numbers.hpp"
 #include "objects.h"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 

@@ -20,7 +20,10 @@
 #include "evaluator.h"
 #include "kernel.h"
 #include "objects.h"
-#include "vlerror.h"
+#include "runtime.hpp"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 
@@ -118,6 +121,18 @@ var* get_cfield(AreaRec* area, const char* name)
   if (r) return r;
   rt_error(VL_E_NO_FIELD, buf);
   return ERROR_VAR;
+}
+
+// Append field to the field list of symbol index sym.
+void inIntroduceField(int32_t sym, var* field)
+{
+  if (sym < 0 || sym >= mvn_fpt || !field) return;
+  MvEntry& e = mv_names[sym];
+  const size_t n = e.nfields + 1;
+  e.fields = static_cast<var**>(vln_realloc(e.fields, n * sizeof(var*),
+                                            vln_errmsg[kFieldListPurpose], VL_SEV_FATAL,
+                                            VL_LEVEL_ALWAYS, kModule, __LINE__));
+  e.fields[e.nfields++] = field;
 }
 
 }  // namespace
@@ -230,17 +245,6 @@ var* vlnAnnounceField(const char* name, int32_t number, int type, int backed, in
   if (sym < 0) sym = vln_add_var(name);
   inIntroduceField(sym, f);
   return f;
-}
-
-void inIntroduceField(int32_t sym, var* field)
-{
-  if (sym < 0 || sym >= mvn_fpt || !field) return;
-  MvEntry& e = mv_names[sym];
-  const size_t n = e.nfields + 1;
-  e.fields = static_cast<var**>(vln_realloc(e.fields, n * sizeof(var*),
-                                            vln_errmsg[kFieldListPurpose], VL_SEV_FATAL,
-                                            VL_LEVEL_ALWAYS, kModule, __LINE__));
-  e.fields[e.nfields++] = field;
 }
 
 void vlnRetireField(var* obj, const char* name)

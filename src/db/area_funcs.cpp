@@ -8,7 +8,7 @@
 #include "areaint.hpp"
 #include "arrays.h"
 #include "kernel.h"
-#include "vlerror.h"
+#include "vlerror.hpp"
 #include "vlgen.h"
 
 namespace {

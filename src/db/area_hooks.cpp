@@ -9,12 +9,16 @@
 #include <vector>
 
 #include "areaint.hpp"
-#include "dumps.h"
+#include "dumps.hpp"
 #include "evalhooks.h"
 #include "frame.h"
 #include "kernel.h"
+#include "runtime.hpp"
+#include "var.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 

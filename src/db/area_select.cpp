@@ -20,9 +20,12 @@
 #include "areaint.hpp"
 #include "dsslots.h"
 #include "kernel.h"
-#include "numbers.h"
+#include "numbers.hpp"
 #include "objects.h"
+#include "runtime.hpp"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 
@@ -124,6 +127,22 @@ AreaRec* create_area(int32_t number)
   return a;
 }
 
+// Before the selection leaves an area (force 1) or after it arrives
+// (force 0): send skip(0) to the selected area's object when force is set
+// or the table is shared.
+void refreshCurrentWa(int force)
+{
+  AreaRec* a = vlnSelectedArea;
+  if (!a || !a->obj || a->obj->Type != 'O') return;
+  var* obj = a->obj;
+  if (!force) {
+    var* shared = vlnDoInstance(obj, "shared", VLN_IV_SHARED, 0, nullptr);
+    if (!shared || shared->Type != 'L' || !VINT(shared)) return;
+  }
+  var* args[2] = {obj, ZERO_VAR};
+  vlnDoMethod("skip", VLN_DS_SKIP, 0, 2, args);
+}
+
 // Make target the selected area; an empty record left behind is deleted.
 AreaRec* select_area(AreaRec* target)
 {
@@ -208,19 +227,6 @@ AreaRec* vlnSelect(var* value, int mode)
   std::snprintf(repdum, sizeof repdum, "Illegal parameter for vlnSelect(%c, ...)", type);
   int_error(VL_E_ILLEGAL_VALUE, repdum, kModule, __LINE__);
   return nullptr;
-}
-
-void refreshCurrentWa(int force)
-{
-  AreaRec* a = vlnSelectedArea;
-  if (!a || !a->obj || a->obj->Type != 'O') return;
-  var* obj = a->obj;
-  if (!force) {
-    var* shared = vlnDoInstance(obj, "shared", VLN_IV_SHARED, 0, nullptr);
-    if (!shared || shared->Type != 'L' || !VINT(shared)) return;
-  }
-  var* args[2] = {obj, ZERO_VAR};
-  vlnDoMethod("skip", VLN_DS_SKIP, 0, 2, args);
 }
 
 AreaRec* vlnPushArea(AreaRec* area)

@@ -22,7 +22,10 @@
 #include "frame.h"
 #include "kernel.h"
 #include "objects.h"
-#include "vlerror.h"
+#include "runtime.hpp"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 

@@ -91,10 +91,6 @@ AreaRec* vlnPushVArea(var* value);
 /* Select or look up the area value names ('C' alias or number 'F','I','N')
 ** by mode -1, 0, 1, 2 or 4.  Returns the area, or null. */
 AreaRec* vlnSelect(var* value, int mode);
-/* Before the selection leaves an area (force 1) or after it arrives
-** (force 0): send skip(0) to the selected area's object when force is set
-** or the table is shared. */
-void refreshCurrentWa(int force);
 
 /* ---- Look-ups (no reports). ---- */
 
@@ -140,8 +136,6 @@ int vlnRetireAlias(var* obj);
 ** after 204. */
 var* vlnAnnounceField(const char* name, int32_t number, int type, int backed,
                       int32_t length, int32_t decimals, char* storage);
-/* Append field to the field list of symbol index sym. */
-void inIntroduceField(int32_t sym, var* field);
 /* Remove and release obj's field record of that name.  Drivers retire
 ** their fields before their alias: the field is found through the area
 ** that holds obj. */

@@ -6,9 +6,11 @@
 #include <cstdio>
 
 #include "arrays.h"
-#include "dataserver.h"
+#include "dataserver.hpp"
 #include "objects.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 
@@ -21,7 +23,7 @@ constexpr size_t kReportSize = 512;
 
 }  // namespace
 
-extern "C" const VlnClassRow DataserverStruct[] = {
+const VlnClassRow vl::DataserverStruct[] = {
     {VLN_DS_CLASS_MARK, VLN_IV_COUNT, VLN_DS_SLOT_COUNT, 2},
     {VL_NAME_ROW("dataserver"), VLN_IV_COUNT, VLN_DS_SLOT_COUNT, 0},
 #define VL_IVAR_ROW(id, name) \

@@ -24,10 +24,6 @@ VL_BEGIN_DECLS
 /* The class mark every data-server class carries in its header row. */
 #define VLN_DS_CLASS_MARK 'D'
 
-/* The class record of dataserver: header, one chain row, 42 instance rows
-** and 166 method rows, all at level 0. */
-extern const VlnClassRow DataserverStruct[];
-
 /* The 166-entry method array of dataserver, built on the first call and
 ** kept for the run. */
 var* vlnDataserverCollectMethods(void);

@@ -17,9 +17,11 @@
 #include <vector>
 
 #include "arrays.h"
-#include "dataserver.h"
+#include "dataserver.hpp"
 #include "kernel.h"
 #include "objects.h"
+
+using namespace vl;
 
 namespace {
 

@@ -8,12 +8,15 @@
 
 #include "blocks.h"
 #include "dataserver.h"
-#include "dierror.h"
+#include "dierror.hpp"
 #include "dumps.h"
 #include "errclass.h"
 #include "errslots.hpp"
 #include "kernel.h"
 #include "objects.h"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 
@@ -124,16 +127,20 @@ VlnDriverHead* vlnDriverHeadOf(var* obj)
   return s->Type == '?' && s->Mode != 'S' ? static_cast<VlnDriverHead*>(const_cast<void*>(s->Value.w1.ptr)) : nullptr;
 }
 
-var* diErrorObject(var* self)
-{
-  VlnDriverHead* head = vlnDriverHeadOf(self);
-  return head && head->errobj ? head->errobj : NIL_VAR;
-}
-
 void diError(var* self, const char* method, int code, int severity, const char* text,
              const char* source, int line)
 {
   diErrorHead(vlnDriverHeadOf(self), method, code, severity, text, source, line);
+}
+
+}  // extern "C"
+
+namespace vl {
+
+var* diErrorObject(var* self)
+{
+  VlnDriverHead* head = vlnDriverHeadOf(self);
+  return head && head->errobj ? head->errobj : NIL_VAR;
 }
 
 void diErrorHead(VlnDriverHead* head, const char* method, int code, int severity,
@@ -168,15 +175,15 @@ void diErrorDeliver(var* e)
   del_tmpvars(mark);
 }
 
-}  // extern "C"
+}  // namespace vl
 
 // The operation names and message texts of the
-// drivers, expanded from their lists in dierror.h.
-extern "C" {
+// drivers, expanded from their lists in dierror.hpp.
+namespace vl {
 #define VL_DIMN_DEF_(name, text) const char* const diMN_##name = text;
 VLN_DIMN_NAMES(VL_DIMN_DEF_)
 #undef VL_DIMN_DEF_
 #define VL_DIEM_DEF_(name, text) const char* diEM_##name = text;
 VLN_DIEM_TEXTS(VL_DIEM_DEF_)
 #undef VL_DIEM_DEF_
-}
+}  // namespace vl

@@ -12,6 +12,7 @@
 #include "facade_shape.hpp"
 #include "letters.hpp"
 #include "objects.h"
+#include "runtime.hpp"
 #include "vlgen.h"
 
 using vlfacade::text_of;

@@ -14,12 +14,18 @@
 #include "arrays.h"
 #include "kernel.h"
 #include "letters.hpp"
-#include "rddreg.h"
+#include "rddreg.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
 
+using namespace vl;
+
+namespace vl {
+
 char cDefaultDriver[VLN_DRIVER_NAME_SIZE];
 char cFirstChoiceDriver[VLN_DRIVER_NAME_SIZE];
+
+}  // namespace vl
 
 namespace {
 

@@ -15,15 +15,6 @@
 
 VL_BEGIN_DECLS
 
-/* Room for a driver name with its terminating 0. */
-#define VLN_DRIVER_NAME_SIZE 64
-
-/* The default driver ("" when none) and the driver taken when the default
-** is cleared ("" when none; the library never sets it, an application
-** may). */
-extern char cDefaultDriver[VLN_DRIVER_NAME_SIZE];
-extern char cFirstChoiceDriver[VLN_DRIVER_NAME_SIZE];
-
 /* A closed driver object of the driver value names: a 'C' or 'M' text,
 ** trimmed and upper-cased, or for any other value or an empty text the
 ** default driver.  Returns the object (a temporary), or null after

@@ -11,6 +11,7 @@
 #include "frame.h"
 #include "kernel.h"
 #include "errclass.h"
+#include "runtime.hpp"
 #include "vlerror.h"
 
 namespace {

@@ -45,6 +45,10 @@ int32_t __diag_level = 0;
 char __diag_types[32] = "";
 int (*vlnAreaNumberHook)(struct AreaRec* area) = nullptr;
 
+}  // extern "C"
+
+namespace vl {
+
 int tst_dump(const void* p, size_t n)
 {
   if (!p) {
@@ -100,4 +104,4 @@ void Ndiag_msg(int level, int type, const char* text)
   diag_msg(text);
 }
 
-}  // extern "C"
+}  // namespace vl

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "dates.h"
-#include "dumps.h"
+#include "dumps.hpp"
 #include "frame.h"
 #include "kernel.h"
 #include "numbers.h"
@@ -111,6 +111,10 @@ extern "C" {
 
 void vln_showvar(var* v) { show_to(stderr, v); }
 
+}  // extern "C"
+
+namespace vl {
+
 void showvars(void)
 {
   std::fprintf(stderr, "There are currently %d vars on system allocted\n", mvn_fpt);
@@ -129,6 +133,10 @@ void maShowCurStackEntry(void)
                f->File, f->Func, f->Line, static_cast<int>(f->Params), f->Depth, f->TmvNp, f->TmvAp,
                f->TmvLp);
 }
+
+}  // namespace vl
+
+extern "C" {
 
 void vlnDumpObject(var* obj)
 {

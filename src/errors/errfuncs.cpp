@@ -8,8 +8,11 @@
 #include "frame.h"
 #include "kernel.h"
 #include "letters.hpp"
+#include "runtime.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 

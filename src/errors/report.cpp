@@ -12,8 +12,12 @@
 
 #include "frame.h"
 #include "kernel.h"
+#include "runtime.hpp"
 #include "set.h"
-#include "vlerror.h"
+#include "switches.hpp"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 
@@ -64,10 +68,7 @@ void report(int code, int severity, const char* text, const char* module, int li
 
 }  // namespace
 
-extern "C" {
-
-int32_t alreadyin = 0;
-uint32_t vln_error_count = 0;
+namespace vl {
 
 void err_check_recursion(int on)
 {
@@ -83,7 +84,14 @@ void err_check_recursion(int on)
   print_fatal_chain();
 }
 
-int32_t vln_report_level(void) { return vl_set_flag[0]; }
+}  // namespace vl
+
+extern "C" {
+
+int32_t alreadyin = 0;
+uint32_t vln_error_count = 0;
+
+int32_t vln_report_level(void) { return vl_set_flag[VL_SLOT_LEVEL]; }
 
 int vln_error_counts(int code)
 {

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "blocks.h"
+#include "blocks.hpp"
 #include "evaluator.h"
 #include "fname.h"
 #include "breakguard.hpp"

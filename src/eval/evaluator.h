@@ -27,9 +27,6 @@ var* exp_eval(const char* text);
 var* exp_evalb(int argc, var** argv);
 /* The same with the block apart from its arguments. */
 var* vln_run_macro_block(var* block, int argc, var** argv);
-/* How many texts the evaluator has compiled so far (a text compiles once;
-** later runs take the cached form). */
-extern uint64_t vln_expr_compile_count;
 
 /* Expand the macro references of text into buffer (size bytes, flag 1 at
 ** every call site) and return buffer; surrounding blanks are removed. */

@@ -16,9 +16,10 @@
 #include "evalhooks.h"
 #include "exprexec.hpp"
 #include "frame.h"
-#include "kernel.h"
+#include "kernel.hpp"
 #include "objects.h"
 #include "operators.h"
+#include "runtime.hpp"
 #include "valrec.hpp"
 #include "vlerror.h"
 

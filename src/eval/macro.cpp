@@ -7,15 +7,18 @@
 #include "blocks.h"
 #include "breakguard.hpp"
 #include "evalhooks.h"
-#include "evaluator.h"
-#include "kernel.h"
+#include "evaluator.hpp"
+#include "kernel.hpp"
 #include "letters.hpp"
 #include "objects.h"
 #include "operators.h"
+#include "runtime.hpp"
 #include "valkind.h"
 #include "stringsfn.h"
-#include "vlerror.h"
+#include "vlerror.hpp"
 #include "vlgen.h"
+
+using namespace vl;
 
 extern "C" {
 var* vln_fldblock(int argc, var** argv, var** avec);
@@ -111,6 +114,10 @@ const char* vln_chararg(var* v, const char* text)
   return "";
 }
 
+}  // extern "C"
+
+namespace vl {
+
 var* macrovariable(const char* text)
 {
   char name[4096];
@@ -129,6 +136,10 @@ var* macrovariablev(var* v)
     return rt_error(VL_E_TYPE_MISMATCH, "result must be character to evalute macro");
   return macrovariable(v->Value.w1.str);
 }
+
+}  // namespace vl
+
+extern "C" {
 
 var* vlnGetMemVar(const char* name) { return mv_names[name_index(name)].v; }
 

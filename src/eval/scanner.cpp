@@ -6,7 +6,7 @@
 #include <charconv>
 #include <cstring>
 
-#include "kernel.h"
+#include "kernel.hpp"
 
 namespace vl::expr {
 
@@ -163,7 +163,7 @@ constexpr size_t kShortLeast = 4;
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 const char* short_fun(const char* name)
 {
@@ -197,4 +197,4 @@ int get_tok(const char* text, const VlnKeyword* table, int min)
   return -1;
 }
 
-}  // extern "C"
+}  // namespace vl

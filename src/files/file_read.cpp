@@ -16,7 +16,9 @@
 #include "files.h"
 #include "kernel.h"
 #include "letters.hpp"
-#include "switches.h"
+#include "switches.hpp"
+
+using namespace vl;
 
 using namespace vlfile;
 

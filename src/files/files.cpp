@@ -1,7 +1,7 @@
 // The checked wrappers of the system's file calls.  Each does its work in a
 // helper that holds the names, and reports only after the helper has
 // returned, since a report may leave by BREAK.
-#include "files.h"
+#include "files.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,6 +15,8 @@
 #include "fname_util.hpp"
 #include "kernel.h"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 
@@ -107,7 +109,7 @@ int name_mode(const char* name, VlnNameReport* rep)
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 int open_fil(const char* name, int flags, int mode)
 {
@@ -203,6 +205,10 @@ int get_nfil_mode(const char* name)
   if (rep.code) int_error(rep.code, rep.text, __FILE__, __LINE__);
   return mode;
 }
+
+}  // namespace vl
+
+extern "C" {
 
 int vlnGetFileMode(int fd)
 {

@@ -1,59 +1,24 @@
 /*
-** files.h -- checked wrappers for the system's file calls, and the
-** language's low-level file functions.
+** files.h -- the language's low-level file functions.
 **
-** Every name goes through the translation of fname.h.  Every descriptor
-** and stream the library opens is close-on-exec, so that RUN and pipes
-** never inherit them.  A failed call leaves its errno in `__oserr`, which
-** DOSERROR() gives.
-**
-** The wrappers report failures as the table of errors says (open 101,
-** close 102, write 104, create 105, erase 106, status 107).  The language
+** Every name goes through the file-name translation of the library.  A
+** failed call leaves its errno in `__oserr`, which DOSERROR() gives.  The
 ** functions never report: they clear `vln_ferror` and leave the errno of a
 ** failure there, for FERROR(); a wrong argument type leaves 9 (EBADF).
 */
 #ifndef VL_FILES_H
 #define VL_FILES_H
 
-#include <stdio.h>
-#include <sys/types.h>
-
 #include "var.h"
 
 VL_BEGIN_DECLS
 
-/* The size of the name buffer path_open_fil fills. */
-#define VLN_OPEN_NAME_SIZE 250
 /* The largest count FREAD and FREADSTR accept; above it they fail with
 ** EINVAL rather than try to make room for it. */
 #define VLN_FILE_MAX_COUNT (64L * 1024 * 1024)
 
-/* open() of the translated name, without SET DEFAULT. */
-int open_fil(const char* name, int flags, int mode);
-/* open() along the search of vln::search_names (SET DEFAULT, SET PATH and,
-** with system, the terminal directories).  With report, a failure reports
-** 101.  With out (VLN_OPEN_NAME_SIZE bytes), the last name tried, made
-** absolute.  Returns the descriptor or -1. */
-int path_open_fil(const char* name, int flags, int mode, char* out, int system, int report);
-/* Create (truncate) the file under SET DEFAULT with exactly mode, whatever
-** the process's mask; a failure reports 105.  Returns the descriptor or -1. */
-int creat_fil(const char* name, int mode);
-/* close(); a failure reports 102. */
-int close_fil(int fd);
-/* read() and lseek() as they are. */
-ssize_t read_fil(int fd, void* buf, size_t n);
-off_t lseek_fil(int fd, off_t offset, int whence);
-/* write() all n bytes; a short write reports 104.  Returns the bytes
-** written, -1 when none could be. */
-ssize_t write_fil(int fd, const void* buf, size_t n);
-/* Remove the file under SET DEFAULT; a failure reports 106. */
-int erase_fil(const char* name);
-/* fopen() along SET DEFAULT and SET PATH; a failure reports 101. */
-FILE* fopen_fil(const char* name, const char* mode);
-int fclose_fil(FILE* stream);
-/* The permission bits of a file by name or descriptor; 0 after an internal
-** error report (107). */
-int get_nfil_mode(const char* name);
+/* The permission bits of the file open on fd; 0 after an internal error
+** report (107). */
 int vlnGetFileMode(int fd);
 /* The bits a new file gets: ~umask & 0666; the mask stays as it is. */
 int vlnGetUmask(void);

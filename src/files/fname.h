@@ -9,7 +9,7 @@
 ** only and is clipped to 8.3.  form_fnam adds SET DEFAULT to a name without
 ** a directory; the search routines then try SET PATH.
 **
-** Two interfaces: C functions writing into the caller's buffer of size
+** Two interfaces: functions writing into the caller's buffer of size
 ** bytes, and, for C++ callers, the same operations on std::string in
 ** namespace vln.  The C functions report their own errors.  The C++ ones
 ** never report: a problem is described in an optional VlnNameReport, which
@@ -56,12 +56,6 @@ void vln_default_to(const char* text);
 /* Translate name in place (buffer of size bytes).  Returns name; null
 ** stays null. */
 char* vlnConvertFile(char* name, size_t size);
-/* Expand name (macros, or an expression in parentheses) and translate
-** it; a name without '/' gets, with dir null, the
-** SET DEFAULT prefix, with dir non-empty dir and a '/', with dir "" none.
-** A result that doesn't fit size bytes reports 319 and leaves out "".
-** Returns out. */
-char* form_fnam(const char* dir, const char* name, char* out, size_t size);
 /* The file name would open under: SET DEFAULT, then SET PATH; '*' and '?'
 ** match in the file part.  out is "" when nothing is found.  Returns out. */
 char* vlnPathFile(const char* name, char* out, size_t size);
@@ -90,6 +84,17 @@ VL_END_DECLS
 #ifdef __cplusplus
 #include <string>
 #include <vector>
+
+namespace vl {
+
+/* Expand name (macros, or an expression in parentheses) and translate
+** it; a name without '/' gets, with dir null, the
+** SET DEFAULT prefix, with dir non-empty dir and a '/', with dir "" none.
+** A result that doesn't fit size bytes reports 319 and leaves out "".
+** Returns out. */
+char* form_fnam(const char* dir, const char* name, char* out, size_t size);
+
+}  // namespace vl
 
 namespace vln {
 

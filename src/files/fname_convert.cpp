@@ -21,7 +21,9 @@
 #include "errcodes.h"
 #include "fname.h"
 #include "fname_util.hpp"
-#include "switches.h"
+#include "switches.hpp"
+
+using namespace vl;
 
 namespace {
 

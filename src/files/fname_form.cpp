@@ -43,7 +43,7 @@ std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameRepo
   return d + (d.back() == '/' ? "" : "/") + n;
 }
 
-extern "C" char* form_fnam(const char* dir, const char* name, char* out, size_t size)
+char* vl::form_fnam(const char* dir, const char* name, char* out, size_t size)
 {
   if (!out || size == 0) return out;
   name = vln::expand_name(name ? name : "");

@@ -13,7 +13,9 @@
 
 #include "fname.h"
 #include "fname_util.hpp"
-#include "switches.h"
+#include "switches.hpp"
+
+using namespace vl;
 
 namespace {
 

@@ -55,19 +55,6 @@ enum {
 /* The running frame, null outside any language function. */
 extern frame* old_fn_stack;
 
-/* One entry of the variable stack: a shadowed memory variable. */
-typedef struct VarStackEntry {
-  uint32_t Index;     /* name-table index of the shadowed variable */
-  int32_t SavedLevel; /* D_level of the shadowed record */
-  uint32_t SavedIndx; /* V_indx the new record had before install */
-  int32_t NewLevel;   /* D_level the new record had before install */
-  var* Saved;         /* the shadowed record (one link held here) */
-} VarStackEntry;
-
-extern VarStackEntry* var_stack;
-/* Index of the top entry, -1 when empty. */
-extern int32_t cur_var_stack;
-
 
 /* ---- Frames. ---- */
 
@@ -96,8 +83,6 @@ int32_t vln_public(int32_t index);
 int32_t push_var(int32_t index, var* nv);
 /* Undo pushes down to mark. */
 void pop_vars(int32_t mark);
-/* Empty every shadowed variable (CLEAR MEMORY). */
-void redo_varstack(void);
 
 VL_END_DECLS
 

@@ -9,11 +9,14 @@
 #include <cctype>
 #include <cstdio>
 
-#include "frame.h"
+#include "frame.hpp"
 #include "kernel.h"
 #include "letters.hpp"
+#include "runtime.hpp"
 #include "valrec.hpp"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 

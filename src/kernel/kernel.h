@@ -67,22 +67,6 @@ var* set_nvarf(int32_t index, double d, int dec);
 ** (315), and so is an expansion that fails (314, 315), after the copy. */
 char* exp_pp(const char* text, char* buffer, size_t size, int flag);
 
-/* ---- Names. ---- */
-
-/* The full name of a function the language accepts cut to four or more
-** letters ("subs" -> "substr"); any other name as it stands. */
-const char* short_fun(const char* name);
-
-/* A keyword table entry; a table ends with a null or empty name. */
-typedef struct VlnKeyword {
-  const char* name;
-  int value;
-} VlnKeyword;
-
-/* The value of the first keyword that text (trimmed, folded) abbreviates:
-** the text's length n is at least min or the whole keyword.  -1 for none. */
-int get_tok(const char* text, const VlnKeyword* table, int min);
-
 /* ---- Function registry. ----
 ** Export markers.  The build collects every VLN_FUNC, VLN_MEMVAR and
 ** VLN_INIT of the library into the function registry, so a marker written
@@ -138,11 +122,6 @@ void vln_register_fun(const char* name, BbFn fn);
 ** any may be null. */
 void vln_register_module(const VlnFnRec* fns, const VlnVarRec* vars,
                          const VlnIniRec* inits);
-
-/* The library's own tables, generated at build time. */
-extern const VlnFnRec vln_lib_ftab[];
-extern const VlnVarRec vln_lib_vtab[];
-extern const VlnIniRec vln_lib_itab[];
 
 /* The twelve scan words of the segment scan, kept for programs that read
 ** them; the registry makes the scan unnecessary, so they are 0. */

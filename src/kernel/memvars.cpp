@@ -7,10 +7,13 @@
 #include <cstdio>
 
 #include "frame.h"
-#include "kernel.h"
+#include "kernel.hpp"
+#include "runtime.hpp"
 #include "names.hpp"
 #include "valrec.hpp"
-#include "vlerror.h"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 
@@ -111,6 +114,10 @@ var* vlnGetVarForWrite(int32_t index)
   return mv_names[index].v;
 }
 
+}  // extern "C"
+
+namespace vl {
+
 void release_var(const char* name, int flag)
 {
   const int32_t index = locate_var(name);
@@ -121,6 +128,10 @@ void clear_mvs(int flag)
 {
   for (int32_t i = first_program_name; i < mvn_fpt; ++i) undefine(mv_names[i].v);
 }
+
+}  // namespace vl
+
+extern "C" {
 
 // Names entered before the program starts (the library's own PUBLICs)
 // survive CLEAR MEMORY.

@@ -11,7 +11,7 @@
 
 #include "kernel.h"
 #include "names.hpp"
-#include "vlerror.h"
+#include "vlerror.hpp"
 
 namespace {
 

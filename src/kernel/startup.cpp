@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "frame.h"
-#include "kernel.h"
+#include "kernel.hpp"
 #include "vlerror.h"
 
 namespace {

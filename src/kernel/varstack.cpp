@@ -6,10 +6,12 @@
 // (D_level lowered below the current depth) outlives the frame instead.
 #include <cassert>
 
-#include "frame.h"
+#include "frame.hpp"
 #include "kernel.h"
 #include "valrec.hpp"
-#include "vlerror.h"
+#include "vlerror.hpp"
+
+using namespace vl;
 
 namespace {
 
@@ -42,10 +44,14 @@ void pop_one()
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 VarStackEntry* var_stack = nullptr;
 int32_t cur_var_stack = -1;
+
+}  // namespace vl
+
+extern "C" {
 
 int32_t push_var(int32_t index, var* nv)
 {
@@ -83,6 +89,10 @@ void pop_vars(int32_t mark)
   if (old_fn_stack) old_fn_stack->VarCp = cur_var_stack;
 }
 
+}  // extern "C"
+
+namespace vl {
+
 void redo_varstack(void)
 {
   const int32_t velnor = locate_var("velnor");
@@ -102,4 +112,4 @@ void redo_varstack(void)
   }
 }
 
-}  // extern "C"
+}  // namespace vl

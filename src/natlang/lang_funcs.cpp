@@ -9,11 +9,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "files.h"
-#include "natlang.h"
+#include "files.hpp"
+#include "natlang.hpp"
 #include "args.hpp"
 #include "kernel.h"
+#include "runtime.hpp"
 #include "switches.h"
+
+using namespace vl;
 
 using namespace vl::args;
 

@@ -29,9 +29,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "natlang.h"
+#include "natlang.hpp"
 #include "natlang_tables.hpp"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 
@@ -269,7 +271,7 @@ void begin(Loader& ld, const VlnLangRec& from)
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 int getchrcode(const char* text)
 {
@@ -308,4 +310,4 @@ int _loadlang(int index, FILE* stream)
   return 1;
 }
 
-}  // extern "C"
+}  // namespace vl

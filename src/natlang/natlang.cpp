@@ -1,20 +1,20 @@
 // natlang.cpp -- the language records, the active language, case folding,
 // character classes and the national texts (day and month names).
-#include "natlang.h"
+#include "natlang.hpp"
 
 #include <cstring>
 
 #include "kernel.h"
 #include "natlang_tables.hpp"
 
-extern "C" {
+namespace vl {
 
 VlnLangRec languages[VLN_LANGUAGES];
 int32_t curr_lang = -1;
 const char* logical_t = "TtYy";
 const char* logical_f = "FfNn";
 
-}  // extern "C"
+}  // namespace vl
 
 namespace vl::lang {
 
@@ -52,6 +52,7 @@ bool has_class(int c, uint32_t bit) { return (active().classes[c & 0xFF] & bit) 
 
 }  // namespace vl::lang
 
+using namespace vl;
 using namespace vl::lang;
 
 extern "C" {
@@ -85,6 +86,10 @@ int vlnGetCurLang(void) { return curr_lang; }
 
 const unsigned char* vlnGetLangChars(void) { return active().rank; }
 
+}  // extern "C"
+
+namespace vl {
+
 int Itoupper(int c) { return active().upper[c & 0xFF]; }
 int Itolower(int c) { return active().lower[c & 0xFF]; }
 
@@ -107,7 +112,7 @@ int Isalpha(int c) { return has_class(c, VLN_CL_ALPHA); }
 int Isdigit(int c) { return has_class(c, VLN_CL_DIGIT); }
 int Isspace(int c) { return has_class(c, VLN_CL_SPACE); }
 
-}  // extern "C"
+}  // namespace vl
 
 // The national texts: day and month names and the
 // scoreboard texts, from the active language where it names them, else

@@ -15,9 +15,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "natlang.h"
+#include "natlang.hpp"
 #include "natlang_tables.hpp"
-#include "switches.h"
+#include "switches.hpp"
+
+using namespace vl;
 
 namespace {
 
@@ -63,7 +65,7 @@ int32_t text_length(const char* s) { return static_cast<int32_t>(std::strlen(s))
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 int Istrcmp_n(const char* a, const char* b, int32_t la, int32_t lb)
 {
@@ -114,4 +116,4 @@ int Istrnicmp(const char* a, const char* b, int32_t n)
   return compare_stopping(a, b, n, vl::lang::active().upper);
 }
 
-}  // extern "C"
+}  // namespace vl

@@ -10,10 +10,6 @@
 
 VL_BEGIN_DECLS
 
-/* The printer head: row and column, 0 at the top left of a page. */
-extern int _prt_row;
-extern int _prt_col;
-
 /* PROW(), PCOL(): the printer head's row and column. */
 var* _bb_prow(int argc, var** argv);
 var* _bb_pcol(int argc, var** argv);

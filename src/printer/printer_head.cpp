@@ -2,17 +2,20 @@
 // move it without printing: SETPRC, and EJECT, which starts a new page.
 #include <cstdio>
 
-#include "printer.h"
+#include "printer.hpp"
+#include "runtime.hpp"
 #include "set.h"
+#include "switches.hpp"
 #include "args.hpp"
 #include "kernel.h"
 
+using namespace vl;
 using namespace vl::args;
 
-extern "C" {
+namespace vl {
 int _prt_row = 0;
 int _prt_col = 0;
-}
+}  // namespace vl
 
 VLN_FUNC(prow) { return set_nv(_prt_row, 0); }
 VLN_FUNC(pcol) { return set_nv(_prt_col, 0); }

@@ -12,8 +12,11 @@
 #include "set_args.hpp"
 #include "set_table.hpp"
 #include "sethooks.h"
+#include "switches.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 

@@ -11,11 +11,14 @@
 
 #include "arrays.h"
 #include "letters.hpp"
-#include "set.h"
+#include "set.hpp"
 #include "set_args.hpp"
 #include "set_table.hpp"
+#include "switches.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 

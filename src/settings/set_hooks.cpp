@@ -5,6 +5,9 @@
 
 #include "set.h"
 #include "set_table.hpp"
+#include "switches.hpp"
+
+using namespace vl;
 
 extern "C" {
 

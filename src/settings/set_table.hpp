@@ -3,6 +3,7 @@
 #pragma once
 
 #include "set.h"
+#include "switches.hpp"
 
 namespace vlset {
 

@@ -7,10 +7,13 @@
 
 #include "fname.h"
 #include "kernel.h"
-#include "set.h"
+#include "set.hpp"
 #include "set_table.hpp"
 #include "sethooks.h"
+#include "switches.hpp"
 #include "vlerror.h"
+
+using namespace vl;
 
 namespace {
 
@@ -90,7 +93,7 @@ std::string sFormer;
 
 }  // namespace
 
-extern "C" const char* _cgetsetstr(int n, const char* text)
+const char* vl::_cgetsetstr(int n, const char* text)
 {
   const bool additive = n >= VL_SET_ADDITIVE;
   if (additive) n -= VL_SET_ADDITIVE;
@@ -168,7 +171,7 @@ void write_logical(int n, int on)
 
 }  // namespace
 
-extern "C" int _cgetseton(int value, int n)
+int vl::_cgetseton(int value, int n)
 {
   const int former = read_logical(n);
   if (former < 0 || value == kOnlyRead || refused(n, value != 0)) return former;
@@ -233,7 +236,7 @@ void write_numeric(int n, int value)
 
 }  // namespace
 
-extern "C" int _cgetsetnum(int n, int value)
+int vl::_cgetsetnum(int n, int value)
 {
   const int former = read_numeric(n);
   if (former != VL_SET_NOCHANGE && value != VL_SET_NOCHANGE) write_numeric(n, value);

@@ -12,13 +12,16 @@
 #include <string>
 
 #include "fname.h"
-#include "kernel.h"
+#include "kernel.hpp"
 #include "letters.hpp"
-#include "set.h"
+#include "set.hpp"
 #include "set_args.hpp"
 #include "sethooks.h"
+#include "switches.hpp"
 #include "vlerror.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 
@@ -254,7 +257,7 @@ var* compat42(int argc, var** argv)
 
 }  // namespace
 
-extern "C" var* vl_setlogic(int count, var* value, int slot, int excl)
+var* vl::vl_setlogic(int count, var* value, int slot, int excl)
 {
   const int former = vl_set_flag[slot] != 0;
   if (count != 1 && count != 2) {
@@ -319,7 +322,7 @@ extern "C" const char* vlnGetPrinterSeq(int which)
   return which >= 0 && which < VL_PRSEQ_COUNT ? sSeq[which].c_str() : "";
 }
 
-extern "C" var* vl_prset(int argc, var** argv)
+var* vl::vl_prset(int argc, var** argv)
 {
   var* former = vlset::array_result(VL_PRSEQ_COUNT);
   if (former == NIL_VAR) return former;

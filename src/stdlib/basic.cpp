@@ -2,8 +2,10 @@
 #include <cmath>
 
 #include "letters.hpp"
-#include "natlang.h"
+#include "natlang.hpp"
 #include "vlgen.h"
+
+using namespace vl;
 
 // LEN(x): elements of an array, bytes of a string, 0 for anything else
 // (NIL included); an undefined variable gives ERROR_VAR.

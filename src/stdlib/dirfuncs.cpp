@@ -37,12 +37,15 @@
 
 #include "arrays.h"
 #include "breakguard.hpp"
-#include "dates.h"
+#include "dates.hpp"
 #include "dirfuncs.h"
 #include "fname.h"
+#include "runtime.hpp"
 #include "switches.h"
 #include "args.hpp"
 #include "kernel.h"
+
+using namespace vl;
 
 using namespace vl::args;
 

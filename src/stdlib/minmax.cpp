@@ -4,9 +4,12 @@
 // decimals; on a tie the first argument is chosen.
 #include <cstdio>
 
+#include "runtime.hpp"
 #include "smallfns.h"
 #include "args.hpp"
 #include "kernel.h"
+
+using namespace vl;
 
 using namespace vl::args;
 

@@ -10,10 +10,6 @@
 
 VL_BEGIN_DECLS
 
-/* Whether the terminal shows colours; null (no screen) means it does not.
-** The screen layer fills it when it starts. */
-extern int (*vlnHasColorsHook)(void);
-
 var* _bb_max(int argc, var** argv);
 var* _bb_min(int argc, var** argv);
 var* _bb_descend(int argc, var** argv);

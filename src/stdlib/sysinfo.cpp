@@ -10,7 +10,10 @@
 
 #include "args.hpp"
 #include "kernel.h"
+#include "runtime.hpp"
 #include "sysinfo.h"
+
+using namespace vl;
 
 using namespace vl::args;
 

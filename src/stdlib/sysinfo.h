@@ -10,11 +10,6 @@
 
 VL_BEGIN_DECLS
 
-/* Sound frequency hertz for duration ticks (18.2 a second).  Null (no
-** terminal, as in batch) means TONE is silent; the screen layer fills it
-** when it starts. */
-extern void (*vlnToneHook)(double frequency, double duration);
-
 /* VERSION(): "VL " and the library's version. */
 var* _bb_version(int argc, var** argv);
 /* OS(): the system's name and release, e.g. "Linux 6.1.0". */
@@ -25,8 +20,8 @@ var* _bb_netname(int argc, var** argv);
 ** 1: the largest block, 2: for RUN; all the memory available now), 0 for
 ** any other n.  A non-number reports 312. */
 var* _bb_memory(int argc, var** argv);
-/* TONE(frequency[, duration]): through vlnToneHook; NIL.  A non-number
-** reports 312. */
+/* TONE(frequency[, duration]): sounds through the screen layer, silently
+** nothing without one; NIL.  A non-number reports 312. */
 var* _bb_tone(int argc, var** argv);
 
 VL_END_DECLS

@@ -28,13 +28,6 @@ VL_BEGIN_DECLS
 
 /* ---- The calendar. ---- */
 
-/* Day number of day d of month m of year y (1 to 9999); 0 when there is no
-** such day. */
-int32_t datoint(int d, int m, int y);
-/* Day, month and year of day number n; all 0 for 0 (and for n < 0). */
-void intodat(int32_t n, int* d, int* m, int* y);
-/* The same with the year split: *century = year / 100, *y = year % 100. */
-void intodat2(int32_t n, int* d, int* m, int* y, int* century);
 /* Day of the week of day number n: 1 = Sunday to 7; 0 for the empty date. */
 int vln_dow(int32_t n);
 /* A year of up to two digits made full by SET EPOCH; 0 for a negative
@@ -44,15 +37,6 @@ int vln_epocnv(int y);
 int vln_epocnv_at(int y, int epoch);
 /* Today, by the local clock. */
 int32_t vln_today(void);
-
-/* ---- "YYYYMMDD". ---- */
-
-/* Day number of a "YYYYMMDD" text (0 when it is no valid date). */
-int32_t get_dat(const char* text);
-/* "YYYYMMDD" of day number n, or 8 blanks for 0; a static buffer.  Always
-** eight characters: a year beyond 9999 (a day number no date may hold)
-** keeps its last four digits. */
-const char* set_dat(int32_t n);
 
 /* ---- The SET DATE form. ---- */
 
@@ -65,8 +49,6 @@ const char* vln_dtoc(int32_t n);
 /* The same with an explicit format text and epoch. */
 int32_t vln_ctod_form(const char* text, const char* format, int epoch);
 const char* vln_dtoc_form(int32_t n, const char* format);
-/* The text of d, m, y in the current date format; a static buffer. */
-const char* form_date(int d, int m, int y);
 
 /* Check a date format text.  0: good (one group each of D, M and Y, day
 ** and month of 2 letters, year of 2 or 4); 1: usable with unusual widths or

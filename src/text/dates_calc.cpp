@@ -12,8 +12,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "switches.h"
+
+using namespace vl;
 
 namespace {
 
@@ -45,7 +47,7 @@ int digits(const char* text, int width)
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 int32_t datoint(int d, int m, int y)
 {
@@ -90,6 +92,10 @@ void intodat2(int32_t n, int* d, int* m, int* y, int* century)
   *y %= 100;
 }
 
+}  // namespace vl
+
+extern "C" {
+
 int vln_dow(int32_t n)
 {
   if (n <= 0) return 0;
@@ -115,6 +121,10 @@ int32_t vln_today(void)
   return datoint(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900);
 }
 
+}  // extern "C"
+
+namespace vl {
+
 int32_t get_dat(const char* text)
 {
   char buf[kDtosLength + 1] = {0};
@@ -132,4 +142,4 @@ const char* set_dat(int32_t n)
   return buf;
 }
 
-}  // extern "C"
+}  // namespace vl

@@ -21,9 +21,11 @@
 #include <cctype>
 #include <cstring>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "numbers.h"
 #include "switches.h"
+
+using namespace vl;
 
 namespace {
 
@@ -253,11 +255,19 @@ int32_t vln_ctod(const char* text) { return ctod(current(), text, vlnGetEpoch())
 
 const char* vln_dtoc(int32_t n) { return dtoc(current(), n); }
 
+}  // extern "C"
+
+namespace vl {
+
 const char* form_date(int d, int m, int y)
 {
   const int value[kParts] = {d, m, y};
   return write_date(current(), value);
 }
+
+}  // namespace vl
+
+extern "C" {
 
 int vln_chk_dateform(const char* text)
 {

@@ -13,10 +13,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "natlang.h"
 #include "args.hpp"
 #include "kernel.h"
+#include "runtime.hpp"
+
+using namespace vl;
 
 using namespace vl::args;
 

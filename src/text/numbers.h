@@ -21,23 +21,6 @@ VL_BEGIN_DECLS
 ** point, 255 decimals and the terminator. */
 #define VLN_NUMTEXT_SIZE 720
 
-/* x rounded to n decimals (n < 0: to tens, hundreds, ...), halves away
-** from zero.  Repeating the last call, or rounding its result again with
-** the same n, costs nothing. */
-double cc_round(double x, int n);
-
-/* Read blanks, a sign and at most maxdigits digits (all for maxdigits
-** below 1).  *end, when end is not null, receives the first byte not
-** read. */
-long qrt_atol(const char* text, const char** end, int maxdigits);
-/* Read blanks and tabs, a sign, digits, a point, digits and an optional
-** exponent.  *end receives the first byte not read (text when no digit was
-** read). */
-double qrt_atof(const char* text, const char** end);
-/* qrt_atof of a counted field text (not terminated): blanks skipped, all
-** blanks giving 0. */
-double qrt_atof1(const char* text, int32_t len);
-
 /* The text STR(v) gives for a numeric value v, into buf of size bytes.
 ** Returns the length, or -1 when v is not numeric. */
 int32_t vln_numtext(var* v, char* buf, size_t size);

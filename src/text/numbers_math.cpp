@@ -14,7 +14,10 @@
 
 #include "args.hpp"
 #include "kernel.h"
-#include "numbers.h"
+#include "numbers.hpp"
+#include "runtime.hpp"
+
+using namespace vl;
 
 using namespace vl::args;
 

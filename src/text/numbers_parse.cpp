@@ -12,9 +12,11 @@
 #include <cmath>
 #include <cstring>
 
-#include "numbers.h"
+#include "numbers.hpp"
 #include "args.hpp"
 #include "kernel.h"
+
+using namespace vl;
 
 using namespace vl::args;
 
@@ -95,7 +97,7 @@ double value_of(const Scan& s)
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 long qrt_atol(const char* text, const char** end, int maxdigits)
 {
@@ -129,7 +131,7 @@ double qrt_atof1(const char* text, int32_t len)
   return qrt_atof(buf, nullptr);
 }
 
-}  // extern "C"
+}  // namespace vl
 
 VLN_FUNC(val)
 {

@@ -17,7 +17,7 @@
 // the last result with the same n, returns at once.
 #include <cmath>
 
-#include "numbers.h"
+#include "numbers.hpp"
 
 namespace {
 
@@ -73,7 +73,7 @@ LastCall last;
 
 }  // namespace
 
-extern "C" double cc_round(double x, int n)
+double vl::cc_round(double x, int n)
 {
   if (last.valid && n == last.n && (x == last.in || x == last.out)) return last.out;
   const double r = round_now(x, n);

@@ -29,10 +29,12 @@
 #include <cstring>
 #include <string_view>
 
-#include "numbers.h"
+#include "numbers.hpp"
 #include "args.hpp"
 #include "kernel.h"
 #include "switches.h"
+
+using namespace vl;
 
 using namespace vl::args;
 

@@ -12,6 +12,9 @@
 
 #include "args.hpp"
 #include "kernel.h"
+#include "runtime.hpp"
+
+using namespace vl;
 
 using namespace vl::args;
 

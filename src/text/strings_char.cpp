@@ -5,9 +5,11 @@
 // active language (and the fixed C tables without one).
 #include <cstring>
 
-#include "natlang.h"
+#include "natlang.hpp"
 #include "args.hpp"
 #include "kernel.h"
+
+using namespace vl;
 
 using namespace vl::args;
 

@@ -11,7 +11,9 @@
 #include "numbers.h"
 #include "args.hpp"
 #include "kernel.h"
-#include "stringsfn.h"
+#include "stringsfn.hpp"
+
+using namespace vl;
 
 using namespace vl::args;
 
@@ -61,7 +63,7 @@ var* trim(int argc, var** argv, Trim how)
 
 }  // namespace
 
-extern "C" {
+namespace vl {
 
 int32_t trimr_n(const char* s, int32_t n)
 {
@@ -75,6 +77,10 @@ int32_t triml_n(const char* s, int32_t n)
   while (i < n && s[i] == ' ') ++i;
   return i;
 }
+
+}  // namespace vl
+
+extern "C" {
 
 var* vln_pad(int argc, var** argv, int mode)
 {

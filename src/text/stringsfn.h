@@ -14,10 +14,6 @@
 
 VL_BEGIN_DECLS
 
-/* Length of the first n bytes of s without trailing blanks. */
-int32_t trimr_n(const char* s, int32_t n);
-/* Number of leading blanks among the first n bytes of s. */
-int32_t triml_n(const char* s, int32_t n);
 /* The PAD family: mode 'L' pads on the left, 'R' on the right, 'C' on both
 ** sides; argv as PADL(value, length[, fill]). */
 var* vln_pad(int argc, var** argv, int mode);

@@ -1,5 +1,5 @@
 // vartostr.cpp -- the text the ? command shows for a value.
-#include "vartostr.h"
+#include "vartostr.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -27,7 +27,7 @@ size_t put(const char* text, char* buf, size_t size)
 
 }  // namespace
 
-extern "C" size_t vartostr(var* v, char* buf, size_t size)
+size_t vl::vartostr(var* v, char* buf, size_t size)
 {
   switch (v->Type) {
     case 'C':

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "valrec.hpp"
+#include "var.hpp"
 #include "vltest.h"
 
 using vltest::str;

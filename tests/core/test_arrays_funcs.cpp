@@ -1,7 +1,10 @@
 // The array functions of the language, without blocks: argument errors,
 // sizes, deleting and inserting, building, copying, filling, scanning and
 // sorting.
+#include "switches.hpp"
 #include "test_arrays.hpp"
+
+using namespace vl;
 
 using arrtest::arr;
 using arrtest::memo;

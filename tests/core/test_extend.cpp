@@ -6,8 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "dates.h"
+#include "dates.hpp"
+#include "switches.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

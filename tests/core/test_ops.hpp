@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "switches.hpp"
 #include "vltest.h"
 
 namespace opstest {
@@ -104,7 +105,7 @@ inline std::string described(int code, const char* text)
 // The operator tests' fixture (VlTest puts the switches back).
 class Ops : public vltest::VlTest {
  protected:
-  static void developer_mode() { vl_set_flag[VL_SLOT_LEVEL] = VL_DEVEL_LEVEL; }
+  static void developer_mode() { vl::vl_set_flag[VL_SLOT_LEVEL] = VL_DEVEL_LEVEL; }
 
   // The reports since SetUp as "code description|code description".
   static std::string seen()

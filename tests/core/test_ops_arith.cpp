@@ -2,6 +2,8 @@
 // Decimals, and the reports with their codes and texts.
 #include "test_ops.hpp"
 
+using namespace vl;
+
 using opstest::make;
 using opstest::show;
 

@@ -4,7 +4,10 @@
 #include <atomic>
 #include <string>
 
+#include "switches.hpp"
 #include "test_ops.hpp"
+
+using namespace vl;
 
 using opstest::described;
 using opstest::make;

@@ -3,7 +3,11 @@
 // the logical and subset operators.
 #include <cstring>
 
+#include "operators.hpp"
 #include "test_ops.hpp"
+#include "var.hpp"
+
+using namespace vl;
 
 using opstest::make;
 using opstest::show;

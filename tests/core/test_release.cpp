@@ -3,7 +3,11 @@
 // visits it, and arrays nested deeper than any native stack.
 #include <string>
 
+#include "switches.hpp"
 #include "test_arrays.hpp"
+#include "vartostr.hpp"
+
+using namespace vl;
 
 using arrtest::arr;
 using arrtest::num;

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "locks.h"
+#include "locks.hpp"
 
 namespace locktest {
 

@@ -5,7 +5,9 @@
 #include <random>
 #include <set>
 
-#include "locks.h"
+#include "locks.hpp"
+
+using namespace vl;
 
 namespace {
 

@@ -16,8 +16,10 @@
 #include <string>
 
 #include "lockharness.h"
-#include "locks.h"
+#include "locks.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

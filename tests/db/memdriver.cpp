@@ -17,10 +17,12 @@
 
 #include "areas.h"
 #include "dataserver.h"
-#include "dierror.h"
+#include "dierror.hpp"
 #include "kernel.h"
 #include "objects.h"
 #include "vlgen.h"
+
+using namespace vl;
 
 namespace {
 

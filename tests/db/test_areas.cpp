@@ -7,8 +7,10 @@
 #include "areas.h"
 #include "dsslots.h"
 #include "memdriver.h"
+#include "switches.hpp"
 #include "vltest.h"
 
+using namespace vl;
 using vltest::expect_rows;
 
 namespace {

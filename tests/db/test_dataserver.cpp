@@ -3,10 +3,12 @@
 // class and the object itself.
 #include <string>
 
-#include "dataserver.h"
+#include "dataserver.hpp"
 #include "objects.h"
 #include "vlgen.h"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

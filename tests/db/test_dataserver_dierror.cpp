@@ -6,13 +6,16 @@
 #include "areas.h"
 #include "blocks.h"
 #include "dataserver.h"
-#include "dierror.h"
+#include "dierror.hpp"
 #include "errclass.h"
 #include "memdriver.h"
 #include "objects.h"
 #include "set.h"
+#include "switches.hpp"
 #include "vlgen.h"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

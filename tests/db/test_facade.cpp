@@ -6,11 +6,14 @@
 #include <vector>
 
 #include "areas.h"
-#include "dataserver.h"
+#include "dataserver.hpp"
 #include "dsslots.h"
 #include "facade.h"
-#include "rddreg.h"
+#include "rddreg.hpp"
+#include "switches.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

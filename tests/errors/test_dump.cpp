@@ -2,8 +2,10 @@
 #include <cstdio>
 #include <string>
 
-#include "dumps.h"
+#include "dumps.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

@@ -3,7 +3,11 @@
 #include <cstdio>
 #include <string>
 
+#include "runtime.hpp"
+#include "switches.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

@@ -5,10 +5,14 @@
 #include <string>
 
 #include "errclass.h"
+#include "frame.hpp"
 #include "objects.h"
 #include "operators.h"
+#include "runtime.hpp"
 #include "vlgen.h"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

@@ -3,8 +3,12 @@
 #include <cstring>
 #include <string>
 
-#include "vartostr.h"
+#include "evaluator.hpp"
+#include "kernel.hpp"
+#include "vartostr.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

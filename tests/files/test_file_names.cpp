@@ -9,9 +9,11 @@
 #include <cstring>
 #include <string>
 
-#include "files.h"
+#include "files.hpp"
 #include "fname.h"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

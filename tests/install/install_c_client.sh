@@ -2,7 +2,8 @@
 # Installs the library into a temporary prefix and builds plain C programs
 # against it with cc and pkg-config, then runs them: c_client.c calls
 # library functions inside a frame, extend_client.c writes functions with
-# the Extend interface and calls them by name.
+# the Extend interface and calls them by name, names_client.c defines
+# globals named like the library's internal ones (flags, open_fil, ...).
 set -euo pipefail
 build="$1"
 src="$2"
@@ -14,7 +15,7 @@ flags=""
 if grep -q 'VL_SANITIZE:BOOL=ON' "$build/CMakeCache.txt"; then
   flags="-fsanitize=address,undefined"
 fi
-for client in c_client extend_client; do
+for client in c_client extend_client names_client; do
   cc -std=c11 -Wall -Wextra -Wno-unused-parameter -Werror $flags -o "$prefix/$client" \
     "$src/tests/install/$client.c" $(pkg-config --cflags --libs vl)
   "$prefix/$client"

@@ -3,7 +3,10 @@
 #include <csetjmp>
 #include <cstring>
 
+#include "frame.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

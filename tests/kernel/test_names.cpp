@@ -2,7 +2,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "kernel.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 class Names : public vltest::VlTest {};
 

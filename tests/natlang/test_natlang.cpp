@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "natlang.h"
-#include "set.h"
+#include "natlang.hpp"
+#include "set.hpp"
 #include "stringsfn.h"
 #include "vltest.h"
 
+using namespace vl;
 using vltest::expect_rows;
 using vltest::str;
 

@@ -2,9 +2,12 @@
 #include <cstdio>
 #include <string>
 
-#include "printer.h"
+#include "printer.hpp"
 #include "set.h"
+#include "switches.hpp"
 #include "vltest.h"
+
+using namespace vl;
 
 namespace {
 

@@ -5,7 +5,11 @@
 #include <vector>
 
 #include "fname.h"
+#include "set.hpp"
+#include "switches.hpp"
 #include "test_set_fixture.hpp"
+
+using namespace vl;
 
 using namespace settest;
 using vltest::expect_rows;

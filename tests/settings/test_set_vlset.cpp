@@ -5,8 +5,11 @@
 #include <vector>
 
 #include "fname.h"
-#include "locks.h"
+#include "locks.hpp"
+#include "switches.hpp"
 #include "test_set_fixture.hpp"
+
+using namespace vl;
 
 using namespace settest;
 using vltest::expect_rows;

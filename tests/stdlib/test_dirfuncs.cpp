@@ -8,10 +8,12 @@
 #include <ctime>
 #include <string>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "dirfuncs.h"
 #include "files.h"
 #include "vltest.h"
+
+using namespace vl;
 
 using vltest::str;
 

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "sysinfo.h"
+#include "sysinfo.hpp"
 #include "vltest.h"
 
 using vltest::str;

@@ -9,11 +9,19 @@
 #include <sstream>
 #include <set>
 
+#include "dumps.hpp"
 #include "evalhooks.h"
-#include "locks.h"
+#include "locks.hpp"
+#include "rddreg.hpp"
+#include "runtime.hpp"
+#include "set.hpp"
 #include "sethooks.h"
-#include "smallfns.h"
-#include "vartostr.h"
+#include "smallfns.hpp"
+#include "switches.hpp"
+#include "var.hpp"
+#include "vartostr.hpp"
+
+using namespace vl;
 
 namespace vltest {
 

@@ -2,10 +2,12 @@
 // and no formatter outgrows its width whatever the day number; ELAPTIME.
 #include <string>
 
-#include "dates.h"
+#include "dates.hpp"
 #include "vltest.h"
 
 using vltest::expect_rows;
+
+using namespace vl;
 
 namespace {
 

@@ -8,10 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "dates.h"
-#include "set.h"
+#include "dates.hpp"
+#include "set.hpp"
 #include "vltest.h"
 
+using namespace vl;
 using vltest::expect_rows;
 using vltest::str;
 

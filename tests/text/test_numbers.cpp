@@ -7,10 +7,11 @@
 #include <cstring>
 #include <string>
 
-#include "numbers.h"
-#include "set.h"
+#include "numbers.hpp"
+#include "set.hpp"
 #include "vltest.h"
 
+using namespace vl;
 using vltest::expect_rows;
 using vltest::str;
 

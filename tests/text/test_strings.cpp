@@ -1,9 +1,11 @@
 // String functions: positions and counts at and beyond the edges, NUL
 // bytes inside texts, wrong kinds, and counts too large to build.
-#include "stringsfn.h"
+#include "stringsfn.hpp"
 #include "vltest.h"
 
 using vltest::expect_rows;
+
+using namespace vl;
 
 namespace {
 

@@ -37,8 +37,10 @@
 #include <sstream>
 #include <string>
 
-#include "locks.h"
+#include "locks.hpp"
 #include "vl.h"
+
+using namespace vl;
 
 namespace {
 

@@ -18,8 +18,10 @@
 #include <string>
 #include <vector>
 
-#include "vartostr.h"
+#include "vartostr.hpp"
 #include "vl.h"
+
+using namespace vl;
 
 namespace {
 

@@ -31,6 +31,8 @@
 #include "lockint.h"
 #include "vlerror.h"
 
+using namespace vl;
+
 namespace {
 
 struct FdRow {
@@ -122,19 +124,19 @@ int openNew(const char* name, char* buffer, int mode)
 
 }  // namespace
 
-VlnFileNode* fdpoolNodeOf(int fd)
+VlnFileNode* vl::fdpoolNodeOf(int fd)
 {
   const int i = rowOf(fd);
   return i < 0 ? nullptr : paxFDs[i].node;
 }
 
-const char* fdpoolNameOf(int fd)
+const char* vl::fdpoolNameOf(int fd)
 {
   const VlnFileNode* node = fdpoolNodeOf(fd);
   return node ? node->name.c_str() : nullptr;
 }
 
-void fdpoolDropAfterFork()
+void vl::fdpoolDropAfterFork()
 {
   for (const FdRow& r : paxFDs)
     if (r.fd >= 0) close(r.fd);
@@ -142,7 +144,7 @@ void fdpoolDropAfterFork()
   paxNodes.clear();
 }
 
-extern "C" int diOpenFile(const char* name, char* buffer, int mode)
+int vl::diOpenFile(const char* name, char* buffer, int mode)
 {
   struct stat st;
   if (!name || !*name || stat(name, &st) != 0) return -1;
@@ -154,7 +156,7 @@ extern "C" int diOpenFile(const char* name, char* buffer, int mode)
   return row.fd;
 }
 
-extern "C" int diCloseFile(int fd)
+int vl::diCloseFile(int fd)
 {
   const int i = rowOf(fd);
   if (i < 0) return close(fd);

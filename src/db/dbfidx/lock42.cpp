@@ -34,6 +34,8 @@
 #include "lockint.h"
 #include "vlerror.h"
 
+using namespace vl;
+
 namespace {
 
 constexpr off_t kUseSeek = 0x3FFFF7FF;
@@ -103,7 +105,7 @@ int releaseKeeping(VlnLockArea* a, long long len)
 
 }  // namespace
 
-extern "C" int loc42_usedbon(VlnLockArea* area)
+int vl::loc42_usedbon(VlnLockArea* area)
 {
   for (off_t pos = kUseSeek; pos <= kUseSeekLast; ++pos) {
     if (!seekTo(area->fd, pos)) {
@@ -115,14 +117,14 @@ extern "C" int loc42_usedbon(VlnLockArea* area)
   return endAtZero(area, -1, kSharedWhat);
 }
 
-extern "C" int loc42_usedbexcl(VlnLockArea* area)
+int vl::loc42_usedbexcl(VlnLockArea* area)
 {
   seekTo(area->fd, kUseSeek);
   const int ret = vln_lockf(area->fd, kTry, kExclUseLen) == 0 ? 0 : -2;
   return endAtZero(area, ret, kExclWhat);
 }
 
-extern "C" int loc42_rdlock(VlnLockArea* area)
+int vl::loc42_rdlock(VlnLockArea* area)
 {
   seekTo(area->fd, kSectionSeek);
   if (vln_lockf(area->fd, kLockWait, 1) != 0) return endAtZero(area, -1, nullptr);
@@ -137,7 +139,7 @@ extern "C" int loc42_rdlock(VlnLockArea* area)
   return endAtZero(area, 0, nullptr);
 }
 
-extern "C" int loc42_wrlock(VlnLockArea* area)
+int vl::loc42_wrlock(VlnLockArea* area)
 {
   seekTo(area->fd, kSectionSeek);
   if (vln_lockf(area->fd, kLockWait, 0) == 0) return endAtZero(area, 0, nullptr);
@@ -147,7 +149,7 @@ extern "C" int loc42_wrlock(VlnLockArea* area)
   return endAtZero(area, -1, nullptr);
 }
 
-extern "C" int loc42_rwulock(VlnLockArea* area)
+int vl::loc42_rwulock(VlnLockArea* area)
 {
   seekTo(area->fd, kSectionSeek);
   const int ret = releaseKeeping(area, kWholeFile);

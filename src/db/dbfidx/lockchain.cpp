@@ -13,6 +13,8 @@
 #include "errcodes.h"
 #include "lockint.h"
 
+using namespace vl;
+
 namespace {
 
 VlnLockArea* oRddChainHead = nullptr;
@@ -65,12 +67,12 @@ void unlink(VlnLockArea* area)
 
 }  // namespace
 
-VlnLockArea* lockChainHead()
+VlnLockArea* vl::lockChainHead()
 {
   return oRddChainHead;
 }
 
-void lockChainDropAfterFork()
+void vl::lockChainDropAfterFork()
 {
   for (VlnLockArea* a = oRddChainHead; a;) {
     VlnLockArea* next = a->next;
@@ -85,14 +87,14 @@ void lockChainDropAfterFork()
   oRddChainHead = nullptr;
 }
 
-extern "C" void vlnLockAreaInit(VlnLockArea* area)
+void vl::vlnLockAreaInit(VlnLockArea* area)
 {
   *area = VlnLockArea{};
   area->fd = -1;
   area->ring = area;
 }
 
-extern "C" int diFileChain(VlnLockArea* area, int how)
+int vl::diFileChain(VlnLockArea* area, int how)
 {
   if (how == VLN_CHAIN_UNLINK) {
     if (area->node) unlink(area);  // linked areas have a node
@@ -105,7 +107,7 @@ extern "C" int diFileChain(VlnLockArea* area, int how)
   return 0;
 }
 
-extern "C" int diCheckChain(VlnLockArea* area, int kind, int32_t recno)
+int vl::diCheckChain(VlnLockArea* area, int kind, int32_t recno)
 {
   if (area->ring == area) return 1;
   for (const VlnLockArea* other = area->ring; other != area; other = other->ring)

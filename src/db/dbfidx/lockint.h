@@ -6,7 +6,9 @@
 
 #include <string>
 
-#include "locks.h"
+#include "locks.hpp"
+
+namespace vl {
 
 // One file in the descriptor pool: keyed by the full device and inode, so
 // that two files never share a row.  The section nesting counts live here,
@@ -78,3 +80,5 @@ void lockChainDropAfterFork();
 VlnLockArea* lockChainHead();
 // In a child after fork: the trace starts a new file.
 void lockTraceResetAfterFork();
+
+}  // namespace vl

@@ -15,6 +15,8 @@
 #include "kernel.h"
 #include "lockint.h"
 
+using namespace vl;
+
 namespace {
 
 constexpr int kPack = 16;  // entries per growth step
@@ -31,7 +33,7 @@ int32_t* resize(VlnLockArea* area, int entries)
 
 }  // namespace
 
-extern "C" int diLocateLckRec(VlnLockArea* area, int32_t recno)
+int vl::diLocateLckRec(VlnLockArea* area, int32_t recno)
 {
   const int n = area->lockcount;
   const int32_t* list = area->locks;
@@ -49,7 +51,7 @@ extern "C" int diLocateLckRec(VlnLockArea* area, int32_t recno)
   return i >= 0 && list[i] == recno ? i : ~(i + 1);
 }
 
-extern "C" int32_t* diAddLckPack(VlnLockArea* area)
+int32_t* vl::diAddLckPack(VlnLockArea* area)
 {
   int32_t* grown = resize(area, area->lockcap + kPack);
   if (!grown) return nullptr;
@@ -58,7 +60,7 @@ extern "C" int32_t* diAddLckPack(VlnLockArea* area)
   return grown;
 }
 
-extern "C" int32_t* diRelLckPack(VlnLockArea* area)
+int32_t* vl::diRelLckPack(VlnLockArea* area)
 {
   const int cap = area->lockcap - kPack;
   assert(cap >= area->lockcount);
@@ -75,7 +77,7 @@ extern "C" int32_t* diRelLckPack(VlnLockArea* area)
   return shrunk;
 }
 
-extern "C" int diInsertLckRec(VlnLockArea* area, int32_t recno, int code)
+int vl::diInsertLckRec(VlnLockArea* area, int32_t recno, int code)
 {
   const int pos = ~code;
   assert(pos >= 0 && pos <= area->lockcount);
@@ -87,7 +89,7 @@ extern "C" int diInsertLckRec(VlnLockArea* area, int32_t recno, int code)
   return 0;
 }
 
-extern "C" int diDeleteLckRec(VlnLockArea* area, int32_t recno, int index)
+int vl::diDeleteLckRec(VlnLockArea* area, int32_t recno, int index)
 {
   assert(index >= 0 && index < area->lockcount && area->locks[index] == recno);
   if (area->lockcap > area->lockcount + kPack) diRelLckPack(area);
@@ -97,27 +99,27 @@ extern "C" int diDeleteLckRec(VlnLockArea* area, int32_t recno, int index)
   return 0;
 }
 
-extern "C" int32_t diIsRecLocked(VlnLockArea* area, int32_t recno)
+int32_t vl::diIsRecLocked(VlnLockArea* area, int32_t recno)
 {
   if (recno == 0) return area->lockcount > 0 ? area->locks[0] : 0;
   return diLocateLckRec(area, recno) >= 0 ? recno : 0;
 }
 
-extern "C" int diAd2LckList(VlnLockArea* area, int32_t recno)
+int vl::diAd2LckList(VlnLockArea* area, int32_t recno)
 {
   const int code = diLocateLckRec(area, recno);
   if (code >= 0) return 1;
   return diInsertLckRec(area, recno, code);
 }
 
-extern "C" int diRm2LckList(VlnLockArea* area, int32_t recno)
+int vl::diRm2LckList(VlnLockArea* area, int32_t recno)
 {
   const int index = diLocateLckRec(area, recno);
   if (index < 0) return 1;
   return diDeleteLckRec(area, recno, index);
 }
 
-extern "C" int diReleaseAllLcksList(VlnLockArea* area)
+int vl::diReleaseAllLcksList(VlnLockArea* area)
 {
   int result = 0;
   for (int i = area->lockcount - 1; i >= 0; --i)

@@ -20,6 +20,8 @@
 
 #include "lockint.h"
 
+using namespace vl;
+
 namespace {
 
 enum { kByteCount = 2 };
@@ -82,17 +84,17 @@ int indexLock(int fd, long base, int type, const char* who)
 
 }  // namespace
 
-extern "C" int diReadLock(int fd)
+int vl::diReadLock(int fd)
 {
   return sectionLock(fd, F_RDLCK, "diReadLock");
 }
 
-extern "C" int diWriteLock(int fd)
+int vl::diWriteLock(int fd)
 {
   return sectionLock(fd, F_WRLCK, "diWriteLock");
 }
 
-extern "C" int diUnlock(int fd)
+int vl::diUnlock(int fd)
 {
   FilePosKeeper keep(fd);
   struct flock fl;
@@ -102,7 +104,7 @@ extern "C" int diUnlock(int fd)
   return -1;
 }
 
-extern "C" int diLockShared(int fd, long base)
+int vl::diLockShared(int fd, long base)
 {
   FilePosKeeper keep(fd);
   const long gate = base - VLN_USE_GATE_BACK;
@@ -127,7 +129,7 @@ extern "C" int diLockShared(int fd, long base)
   return -1;
 }
 
-extern "C" int diLockExclusive(int fd, long base)
+int vl::diLockExclusive(int fd, long base)
 {
   FilePosKeeper keep(fd);
   const long gate = base - VLN_USE_GATE_BACK;
@@ -138,7 +140,7 @@ extern "C" int diLockExclusive(int fd, long base)
   return -1;
 }
 
-extern "C" int diCheckExclusive(int fd, long base)
+int vl::diCheckExclusive(int fd, long base)
 {
   FilePosKeeper keep(fd);
   const long gate = base - VLN_USE_GATE_BACK;
@@ -151,12 +153,12 @@ extern "C" int diCheckExclusive(int fd, long base)
   return conflicts;
 }
 
-extern "C" int diLockIndexShar(int fd, long base)
+int vl::diLockIndexShar(int fd, long base)
 {
   return indexLock(fd, base, F_RDLCK, "diLockIndexShar");
 }
 
-extern "C" int diLockIndexExcl(int fd, long base)
+int vl::diLockIndexExcl(int fd, long base)
 {
   // A read-only descriptor cannot take a write lock: its exclusive open is
   // a read lock, which still keeps writers (who open shared) out.
@@ -165,7 +167,7 @@ extern "C" int diLockIndexExcl(int fd, long base)
   return indexLock(fd, base, type, "diLockIndexExcl");
 }
 
-extern "C" int diGetLocalLock(int fd, int* type, int* from, int* to, int* pid)
+int vl::diGetLocalLock(int fd, int* type, int* from, int* to, int* pid)
 {
   // Last answers per byte; they survive between calls.
   static int sType[kByteCount] = {F_UNLCK, F_UNLCK};

@@ -25,6 +25,10 @@
 
 #include "lockint.h"
 
+using namespace vl;
+
+namespace vl {
+
 int32_t vlnFCNTLprot = 0;
 int32_t vlnFCNTLprotDbf = 0;
 int32_t vlnRetryFcntlSec = 10;
@@ -32,6 +36,8 @@ int32_t vlnFCNTLlockfOnly = 0;
 int32_t vlnCanUseFcntlPid = 1;
 int32_t vlnAppPid = static_cast<int32_t>(getpid());
 int32_t vlnFCNTLerrno = 0;
+
+}  // namespace vl
 
 namespace {
 
@@ -91,12 +97,12 @@ void traceFinalDeadlock(int cmd, int type, long start, long len, int fd,
 
 }  // namespace
 
-bool lockTraceAt(int level)
+bool vl::lockTraceAt(int level)
 {
   return vlnFCNTLprot == -1 || vlnFCNTLprot >= level;
 }
 
-void lockTrace(int fd, const char* fmt, ...)
+void vl::lockTrace(int fd, const char* fmt, ...)
 {
   char text[1024];
   va_list ap;
@@ -106,7 +112,7 @@ void lockTrace(int fd, const char* fmt, ...)
   printLockError(text, fd);
 }
 
-extern "C" int vlnFCNTLlock(int cmd, int type, long start, long len, int fd,
+int vl::vlnFCNTLlock(int cmd, int type, long start, long len, int fd,
                             struct flock* out)
 {
   traceEntry(cmd, type, start, len, fd);
@@ -149,7 +155,7 @@ extern "C" int vlnFCNTLlock(int cmd, int type, long start, long len, int fd,
   return 0;
 }
 
-extern "C" int vln_lockf(int fd, int function, long length)
+int vl::vln_lockf(int fd, int function, long length)
 {
   static const struct {
     int cmd;
@@ -180,7 +186,7 @@ extern "C" int vln_lockf(int fd, int function, long length)
   return ret;
 }
 
-extern "C" int canSetWlock(int fd, long start, long len)
+int vl::canSetWlock(int fd, long start, long len)
 {
   struct flock fl;
   const int ret = vlnFCNTLlock(F_GETLK, F_WRLCK, start, len, fd, &fl);
@@ -193,7 +199,7 @@ extern "C" int canSetWlock(int fd, long start, long len)
   return -1;
 }
 
-extern "C" int setExclRlock(int fd, long start, long len)
+int vl::setExclRlock(int fd, long start, long len)
 {
   int ret = vlnFCNTLlock(F_SETLK, F_RDLCK, start, len, fd, nullptr);
   if (ret != 0) {

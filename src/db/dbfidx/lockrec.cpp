@@ -20,6 +20,8 @@
 #include "kernel.h"
 #include "lockint.h"
 
+using namespace vl;
+
 namespace {
 
 bool isOpen(const VlnLockArea* a)
@@ -57,7 +59,7 @@ int refuseRecord(VlnLockArea* a, int32_t recno)
 
 }  // namespace
 
-extern "C" int dbf_rlock(VlnLockArea* area, int32_t recno)
+int vl::dbf_rlock(VlnLockArea* area, int32_t recno)
 {
   if (!isOpen(area)) return -1;
   const long long start = recordStart(area, recno);
@@ -71,7 +73,7 @@ extern "C" int dbf_rlock(VlnLockArea* area, int32_t recno)
   return -1;
 }
 
-extern "C" int dbf_rulock(VlnLockArea* area, int32_t recno)
+int vl::dbf_rulock(VlnLockArea* area, int32_t recno)
 {
   if (!isOpen(area) || isFileLocked(area)) return -1;
   const int removed = diRm2LckList(area, recno);
@@ -80,7 +82,7 @@ extern "C" int dbf_rulock(VlnLockArea* area, int32_t recno)
                       nullptr);
 }
 
-extern "C" int dbf_flock(VlnLockArea* area)
+int vl::dbf_flock(VlnLockArea* area)
 {
   if (!isOpen(area) || isFileLocked(area) || diCheckChain(area, VLN_CHK_FLOCK, 0) == 0)
     return -1;
@@ -92,7 +94,7 @@ extern "C" int dbf_flock(VlnLockArea* area)
   return 0;
 }
 
-extern "C" int dbf_fulock(VlnLockArea* area)
+int vl::dbf_fulock(VlnLockArea* area)
 {
   if (!isOpen(area)) return -1;
   if (!isFileLocked(area)) return diReleaseAllLcksList(area);
@@ -102,19 +104,19 @@ extern "C" int dbf_fulock(VlnLockArea* area)
   return 0;
 }
 
-extern "C" int diUseDbOn(VlnLockArea* area)
+int vl::diUseDbOn(VlnLockArea* area)
 {
   const int ret = vlnFCNTLcompat42 ? loc42_usedbon(area) : diLockShared(area->fd, VLN_LOCK_BASE);
   area->status &= ~VLN_LKST_EXCL;
   return ret;
 }
 
-extern "C" int diUseDbExcl(VlnLockArea* area)
+int vl::diUseDbExcl(VlnLockArea* area)
 {
   return vlnFCNTLcompat42 ? loc42_usedbexcl(area) : diLockExclusive(area->fd, VLN_LOCK_BASE);
 }
 
-extern "C" int vlnLockUse(VlnLockArea* area)
+int vl::vlnLockUse(VlnLockArea* area)
 {
   const uint8_t asked = area->status;
   const bool excl = asked & VLN_LKST_EXCL;
@@ -140,7 +142,7 @@ extern "C" int vlnLockUse(VlnLockArea* area)
   return 0;
 }
 
-extern "C" int vlnLockRelease(VlnLockArea* area)
+int vl::vlnLockRelease(VlnLockArea* area)
 {
   const int ret = isOpen(area) ? dbf_fulock(area) : 0;
   diFileChain(area, VLN_CHAIN_UNLINK);

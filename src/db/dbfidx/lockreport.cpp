@@ -6,6 +6,8 @@
 #include "lockint.h"
 #include "vlerror.h"
 
+using namespace vl;
+
 namespace {
 
 void reportByRtError(VlnLockArea*, const char*, int code, int severity, const char* text)
@@ -30,26 +32,26 @@ void describeHolder(int fd, char* out, size_t size)
 
 }  // namespace
 
-VlnLockReportFn vlnLockReport = reportByRtError;
+VlnLockReportFn vl::vlnLockReport = reportByRtError;
 
-int lockErrorCode(int err)
+int vl::lockErrorCode(int err)
 {
   return err == ENOLCK ? VL_E_TOO_MANY_LOCKS : VL_E_LOCK_FAILED;
 }
 
-bool lockIsConflict(int err)
+bool vl::lockIsConflict(int err)
 {
   return err == EAGAIN || err == EACCES;
 }
 
-const char* lockAreaName(const VlnLockArea* area)
+const char* vl::lockAreaName(const VlnLockArea* area)
 {
   if (area->filename) return area->filename;
   const char* pooled = fdpoolNameOf(area->fd);
   return pooled ? pooled : "??.dbf";
 }
 
-void lockReportSection(VlnLockArea* area, const char* method, const char* what, int err)
+void vl::lockReportSection(VlnLockArea* area, const char* method, const char* what, int err)
 {
   char holder[128];
   char text[1024];
@@ -67,7 +69,7 @@ void lockReportSection(VlnLockArea* area, const char* method, const char* what, 
   vlnLockReport(area, method, lockErrorCode(err), VL_SEV_RUNTIME, text);
 }
 
-void lockReportFailure(VlnLockArea* area, const char* method, const char* format,
+void vl::lockReportFailure(VlnLockArea* area, const char* method, const char* format,
                        const char* what, int err)
 {
   char text[512];

@@ -32,7 +32,9 @@
 #include "lockint.h"
 #include "vlerror.h"
 
-void (*vlnLockTraceAreas)(FILE* log) = nullptr;
+using namespace vl;
+
+void (*vl::vlnLockTraceAreas)(FILE* log) = nullptr;
 
 namespace {
 
@@ -177,14 +179,14 @@ void writeEntry(FILE* f, int fd, const std::string& name, const char* text)
 
 }  // namespace
 
-void lockTraceResetAfterFork()
+void vl::lockTraceResetAfterFork()
 {
   gStarted = false;
   gLastFd = 0;
   gLastName.clear();
 }
 
-extern "C" int printLockError(const char* text, int fd)
+int vl::printLockError(const char* text, int fd)
 {
   if (vlnFCNTLprot == 0) return 0;
   const std::string path = logName();

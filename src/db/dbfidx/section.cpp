@@ -42,6 +42,8 @@
 #include "kernel.h"
 #include "lockint.h"
 
+using namespace vl;
+
 namespace {
 
 constexpr int kReadBit = 1;
@@ -136,7 +138,7 @@ int avoidDeadlockOnWrite(VlnLockArea* a)
 
 }  // namespace
 
-extern "C" int local_rdlock2(VlnLockArea* area, const char* method)
+int vl::local_rdlock2(VlnLockArea* area, const char* method)
 {
   VlnFileNode* n = area->node;
   if (isExcl(area)) return 0;
@@ -159,7 +161,7 @@ extern "C" int local_rdlock2(VlnLockArea* area, const char* method)
   return ret;
 }
 
-extern "C" int local_wrlock2(VlnLockArea* area, const char* method)
+int vl::local_wrlock2(VlnLockArea* area, const char* method)
 {
   VlnFileNode* n = area->node;
   if (isExcl(area)) return 0;
@@ -196,7 +198,7 @@ extern "C" int local_wrlock2(VlnLockArea* area, const char* method)
   return ret;
 }
 
-extern "C" int local_rwulock2(VlnLockArea* area, const char* method)
+int vl::local_rwulock2(VlnLockArea* area, const char* method)
 {
   VlnFileNode* n = area->node;
   if (isExcl(area)) return 0;
@@ -227,22 +229,22 @@ extern "C" int local_rwulock2(VlnLockArea* area, const char* method)
   return ret;
 }
 
-extern "C" int local_rdlock(VlnLockArea* area)
+int vl::local_rdlock(VlnLockArea* area)
 {
   return local_rdlock2(area, "FieldGet()");
 }
 
-extern "C" int local_wrlock(VlnLockArea* area)
+int vl::local_wrlock(VlnLockArea* area)
 {
   return local_wrlock2(area, "FieldGet()");
 }
 
-extern "C" int local_rwulock(VlnLockArea* area)
+int vl::local_rwulock(VlnLockArea* area)
 {
   return local_rwulock2(area, "Init()");
 }
 
-extern "C" void vlnSectionCounts(const VlnLockArea* area, int* read, int* write)
+void vl::vlnSectionCounts(const VlnLockArea* area, int* read, int* write)
 {
   *read = area->node ? area->node->Read : 0;
   *write = area->node ? area->node->Write : 0;

@@ -1,60 +1,58 @@
-/*
-** locks.h -- sharing DBF and IDX files between processes: the lock byte map,
-** the fcntl primitives, and the bookkeeping of what each open table holds.
-**
-** Processes coordinate only through advisory, process-owned POSIX record
-** locks (never open-file-description locks: those have no dead-lock
-** detection and would make two areas of one process conflict).  Ranges far
-** beyond the end of a file are used freely: the byte map is a name space,
-** not a place in the file.  base is VLN_LOCK_BASE (0x7FFFFFFF).
-**
-**   FILE OFFSET                     SIZE        TYPE    MEANING
-**   DBF  0                          2           RD/WR   section lock: one read
-**                                                       or write section; the
-**                                                       only lock that waits
-**   DBF  32                         0x7FFFF7D6  WR(RD)  file lock (FLOCK); ends
-**                                                       before 0x7FFFF7F6
-**   DBF  hdrlen+(recno-1)*reclen    reclen      WR(RD)  record lock (RLOCK)
-**   DBF  base-1033 = 0x7FFFFBF6     1           RD      shared USE gate, taken
-**                                                       and released at once
-**   DBF  base-1027 .. base-10       1 each      RD      shared USE: one of 1018
-**                                                       slots while open
-**   DBF  base-1033                  1031        RD      exclusive USE: gate and
-**                                                       all slots while open
-**   IDX  6                          1           RD/WR   index open shared /
-**                                                       exclusive
-**   IDX  0                          1024        WR      index after a zap
-**
-** (RD) in the TYPE column: read-only tables take read locks instead.
-** Exclusive USE is made of read locks, which a read-only descriptor can take
-** too; exclusivity comes from a test (setExclRlock) that no other process
-** holds anything in the range.
-**
-** Order of taking: USE first, then file or record locks, then the section.
-** Only the section waits, so a waiting process holds at most USE bytes and
-** record or file locks, and a dead lock can only arise between sections of
-** different files taken in opposite order; the kernel reports it as
-** EDEADLK, and the section routines turn that into error 347.
-**
-** The kernel drops all of a process's locks on a file as soon as any of its
-** descriptors on that file is closed.  Every descriptor of a DBF or IDX file
-** therefore comes from the descriptor pool (diOpenFile, diCloseFile), which
-** keeps a file's descriptors open while any open of the file remains.
-**
-** All functions return 0 for success and -1 for failure unless their
-** comment says otherwise; a failed lock leaves its errno in vlnFCNTLerrno.
-*/
-#ifndef VL_LOCKS_H
-#define VL_LOCKS_H
+// locks.hpp -- sharing DBF and IDX files between processes: the lock byte map,
+// the fcntl primitives, and the bookkeeping of what each open table holds.
+//
+// Processes coordinate only through advisory, process-owned POSIX record
+// locks (never open-file-description locks: those have no dead-lock
+// detection and would make two areas of one process conflict).  Ranges far
+// beyond the end of a file are used freely: the byte map is a name space,
+// not a place in the file.  base is VLN_LOCK_BASE (0x7FFFFFFF).
+//
+//   FILE OFFSET                     SIZE        TYPE    MEANING
+//   DBF  0                          2           RD/WR   section lock: one read
+//                                                       or write section; the
+//                                                       only lock that waits
+//   DBF  32                         0x7FFFF7D6  WR(RD)  file lock (FLOCK); ends
+//                                                       before 0x7FFFF7F6
+//   DBF  hdrlen+(recno-1)*reclen    reclen      WR(RD)  record lock (RLOCK)
+//   DBF  base-1033 = 0x7FFFFBF6     1           RD      shared USE gate, taken
+//                                                       and released at once
+//   DBF  base-1027 .. base-10       1 each      RD      shared USE: one of 1018
+//                                                       slots while open
+//   DBF  base-1033                  1031        RD      exclusive USE: gate and
+//                                                       all slots while open
+//   IDX  6                          1           RD/WR   index open shared /
+//                                                       exclusive
+//   IDX  0                          1024        WR      index after a zap
+//
+// (RD) in the TYPE column: read-only tables take read locks instead.
+// Exclusive USE is made of read locks, which a read-only descriptor can take
+// too; exclusivity comes from a test (setExclRlock) that no other process
+// holds anything in the range.
+//
+// Order of taking: USE first, then file or record locks, then the section.
+// Only the section waits, so a waiting process holds at most USE bytes and
+// record or file locks, and a dead lock can only arise between sections of
+// different files taken in opposite order; the kernel reports it as
+// EDEADLK, and the section routines turn that into error 347.
+//
+// The kernel drops all of a process's locks on a file as soon as any of its
+// descriptors on that file is closed.  Every descriptor of a DBF or IDX file
+// therefore comes from the descriptor pool (diOpenFile, diCloseFile), which
+// keeps a file's descriptors open while any open of the file remains.
+//
+// All functions return 0 for success and -1 for failure unless their
+// comment says otherwise; a failed lock leaves its errno in vlnFCNTLerrno.
+#pragma once
 
 #include <fcntl.h>
-#include <stdint.h>
-#include <stdio.h>
 
-#include "switches.h"
+#include <cstdint>
+#include <cstdio>
+
+#include "switches.hpp"
 #include "var.h"
 
-VL_BEGIN_DECLS
+namespace vl {
 
 /* ---- The byte map. ---- */
 
@@ -88,7 +86,7 @@ extern int32_t vlnCanUseFcntlPid; /* non-zero: l_pid of a request may be
 extern int32_t vlnAppPid;         /* this process's id; refreshed after fork */
 extern int32_t vlnFCNTLerrno;     /* errno of the last failed lock */
 /* vlnFCNTLreadwrite and vlnFCNTLcompat42, the two switches the settings
-** change, are in the switch store (switches.h). */
+** change, are in the switch store (switches.hpp). */
 
 /* ---- Primitives: the only callers of fcntl. ---- */
 
@@ -141,7 +139,7 @@ extern void (*vlnLockTraceAreas)(FILE* log);
 ** containing state only through the ring and list pointers, which point at
 ** these records.  Initialise with vlnLockAreaInit. */
 
-typedef struct VlnFileNode VlnFileNode; /* pool row of one file */
+struct VlnFileNode; /* pool row of one file (lockint.h) */
 
 enum {
   VLN_LKST_OPEN = 0x01,
@@ -150,7 +148,7 @@ enum {
   VLN_LKST_FLOCKED = 0x40
 };
 
-typedef struct VlnLockArea {
+struct VlnLockArea {
   uint8_t status;       /* VLN_LKST_* bits, as in the driver's status byte */
   int32_t fd;           /* the DBF's pool descriptor, -1 if none */
   uint32_t headerlen;   /* byte offset of record 1 */
@@ -164,7 +162,7 @@ typedef struct VlnLockArea {
   VlnFileNode* node;    /* the file's pool row: the section counters */
   const char* alias;    /* for messages; may be null */
   const char* filename; /* for messages; may be null */
-} VlnLockArea;
+};
 
 /* Clear the record: closed, no descriptor, empty list, alone. */
 void vlnLockAreaInit(VlnLockArea* area);
@@ -271,6 +269,4 @@ int loc42_rdlock(VlnLockArea* area);
 int loc42_wrlock(VlnLockArea* area);
 int loc42_rwulock(VlnLockArea* area);
 
-VL_END_DECLS
-
-#endif /* VL_LOCKS_H */
+}  // namespace vl
