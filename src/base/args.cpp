@@ -37,6 +37,13 @@ var* adopt(char* buf, size_t n)
 
 }  // namespace
 
+void report_pair_type(const char* fname, const char* want, const var* a, const var* b)
+{
+  std::snprintf(repdum, sizeof repdum, "%s(): arguments should be %s, not '%c, %c'", fname, want,
+                type_of(a), type_of(b));
+  rt_error(VL_E_ARG_TYPE, repdum);
+}
+
 char* new_text(int64_t n, var** out, const char* fname)
 {
   *out = nullptr;

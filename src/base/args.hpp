@@ -64,6 +64,10 @@ inline int64_t count_arg(var* v)
   return v->Type == 'I' || v->Type == 'L' ? v->Value.w1.i : count_of(v->Value.w1.d);
 }
 
+// Reports 312 for a function of two arguments given the wrong kinds:
+// "FNAME(): arguments should be WANT, not 'A, B'" with the type letters.
+void report_pair_type(const char* fname, const char* want, const var* a, const var* b);
+
 // A new text temporary of n bytes to be filled by the caller; the buffer
 // is terminated.  A length above VLN_MAX_TEXT reports 319 naming the
 // function fname and gives null, as does a failed allocation.

@@ -25,13 +25,14 @@ bool form_into(const char* dir, const char* name, char* out, size_t size, VlnNam
 
 }  // namespace
 
+// C linkage comes from its declaration in fname.h.
+char* (*vln_name_expr_hook)(const char* text, int size) = nullptr;
+
 const char* vln::expand_name(const char* name)
 {
   if (!name || std::strlen(name) >= static_cast<size_t>(kExpandSize)) return name;
   return vln_name_expr_hook ? vln_name_expr_hook(name, kExpandSize) : name;
 }
-
-extern "C" char* (*vln_name_expr_hook)(const char* text, int size) = nullptr;
 
 std::string vln::form_fnam(const char* dir, const std::string& name, VlnNameReport* report)
 {

@@ -25,9 +25,7 @@ VLN_FUNC(setprc)
   var* row = arg(argc, argv, 0);
   var* col = arg(argc, argv, 1);
   if (!is_number(row) || !is_number(col)) {
-    std::snprintf(repdum, sizeof repdum, "SETPRC(): arguments should be 'N, N', not '%c, %c'",
-                  type_of(row), type_of(col));
-    rt_error(VL_E_ARG_TYPE, repdum);
+    report_pair_type("SETPRC", "'N, N'", row, col);
     return NIL_VAR;
   }
   const int64_t r = count_arg(row);

@@ -37,10 +37,7 @@ var* pick(int argc, var** argv, const char* name, bool larger)
   var* a = argv[0];
   var* b = argv[1];
   if (!comparable(a, b)) {
-    std::snprintf(repdum, sizeof repdum,
-                  "%s(): arguments should be two numbers, dates or logicals, not '%c, %c'", name,
-                  a->Type, b->Type);
-    rt_error(VL_E_ARG_TYPE, repdum);
+    report_pair_type(name, "two numbers, dates or logicals", a, b);
     return NIL_VAR;
   }
   const bool take_b = larger ? key(b) > key(a) : key(b) < key(a);

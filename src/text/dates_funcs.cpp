@@ -139,9 +139,7 @@ VLN_FUNC(elaptime)
   var* start = arg(argc, argv, 0);
   var* end = arg(argc, argv, 1);
   if (!is_text(start) || !is_text(end)) {
-    std::snprintf(repdum, sizeof repdum, "ELAPTIME(): arguments should be 'C, C', not '%c, %c'",
-                  type_of(start), type_of(end));
-    rt_error(VL_E_ARG_TYPE, repdum);
+    report_pair_type("ELAPTIME", "'C, C'", start, end);
     return NULLSTR_VAR;
   }
   const long d = (seconds_of(text(end)) - seconds_of(text(start)) + kSecondsPerDay) % kSecondsPerDay;

@@ -61,9 +61,7 @@ VLN_FUNC(mod)
   var* a = arg(argc, argv, 0);
   var* b = arg(argc, argv, 1);
   if (!is_number(a) || !is_number(b)) {
-    std::snprintf(repdum, sizeof repdum, "MOD(): arguments should be numeric, not '%c, %c'",
-                  type_of(a), type_of(b));
-    rt_error(VL_E_ARG_TYPE, repdum);
+    report_pair_type("MOD", "numeric", a, b);
     return ZERO_VAR;
   }
   if (a->Type == 'I' && b->Type == 'I') {
