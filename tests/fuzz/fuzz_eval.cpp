@@ -18,6 +18,7 @@
 #include <cstring>
 #include <string>
 
+#include "kernel.hpp"
 #include "vl.h"
 
 namespace {
@@ -91,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
   if (n >= 2) vln_macro_public(lines[2].c_str());
   vln_fn_end(&f, 'U');
   del_tmpvars(0);
-  clear_mvs(0);
+  vl::clear_mvs(0);
   alreadyin = 0;
   return 0;
 }
