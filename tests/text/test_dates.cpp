@@ -181,15 +181,12 @@ TEST_F(Dates, TheCalendarRules)
 
 TEST_F(Dates, EpochCompletesTwoDigitYears)
 {
-  _cgetsetnum(5, 1950);
-  EXPECT_EQ(vln_epocnv(49), 2049);
-  EXPECT_EQ(vln_epocnv(50), 1950);
-  EXPECT_EQ(vln_epocnv(0), 2000);
-  EXPECT_EQ(vln_epocnv(100), 100);
-  EXPECT_EQ(vln_epocnv(-1), 0);
-  _cgetsetnum(5, 1900);
-  EXPECT_EQ(vln_epocnv(0), 1900);
-  EXPECT_EQ(vln_epocnv(99), 1999);
+  const int rows[][3] = {{1950, 49, 2049}, {1950, 50, 1950}, {1950, 0, 2000}, {1950, 100, 100},
+                         {1950, -1, 0},     {1900, 0, 1900},  {1900, 99, 1999}};
+  for (const auto& [epoch, year, want] : rows) {
+    _cgetsetnum(5, epoch);
+    EXPECT_EQ(vln_epocnv(year), want) << epoch << " " << year;
+  }
 }
 
 TEST_F(Dates, FormatGroupsAndSeparators)
