@@ -49,20 +49,11 @@ class FileNames : public vltest::VlTest {
 TEST_F(FileNames, DrivePrefixesFollowTheirVariables)
 {
   setenv("C_VLDRIVE", "/home/u", 1);
-  struct {
-    const char* in;
-    const char* out;
-  } rows[] = {
-      {"c:\\data\\x.dbf", "/home/u/data/x.dbf"},
-      {"C:data\\x.dbf", "/home/u/data/x.dbf"},
-      {"c:/x", "/home/u/x"},
-      {"c:", "/home/u"},
-      {"q:\\data\\x.dbf", "q:/data/x.dbf"},  // no Q_VLDRIVE: the prefix stays
-      {"x.dbf   ", "x.dbf"},
-      {"a\\b\\c.txt", "a/b/c.txt"},
-      {"", ""},
-  };
-  for (const auto& r : rows) EXPECT_EQ(conv(r.in), r.out) << r.in;
+  const std::pair<const char*, const char*> rows[] = {
+      {"c:\\data\\x.dbf", "/home/u/data/x.dbf"}, {"C:data\\x.dbf", "/home/u/data/x.dbf"},
+      {"c:/x", "/home/u/x"}, {"c:", "/home/u"}, {"x.dbf   ", "x.dbf"}, {"a\\b\\c.txt", "a/b/c.txt"},
+      {"", ""}, {"q:\\data\\x.dbf", "q:/data/x.dbf"}};  // no Q_VLDRIVE: the prefix stays
+  for (const auto& [in, out] : rows) EXPECT_EQ(conv(in), out) << in;
   setenv("C_VLDRIVE", "/home/u/", 1);
   EXPECT_EQ(conv("c:x"), "/home/u/x");
   setenv("C_VLDRIVE", "", 1);
@@ -83,17 +74,13 @@ TEST_F(FileNames, OverlongResultsAreReportedAndLeaveTheName)
 
 TEST_F(FileNames, CaseSwitchesFoldTheirPart)
 {
-  struct {
-    const char* kw;
-    const char* out;
-  } rows[] = {{"lowerfilename", "/Data.Dir/file.dbf"},
-              {"upperfilename", "/Data.Dir/FILE.DBF"},
-              {"lowerpath", "/data.dir/File.Dbf"},
-              {"upperpath", "/DATA.DIR/File.Dbf"}};
-  for (const auto& r : rows) {
-    vlset(r.kw, TRUE_VAR);
-    EXPECT_EQ(conv("/Data.Dir/File.Dbf"), r.out) << r.kw;
-    vlset(r.kw, FALSE_VAR);
+  const std::pair<const char*, const char*> rows[] = {
+      {"lowerfilename", "/Data.Dir/file.dbf"}, {"upperfilename", "/Data.Dir/FILE.DBF"},
+      {"lowerpath", "/data.dir/File.Dbf"},     {"upperpath", "/DATA.DIR/File.Dbf"}};
+  for (const auto& [in, out] : rows) {
+    vlset(in, TRUE_VAR);  // the switch's keyword
+    EXPECT_EQ(conv("/Data.Dir/File.Dbf"), out) << in;
+    vlset(in, FALSE_VAR);
   }
   vlset("lowerfile", TRUE_VAR);
   vlset("upperpath", TRUE_VAR);
@@ -104,17 +91,14 @@ TEST_F(FileNames, CaseSwitchesFoldTheirPart)
 TEST_F(FileNames, StripKeepsSafeCharactersAndClipsToEightThree)
 {
   vlset("strip", TRUE_VAR);
-  struct {
-    const char* in;
-    const char* out;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"abcdefghij.prg", "abcdefgh.prg"}, {"a.12345", "a.12345"},
       {"x.html", "x.htm"},                {"a b$c+d.txt", "abcd.txt"},
       {"dir/abcdefghijk", "dir/abcdefgh"}, {"longdirectory/f.c", "longdirectory/f.c"},
       {"abcdefghij.tar.gz", "abcdefgh.tar"}, {"ab.", "ab."},
       {"x~#%@!.*?", "x~#%@!.*?"},         {"\xe4pfel.txt", "pfel.txt"},
   };
-  for (const auto& r : rows) EXPECT_EQ(conv(r.in), r.out) << r.in;
+  for (const auto& [in, out] : rows) EXPECT_EQ(conv(in), out) << in;
 }
 
 TEST_F(FileNames, ExtensionMapIsLookedUpInLowerCase)
@@ -183,16 +167,13 @@ TEST_F(FileNames, NamesAreExpandedByTheKernel)
 
 TEST_F(FileNames, AbsolutePathsCollapseDotsAndSlashes)
 {
-  struct {
-    const char* in;
-    const char* out;
-  } rows[] = {{"/a/b/../c", "/a/c"},         {"/a//b/./c", "/a/b/c"},
-              {"/a/b/..", "/a/b/.."},        {"/../x", "/x"},
-              {"/a/./../b", "/b"},           {"/a/b/c/../../d", "/a/d"}};
-  for (const auto& r : rows) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"/a/b/../c", "/a/c"}, {"/a//b/./c", "/a/b/c"}, {"/a/b/..", "/a/b/.."},
+      {"/../x", "/x"},       {"/a/./../b", "/b"},     {"/a/b/c/../../d", "/a/d"}};
+  for (const auto& [in, out] : rows) {
     char buf[64];
-    std::strcpy(buf, r.in);
-    EXPECT_STREQ(vlnGetAbsPath(buf, sizeof buf), r.out) << r.in;
+    std::strcpy(buf, in);
+    EXPECT_STREQ(vlnGetAbsPath(buf, sizeof buf), out) << in;
   }
   char* cwd = getcwd(nullptr, 0);
   char rel[512] = "x/./y";
@@ -216,16 +197,13 @@ TEST_F(FileNames, AbsolutePathsCollapseDotsAndSlashes)
 TEST_F(FileNames, AddExtensionOnlyWithoutOne)
 {
   char out[32];
-  struct {
-    const char* in;
-    const char* out;
-  } rows[] = {{"name", "name.dbf"},         {"  name  ", "name.dbf"},
-              {"my name", "my name.dbf"},   {"x.txt", "x.txt"},
-              {"a.b/file", "a.b/file.dbf"}, {"a.b\\file", "a.b\\file.dbf"},
-              {"dir/f.", "dir/f."}};
-  for (const auto& r : rows) {
-    ASSERT_NE(vlnAddExtension(out, r.in, ".dbf", sizeof out), nullptr) << r.in;
-    EXPECT_STREQ(out, r.out) << r.in;
+  const std::pair<const char*, const char*> rows[] = {
+      {"name", "name.dbf"},         {"  name  ", "name.dbf"},       {"my name", "my name.dbf"},
+      {"x.txt", "x.txt"},           {"a.b/file", "a.b/file.dbf"},   {"a.b\\file", "a.b\\file.dbf"},
+      {"dir/f.", "dir/f."}};
+  for (const auto& [in, want] : rows) {
+    ASSERT_NE(vlnAddExtension(out, in, ".dbf", sizeof out), nullptr) << in;
+    EXPECT_STREQ(out, want) << in;
   }
   EXPECT_EQ(vlnAddExtension(out, "abcdefghijklmnopqrstuvwxyz012", ".dbf", sizeof out), nullptr);
   EXPECT_NE(vlnAddExtension(out, "abcdefghijklmnopqrstuvwxyz012.x", ".dbf", sizeof out),

@@ -83,19 +83,6 @@ var* deep(int argc, var** argv)
 
 }  // namespace
 
-TEST_F(Frames, StartFillsTheFrameAndEndRestoresTheCaller)
-{
-  frame f;
-  const int32_t depth = glob_depth;
-  vln_fn_start(&f, "m.prg", "fn", 12, 3);
-  EXPECT_EQ(f.TmvNp, tmpvar_cnt);
-  EXPECT_EQ(glob_depth, depth + 1);
-  EXPECT_EQ(old_fn_stack, &f);
-  EXPECT_EQ(vln_fn_end(&f, 'U'), NIL_VAR);
-  EXPECT_EQ(old_fn_stack, frame_mark_);
-  EXPECT_EQ(glob_depth, depth);
-}
-
 // A missing parameter gets the empty value of its type quietly; a wrong
 // type reports once (unless quiet) and leaves the caller's variable alone.
 TEST_F(Frames, ParametersOfTheWrongTypeOrMissing)

@@ -43,22 +43,19 @@ class VlSet : public SetTest {
 TEST_F(VlSet, DevelMatchesEverySpellingFromThreeLetters)
 {
   expect_rows({
-      {"VL_SET('devel', .F.), {VL_SET('devel', .T.), VL_SET('devel')}", "{.F., .T.}"},
-      {"VL_SET('devel', .F.), {VL_SET('develop', .T.), VL_SET('develop')}", "{.F., .T.}"},
-      {"VL_SET('devel', .F.), {VL_SET('developer', .T.), VL_SET('developer')}", "{.F., .T.}"},
-      {"VL_SET('devel', .F.), {VL_SET('DEVEL', .T.), VL_SET('DEVEL')}", "{.F., .T.}"},
-      {"VL_SET('devel', .F.), {VL_SET(' Dev ', .T.), VL_SET(' Dev ')}", "{.F., .T.}"},
-      {"VL_SET('devel', .F.), {VL_SET('dev', .T.), VL_SET('dev')}", "{.F., .T.}"},
+      // Each call gives the former value, so every one shows the one before took.
+      {"VL_SET('devel', .F.), {VL_SET('devel', .T.), VL_SET('develop', .F.), VL_SET('developer', .T.), "
+       "VL_SET('DEVEL', .F.), VL_SET(' Dev ', .T.), VL_SET('dev', .F.), VL_SET('dev', .T.)}",
+       "{.F., .T., .F., .T., .F., .T., .F.}"},
       {"{VL_SET('de', .F.), VL_SET('developers', .F.), VL_SET('', .F.), VL_SET('devel x', .F.)}",
        "{.F., .F., .F., .F.}"},
       {"VL_SET('devel')", ".T."},  // none of those was taken for devel
       {"VL_SET(1, .T.)", ".F."},   // the keyword must be a text
       {"VL_SET('devel', .T., .T.)", "#311"},
       {"VL_SET('devel', 'yes')", "#312"},
-      {"VL_SET('slot24', .T.)", ".F."},  // tokens without a keyword
-      {"VL_SET('slot25', .T.)", ".F."},
-      {"VL_SET('token24', .T.)", ".F."},
-      {"VL_SET('nonsense', .T.)", ".F."},
+      // Tokens without a keyword.
+      {"{VL_SET('slot24', .T.), VL_SET('slot25', .T.), VL_SET('token24', .T.), VL_SET('nonsense', .T.)}",
+       "{.F., .F., .F., .F.}"},
   });
   vlset({txt("devel"), FALSE_VAR});
   EXPECT_EQ(vl_set_flag[VL_SLOT_LEVEL], VL_NORMAL_LEVEL);
@@ -68,21 +65,13 @@ TEST_F(VlSet, DevelMatchesEverySpellingFromThreeLetters)
 
 TEST_F(VlSet, FileAndPathCaseSwitchesExcludeEachOther)
 {
-  struct Pair {
-    const char* a;
-    const char* b;
-    int slot_a, slot_b;
-  } pairs[] = {{"lowerfilename", "upperfilename", VL_SLOT_LOWERFILE, VL_SLOT_UPPERFILE},
-               {"lowerpath", "upperpath", VL_SLOT_LOWERPATH, VL_SLOT_UPPERPATH}};
-  for (const Pair& p : pairs) {
-    EXPECT_EQ(vlset({txt(p.a), TRUE_VAR}), FALSE_VAR);
-    EXPECT_EQ(vlset({txt(p.b), TRUE_VAR}), FALSE_VAR);
-    EXPECT_EQ(vl_set_flag[p.slot_a], 0) << p.a << " cleared by " << p.b;
-    EXPECT_EQ(vlset({txt(p.a), TRUE_VAR}), FALSE_VAR);
-    EXPECT_EQ(vl_set_flag[p.slot_b], 0);
-    EXPECT_EQ(vlset({txt(p.a), FALSE_VAR}), TRUE_VAR);
-    EXPECT_EQ(vl_set_flag[p.slot_b], 0) << "false clears nothing";
-  }
+  // Setting one clears the other; clearing one leaves the other alone.
+  for (const char* row :
+       {"{VL_SET('lowerfilename', .T.), VL_SET('upperfilename', .T.), VL_SET('lowerfilename', .T.), "
+        "VL_SET('upperfilename'), VL_SET('lowerfilename', .F.), VL_SET('upperfilename')}",
+        "{VL_SET('lowerpath', .T.), VL_SET('upperpath', .T.), VL_SET('lowerpath', .T.), "
+        "VL_SET('upperpath'), VL_SET('lowerpath', .F.), VL_SET('upperpath')}"})
+    expect_rows({{row, "{.F., .F., .F., .F., .T., .F.}"}});
   vlset({txt("upperfile"), num(1)});
   EXPECT_EQ(vlnGetUpperFiles(), 1);
   EXPECT_EQ(vlnGetLowerFiles(), 0);
@@ -110,22 +99,18 @@ TEST_F(VlSet, PlainLogicalSlots)
       {"VL_SET('strip', .T., .T.)", "#311"},
       {"VL_SET('strip')", ".T."},
       // Numbers and texts.
-      {"VL_SET('escdelay', 25)", "10"},
-      {"VL_SET('escdelay', 0)", "25"},
-      {"VL_SET('escdelay', 101)", "25"},  // outside 1..100 ignored
+      // Outside 1..100 ignored.
+      {"{VL_SET('escdelay', 25), VL_SET('escdelay', 0), VL_SET('escdelay', 101)}", "{10, 25, 25}"},
       {"VL_SET('escdelay', 1, 2)", "#311"},
       {"VL_SET('escdelay', '5')", "#312"},
       {"VL_SET('escdelay')", "25"},
-      {"VL_SET('fourchar', 'abcdef')", ""},
-      {"VL_SET('fourchar', 'xy')", "abcd"},
-      {"VL_SET('fourchar')", "xy"},
+      {"{VL_SET('fourchar', 'abcdef'), VL_SET('fourchar', 'xy'), VL_SET('fourchar')}", "{, abcd, xy}"},
       {"VL_SET('intvar', .T.)", ".F."},
       {"VL_SET('intvar', 'x')", "#312 .T."},
       {"SET(24, 'spool.prn'), VL_SET('printerfile')", "spool.prn"},
       {"VL_SET('printerfile', 'x')", "#311"},
       // CONVERT maps extensions.
-      {"VL_SET('convert', 'NTX', 'idx')", "ntx.idx"},
-      {"VL_SET('convert', 'ntx')", "ntx.idx"},
+      {"{VL_SET('convert', 'NTX', 'idx'), VL_SET('convert', 'ntx')}", "{ntx.idx, ntx.idx}"},
       {"VL_SET('convert')", "#311"},
       {"VL_SET('convert', 1)", "#312"},
       {"VL_SET('convert', 'a', 1)", "#312"},
@@ -148,9 +133,8 @@ TEST_F(VlSet, MultiUserSecurityWarnsWhileBelowTwo)
       {"VL_SET('multiusersecur')", "#902 1"},
       {"VL_SET('multiusersecur', 4)", "#312"},
       {"VL_SET('multiusersecur', '2')", "#312"},
-      {"VL_SET('multiusersecur', 2)", "1"},
-      {"VL_SET('multiusersecur')", "2"},
-      {"VL_SET('multiusersecur', 3)", "2"},
+      {"{VL_SET('multiusersecur', 2), VL_SET('multiusersecur'), VL_SET('multiusersecur', 3)}",
+       "{1, 2, 2}"},
   });
   vlset({txt("multiusersecur"), num(1)});
   EXPECT_EQ(vlnFCNTLreadwrite, 1) << "the lock layer's switch";

@@ -20,30 +20,22 @@ TEST_F(Small, Table)
 {
   setenv("VL_SMALL_TEST", "value=1", 1);
   expect_rows({
-      {"MAX(1.5, 2)", "2"},
-      {"MIN(1.5, 2)", "1.5"},
-      {"DTOS(MAX(STOD('20240101'), STOD('20240102')))", "20240102"},
-      {"VALTYPE(MIN(STOD('20240101'), STOD('20240102')))", "D"},
-      {"MIN(.F., .T.)", ".F."},
+      {"{MAX(1.5, 2), MIN(1.5, 2), MIN(.F., .T.)}", "{2, 1.5, .F.}"},
+      {"{DTOS(MAX(STOD('20240101'), STOD('20240102'))), VALTYPE(MIN(STOD('20240101'), STOD('20240102')))}",
+       "{20240102, D}"},
       {"MAX(1, STOD('20240101'))", "#312 NIL"},
       {"MIN(1)", "#311 NIL"},
       {"MAX('a', 'b')", "#312 NIL"},
       {"DESCEND('A' + CHR(0) + CHR(255)) == CHR(191) + CHR(0) + CHR(1)", ".T."},
       {"DESCEND('abc') > DESCEND('abd')", ".T."},
-      {"DESCEND(12.5)", "-12.5"},
+      {"{DESCEND(12.5), DESCEND(STOD('00010101')), DESCEND(.T.), DESCEND(NIL)}", "{-12.5, -1, .F., NIL}"},
       {"VALTYPE(DESCEND(STOD('00010101')))", "N"},
-      {"DESCEND(STOD('00010101'))", "-1"},
-      {"DESCEND(.T.)", ".F."},
-      {"DESCEND(NIL)", "NIL"},
-      {"GETENV('VL_SMALL_TEST')", "value=1"},
-      {"GETENV('VL_NO_SUCH_VARIABLE')", ""},
-      {"GETENV(1)", ""},
+      {"{GETENV('VL_SMALL_TEST'), GETENV('VL_NO_SUCH_VARIABLE'), GETENV(1)}", "{value=1, , }"},
       {"ISCOLOR()", ".F."},  // no screen
       {"{LEN('abc'), LEN(NIL), LEN(12345), LEN({1, 2, 3})}", "{3, 0, 0, 3}"},
       {"LEN()", "ERROR"},
       {"u := 'Mixed Case 1', {UPPER(u), u}", "{MIXED CASE 1, Mixed Case 1}"},  // a copy
-      {"UPPER(5)", ""},
-      {"UPPER('a', 'b')", ""},
+      {"{UPPER(5), UPPER('a', 'b')}", "{, }"},
       {"{ABS(-2.75), ABS(.T.), ABS('x'), ABS()}", "{2.75, 1, 0, 0}"},
   });
   unsetenv("VL_SMALL_TEST");
