@@ -100,7 +100,9 @@ TEST_F(FileFuncs, OpenModes)
     const int fd = vlnIntVar(vl_call(_bb_fopen, {set_cv(name), set_nv(mode, 0)}));
     ASSERT_GE(fd, 0) << mode;  // write modes create, other modes are open() flags
     EXPECT_EQ(fcntl(fd, F_GETFL) & (O_ACCMODE | O_APPEND), mode & (O_ACCMODE | O_APPEND));
-    if (mode == 2) EXPECT_NE(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+    if (mode == 2) {
+      EXPECT_NE(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+    }
     vl_call(_bb_fwrite, {set_nv(fd, 0), set_cv("+")});
     EXPECT_EQ(vlnIntVar(vl_call(_bb_ferror, {})), mode == 0 ? EBADF : 0);
     close(fd);

@@ -220,7 +220,9 @@ TEST_F(FileNames, ExtractNameGivesTheUpperCaseBase)
     char out[9] = "";
     const int n = vlnExtractName(in, out, sizeof out);
     EXPECT_EQ(n, static_cast<int>(std::strlen(want))) << in;  // 0: the name didn't fit
-    if (n) EXPECT_STREQ(out, want) << in;
+    if (n) {
+      EXPECT_STREQ(out, want) << in;
+    }
   }
 }
 
