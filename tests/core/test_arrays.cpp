@@ -74,17 +74,12 @@ class Release : public ArrayTest {};
 
 TEST_F(ArraysCreate, SizesOutsideZeroTo65535Report409)
 {
-  for (int32_t size : {-1, 65536}) {
-    var* v = cre_tmpvar();
-    EXPECT_EQ(cre_arr(v, size, VL_ARR_NIL, (var*)0), ERROR_VAR);
-    EXPECT_TRUE(reported(409, "dimension overflow, requested array size=" + std::to_string(size)));
-    EXPECT_EQ(v->Type, 'U');
-  }
-  var* big = cre_arr(cre_tmpvar(), 65535, VL_ARR_NIL, (var*)0);
-  ASSERT_EQ(big->Type, 'A');
-  EXPECT_EQ(VARR(big)->A_size, 65535u);
-  EXPECT_EQ(VARR(big)->A_vec[65535], nullptr);
-  EXPECT_EQ(VARR(big)->A_vec[65534]->Type, 'U');
+  expect_rows({
+      {"a := ARRAY(65535), {LEN(a), a[65535], ATAIL(a)}", "{65535, NIL, NIL}"},
+      {"ARRAY(-1)", "#409 ERROR"},
+      {"ARRAY(65536)", "#409 ERROR"},
+  });
+  EXPECT_TRUE(reported(409, "dimension overflow, requested array size=65536"));
 }
 
 TEST_F(ArraysCreate, NewArraysFillByFlag)
