@@ -190,7 +190,7 @@ TEST_F(Extend, StoresReachTheCallerOnlyByReference)
   EXPECT_EQ(day->Type, 'D');
 }
 
-TEST_F(Extend, ResultsAndWindowsInBatch)
+TEST_F(Extend, Results)
 {
   vln_flagto.decimals = 4;
   EXPECT_EQ(_VLretnd(1.5)->Decimals, 4);
@@ -202,12 +202,6 @@ TEST_F(Extend, ResultsAndWindowsInBatch)
   EXPECT_EQ(_VLretl(7), TRUE_VAR);
   EXPECT_EQ(vltest::shown(_VLretnl(-(1L << 40))), "-1099511627776");
   EXPECT_EQ(_VLretnl(INT_MIN)->Type, 'I');
-  // Without a screen layer no window can be copied.
-  int window = 42;
-  Args args{local_var(), set_nv(1, 0)};
-  EXPECT_EQ(_VLretwin(&window), NIL_VAR);
-  EXPECT_EQ(_storscw(&window, 1), 0);
-  EXPECT_EQ(_parscw(2), nullptr);
 }
 
 TEST_F(Extend, AllocationWithoutFatalFailureReturnsNull)

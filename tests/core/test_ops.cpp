@@ -122,6 +122,12 @@ class Ops : public vltest::VlTest {
     for (const auto& r : reports()) s += (s.empty() ? "" : "|") + std::to_string(r.code);
     return s;
   }
+  // Expects r to show as want after a report of code (0: none).
+  static void expect_result(var* r, const char* want, int code, const std::string& what)
+  {
+    EXPECT_EQ(show(r), want) << what;
+    EXPECT_EQ(seen(), code ? std::to_string(code) : "") << what;
+  }
 };
 
 using Binary = var* (*)(var*, var*, int);
@@ -213,10 +219,8 @@ TEST_F(OpsArith, ValueOperandsByKind)
   vln_flagto.decimals = 2;
   for (const Row& row : kRows) {
     reports().clear();
-    var* r = row.op(make(row.left), make(row.right), 0);
-    const std::string what = std::string(row.left) + " " + row.name + " " + row.right;
-    EXPECT_EQ(show(r), row.result) << what;
-    EXPECT_EQ(seen(), row.code ? std::to_string(row.code) : "") << what;
+    expect_result(row.op(make(row.left), make(row.right), 0), row.result, row.code,
+                  std::string(row.left) + " " + row.name + " " + row.right);
   }
   EXPECT_TRUE(reported(202, "only numerics can be potentiated"));  // the last row's
 }
@@ -282,9 +286,7 @@ TEST_F(OpsArith, LiteralOperands)
   vln_flagto.decimals = 2;
   for (const LiteralRow& row : kLiteralRows) {
     reports().clear();
-    var* r = row.run();
-    EXPECT_EQ(show(r), row.result) << row.what;
-    EXPECT_EQ(seen(), row.code ? std::to_string(row.code) : "") << row.what;
+    expect_result(row.run(), row.result, row.code, row.what);
   }
 }
 
@@ -553,16 +555,13 @@ TEST_F(OpsCompare, TextLiteralAgainstValues)
 TEST_F(OpsCompare, TwoTextLiterals)
 {
   flags[VL_FLAG_EXACT] = 0;
-  EXPECT_EQ(c_equ_c("abc", "ab"), TRUE_VAR);
-  EXPECT_EQ(c_equ_c("ab", "abc"), FALSE_VAR);
-  EXPECT_EQ(c_neq_c("ab", "abc"), TRUE_VAR);
-  EXPECT_EQ(c_lt_c("ab", "abc"), TRUE_VAR);
-  EXPECT_EQ(c_leq_c("abc", "ab"), TRUE_VAR);
-  EXPECT_EQ(c_gt_c("b", "abc"), TRUE_VAR);
-  EXPECT_EQ(c_geq_c("a", "b"), FALSE_VAR);
+  EXPECT_EQ((std::string{outcome(c_equ_c("abc", "ab")), outcome(c_equ_c("ab", "abc")),
+                         outcome(c_neq_c("ab", "abc")), outcome(c_lt_c("ab", "abc")),
+                         outcome(c_leq_c("abc", "ab")), outcome(c_gt_c("b", "abc")),
+                         outcome(c_geq_c("a", "b"))}),
+            "TFTTTTF");
   flags[VL_FLAG_EXACT] = 1;
-  EXPECT_EQ(c_equ_c("abc", "ab"), FALSE_VAR);
-  EXPECT_EQ(c_equ_c("ab  ", "ab"), TRUE_VAR);
+  EXPECT_EQ((std::string{outcome(c_equ_c("abc", "ab")), outcome(c_equ_c("ab  ", "ab"))}), "FT");
 }
 
 // A comparison gives a constant record: no temporary.
@@ -704,20 +703,11 @@ TEST_F(OpsModes, FieldsWriteThrough)
 
 TEST_F(OpsModes, IncrementAndDecrement)
 {
-  var* n = make("5.5");
-  EXPECT_EQ(autoinc_u(n), n);
-  EXPECT_EQ(show(n), "N(-1,1) 6.5");
-  var* old = u_autodec(n);
-  EXPECT_NE(old, n);
-  EXPECT_EQ(show(old), "N(-1,1) 6.5");
-  EXPECT_EQ(show(n), "N(-1,1) 5.5");
-  var* d = make("D10");
-  EXPECT_EQ(show(u_autoinc(d)), "D(8,0) 10");
-  EXPECT_EQ(show(autodec_u(d)), "D(8,0) 10");
+  vltest::expect_rows({{"d := STOD('20000110'), {DTOS(d++), DTOS(--d), DTOS(d)}",
+                        "{20000110, 20000110, 20000110}"}});
   var* i = make("I2147483647");
   EXPECT_EQ(show(autoinc_u(i)), "I(-1,0) -2147483648");
   EXPECT_EQ(show(autodec_u(i)), "I(-1,0) 2147483647");
-  EXPECT_EQ(reports().size(), 0u);
 }
 
 // ++ and -- act on "SNLVFPMT" (and 'f'); protected records only while the
@@ -856,25 +846,20 @@ class FastOps : public Ops {
     return res->Mode == 'T' ? "new" : "other";
   }
 
-  // What body(how) describes, followed by the reports it caused, with the
-  // temporaries it made released afterwards.
-  template <class Body>
-  std::string observe(Route how, Body body)
-  {
-    const int32_t mark = tmpvar_cnt;
-    reports().clear();
-    std::string out = body(how);
-    out += " | " + seen();
-    (del_tmpvars)(mark);
-    return out;
-  }
-
-  // Expects body to describe the same on both roads; context names the case.
+  // Expects body(how) to describe the same, with the same reports, on both
+  // roads (the temporaries it made released after each); context names the
+  // case.
   template <class Body>
   void expect_same(const std::string& context, Body body)
   {
-    const std::string inline_road = observe(Route::Inline, body);
-    EXPECT_EQ(inline_road, observe(Route::Call, body)) << context;
+    std::string got[2];
+    for (Route how : {Route::Inline, Route::Call}) {
+      const int32_t mark = tmpvar_cnt;
+      reports().clear();
+      got[how == Route::Call] = body(how) + " | " + seen();
+      (del_tmpvars)(mark);
+    }
+    EXPECT_EQ(got[0], got[1]) << context;
   }
 
   // Everything observable about l op r on fresh operands: the result, the
