@@ -190,7 +190,7 @@ TEST_F(Extend, StoresReachTheCallerOnlyByReference)
   EXPECT_EQ(day->Type, 'D');
 }
 
-TEST_F(Extend, Results)
+TEST_F(Extend, ResultsAndWindowsInBatch)
 {
   vln_flagto.decimals = 4;
   EXPECT_EQ(_VLretnd(1.5)->Decimals, 4);
@@ -202,6 +202,9 @@ TEST_F(Extend, Results)
   EXPECT_EQ(_VLretl(7), TRUE_VAR);
   EXPECT_EQ(vltest::shown(_VLretnl(-(1L << 40))), "-1099511627776");
   EXPECT_EQ(_VLretnl(INT_MIN)->Type, 'I');
+  int window = 42;  // without a screen layer no window can be copied
+  Args args{local_var(), set_nv(1, 0)};
+  EXPECT_TRUE(_VLretwin(&window) == NIL_VAR && _storscw(&window, 1) == 0 && !_parscw(2));
 }
 
 TEST_F(Extend, AllocationWithoutFatalFailureReturnsNull)
