@@ -202,12 +202,9 @@ TEST_F(Extend, ResultsAndWindowsInBatch)
   EXPECT_EQ(_VLretl(7), TRUE_VAR);
   EXPECT_EQ(vltest::shown(_VLretnl(-(1L << 40))), "-1099511627776");
   EXPECT_EQ(_VLretnl(INT_MIN)->Type, 'I');
-  // Without a screen layer no window can be copied.
-  int window = 42;
+  int window = 42;  // without a screen layer no window can be copied
   Args args{local_var(), set_nv(1, 0)};
-  EXPECT_EQ(_VLretwin(&window), NIL_VAR);
-  EXPECT_EQ(_storscw(&window, 1), 0);
-  EXPECT_EQ(_parscw(2), nullptr);
+  EXPECT_TRUE(_VLretwin(&window) == NIL_VAR && _storscw(&window, 1) == 0 && !_parscw(2));
 }
 
 TEST_F(Extend, AllocationWithoutFatalFailureReturnsNull)

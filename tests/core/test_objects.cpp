@@ -24,16 +24,14 @@ enum {
 enum { kLegs = 2, kName = 3, kStoredName = 4, kContents = 5, kHidden = 6, kDogSlots = 5 };
 constexpr int kWideArgs = 20;
 
-int g_axit_calls = 0;
-std::string g_axit_log;          // the legs of each dog whose axit ran
-void (*g_on_axit)() = nullptr;  // what an axit does besides
-int g_access_calls = 0;
-int g_assign_calls = 0;
-std::string g_nomethod_name;
-int g_nomethod_argc = 0;
-std::string g_get_name, g_put_name;
-double g_put_value = 0;
-int g_wide_argc = 0;
+// What the methods saw since SetUp.
+struct Log {
+  int axit_calls = 0, access_calls = 0, assign_calls = 0, nomethod_argc = 0, wide_argc = 0;
+  std::string axit_log;        // the legs of each dog whose axit ran
+  void (*on_axit)() = nullptr;  // what an axit does besides
+  std::string nomethod_name, get_name, put_name;
+  double put_value = 0;
+} g;
 
 const VlnClassRow kDogClass[] = {
     {'O', 4, kMethodCount, 3},
@@ -66,9 +64,9 @@ const VlnClassRow kBareClass[] = {
 var* dog_axit(int argc, var** argv)
 {
   VL_BEGIN("dog.prg", "dog_axit");
-  ++g_axit_calls;
-  g_axit_log += std::to_string(vlnIntVar(vlnGetObj(argv[0], kLegs))) + " ";
-  if (g_on_axit) g_on_axit();
+  ++g.axit_calls;
+  g.axit_log += std::to_string(vlnIntVar(vlnGetObj(argv[0], kLegs))) + " ";
+  if (g.on_axit) g.on_axit();
   VL_RETURN(argv[0]);
 }
 
@@ -82,21 +80,21 @@ var* dog_init(int argc, var** argv)
 
 var* dog_name_ac(var* obj)
 {
-  ++g_access_calls;
+  ++g.access_calls;
   return vlnGetObj(obj, kStoredName);
 }
 
 var* dog_name_as(var* obj, var* value)
 {
-  ++g_assign_calls;
+  ++g.assign_calls;
   return cpy_var(vlnGetObj(obj, kStoredName), value);
 }
 
 var* dog_nomethod(int argc, var** argv)
 {
   VL_BEGIN("dog.prg", "dog_nomethod");
-  g_nomethod_name = str(argv[1]);
-  g_nomethod_argc = argc;
+  g.nomethod_name = str(argv[1]);
+  g.nomethod_argc = argc;
   VL_RETURN(set_cv("handled"));
 }
 
@@ -120,21 +118,21 @@ var* dog_speak(int argc, var** argv)
 
 var* dog_noivarget(int argc, var** argv)
 {
-  g_get_name = str(argv[1]);
+  g.get_name = str(argv[1]);
   return set_cv("got");
 }
 
 var* dog_noivarput(int argc, var** argv)
 {
-  g_put_name = str(argv[1]);
-  g_put_value = vlnNumVar(argv[2]);
+  g.put_name = str(argv[1]);
+  g.put_value = vlnNumVar(argv[2]);
   return argv[2];
 }
 
 // Counts its arguments, then BREAKs with the last one.
 var* dog_wide(int argc, var** argv)
 {
-  g_wide_argc = argc;
+  g.wide_argc = argc;
   return _bb_break(1, &argv[argc - 1]);
 }
 
@@ -172,12 +170,7 @@ class Objects : public vltest::VlTest {
   void SetUp() override
   {
     VlTest::SetUp();
-    g_axit_calls = g_access_calls = g_assign_calls = g_nomethod_argc = g_wide_argc = 0;
-    g_nomethod_name.clear();
-    g_get_name.clear();
-    g_put_name.clear();
-    g_axit_log.clear();
-    g_on_axit = nullptr;
+    g = {};
   }
   var* new_dog(double legs) { return vl_call(dog_new, {set_nv(legs, 0)}); }
   // A variable holding a new array of the values.
@@ -208,12 +201,12 @@ TEST_F(Objects, ConstructionAndDispatch)
   vlnNoIVar(dog, "name", 0, set_cv("Rex"));
   EXPECT_EQ(str(vlnNoIVar(dog, "NAME", 0, nullptr)), "Rex");
   EXPECT_EQ(str(vlnDoInstance(dog, "name", kName, 0, nullptr)), "Rex");
-  EXPECT_EQ(g_assign_calls * 10 + g_access_calls, 12);
+  EXPECT_EQ(g.assign_calls * 10 + g.access_calls, 12);
   vlnDoInstance(dog, "legs", kLegs, 0, set_nv(3, 0));  // plain slots in place
   EXPECT_EQ(VDBL(vlnNoIVar(dog, "legs", 0, nullptr)), 3.0);
   var* arg = set_nv(7, 0);
   EXPECT_EQ(str(send("fetch", dog, 1, &arg)), "handled");
-  EXPECT_EQ(g_nomethod_name + std::to_string(g_nomethod_argc), "fetch3");
+  EXPECT_EQ(g.nomethod_name + std::to_string(g.nomethod_argc), "fetch3");
   // An index past the class's methods takes the same road.
   EXPECT_EQ(str(vlnDoMethod("fetch", kMethodCount + 3, 0, 1, &dog)), "handled");
   EXPECT_EQ(last_code(), 0);
@@ -257,7 +250,7 @@ TEST_F(Objects, ReleaseRunsNestedAxitsLastToFirst)
     del_tmpvars(mark);
   }
   del_var(h);
-  EXPECT_EQ(g_axit_log, "4 3 2 1 ");
+  EXPECT_EQ(g.axit_log, "4 3 2 1 ");
 }
 
 var* g_walked = nullptr;  // the array an axit empties
@@ -280,17 +273,17 @@ TEST_F(Objects, AnAxitMayEmptyTheArrayBeingChanged)
       {"refill", 1, [](var* a) { return cre_arr(a, 2, VL_ARR_NIL, (var*)nullptr); }, 2},
       {"ADEL", 1, [](var* a) { return vl_call(_bb_adel, {a, set_nv(1, 0)}); }, 0},
   };
-  g_on_axit = empty_walked;
+  g.on_axit = empty_walked;
   for (const Case& c : cases) {
     const int32_t mark = tmpvar_cnt;
     var* v[] = {set_nv(7, 0), set_nv(8, 0), set_nv(9, 0)};
     v[c.dog_at - 1] = new_dog(c.dog_at);
     g_walked = array_of({v[0], v[1], v[2]});
     del_tmpvars(mark);
-    g_axit_calls = 0;
+    g.axit_calls = 0;
     c.change(g_walked);
     del_tmpvars(mark);
-    EXPECT_EQ(g_axit_calls, 1) << c.what;
+    EXPECT_EQ(g.axit_calls, 1) << c.what;
     EXPECT_EQ(VARR(g_walked)->A_size, c.size_after) << c.what;
     del_var(g_walked);
   }
@@ -305,14 +298,14 @@ TEST_F(Objects, ACycleBrokenByTheProgramIsReleased)
   vl_call(_bb_aadd, {a, a});
   del_tmpvars(mark);
   cpy_var(dget_arr(a, 2), NIL_VAR);
-  EXPECT_EQ(g_axit_calls, 0);
+  EXPECT_EQ(g.axit_calls, 0);
   del_var(a);
-  EXPECT_EQ(g_axit_calls, 1);
+  EXPECT_EQ(g.axit_calls, 1);
 }
 
 void break_once()
 {
-  g_on_axit = nullptr;
+  g.on_axit = nullptr;
   vln_break_value = NIL_VAR;
   longjmp(*glob_sequencebuf, 1);
 }
@@ -325,7 +318,7 @@ TEST_F(Objects, ABreakOutOfAnAxitLeavesTheRestPending)
   vln_fn_start(&f, "test.prg", "test", 1, 0);
   var* a = array_of({new_dog(1), new_dog(2)});
   del_tmpvars(f.TmvNp);
-  g_on_axit = break_once;
+  g.on_axit = break_once;
   jmp_buf buf;
   jmp_buf* const saved = glob_sequencebuf;
   glob_sequencebuf = &buf;
@@ -335,9 +328,9 @@ TEST_F(Objects, ABreakOutOfAnAxitLeavesTheRestPending)
   }
   glob_sequencebuf = saved;
   vln_after_break(&f);
-  EXPECT_EQ(g_axit_log, "2 ");
+  EXPECT_EQ(g.axit_log, "2 ");
   del_var(array_of({}));
-  EXPECT_EQ(g_axit_log, "2 1 ");
+  EXPECT_EQ(g.axit_log, "2 1 ");
   vln_fn_end(&f, 'U');
 }
 
@@ -349,17 +342,17 @@ TEST_F(Objects, NamesAndTheNoivarFallbacks)
   var* dog = new_dog(4);
   EXPECT_EQ(str(vlnNoIVar(dog, "missing", 0, nullptr)), "got");
   vlnNoIVar(dog, "other", 0, set_nv(4, 0));
-  EXPECT_EQ(g_get_name + " " + g_put_name + " " + std::to_string(g_put_value), "missing other 4.000000");
+  EXPECT_EQ(g.get_name + " " + g.put_name + " " + std::to_string(g.put_value), "missing other 4.000000");
   vlnNoIVar(dog, "contentsxyQQQ", 0, set_nv(1, 0));  // differs after 10
   EXPECT_EQ(VDBL(vlnGetObj(dog, kContents)), 1.0);
   var* args[] = {dog, set_nv(21, 0)};
   EXPECT_EQ(vlnNumVar(vlnNoDoMethod("doubleitwithalongname", 0, 2, args)), 42.0);
   EXPECT_EQ(vlnNumVar(vlnNoDoMacroMethod("  DoubleItWithALongName ", 0, 2, args)), 42.0);
   EXPECT_EQ(last_code(), 0);
-  g_get_name.clear();
+  g.get_name.clear();
   EXPECT_EQ(vlnNoIVar(dog, "hidden", 0, nullptr), NIL_VAR);
   EXPECT_EQ(last_code(), 344);
-  EXPECT_EQ(g_get_name, "");
+  EXPECT_EQ(g.get_name, "");
 }
 
 TEST_F(Objects, BreakOutOfAMethodWithALongArgumentList)
@@ -379,7 +372,7 @@ TEST_F(Objects, BreakOutOfAMethodWithALongArgumentList)
     VL_END_SEQUENCE;
     vln_fn_end(&vl_frame_, 'U');
   }
-  EXPECT_EQ(g_wide_argc, kWideArgs + 1);
+  EXPECT_EQ(g.wide_argc, kWideArgs + 1);
   EXPECT_EQ(vlnNumVar(got), static_cast<double>(kWideArgs));
   EXPECT_EQ(glob_sequencebuf, nullptr);
 }
