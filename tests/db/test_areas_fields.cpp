@@ -177,52 +177,52 @@ var* lang_object()
   return obj;
 }
 
-TEST_F(dbFields, LanguageDriversAnnounceFieldsIntoTheirArray)
+// Open a language-driver table in the selected area with the fields QTY
+// (type given in lower case, padded) and LABEL.
+var* open_lang(const char* name)
 {
-  vlnSelect(set_nv(1, 0), 0);
   var* obj = lang_object();
   var* fields = vlnGetObj(obj, kArraySlot);
-  var* args2[] = {obj, set_cv("/tmp/lang.txt")};
-  EXPECT_EQ(str(_bb_rddannalia(2, args2)), "LANG");
-  var* qty[] = {set_cv("QTY"), set_nv(1, 0), set_cv(" \tn"), ZERO_VAR,
-                set_nv(5, 0), ZERO_VAR, fields};
-  var* f = _bb_rddannfiel(7, qty);
-  EXPECT_EQ(VARR(fields)->A_vec[0], f);
+  var* alias[] = {obj, set_cv(name)};
+  _bb_rddannalia(2, alias);
+  var* qty[] = {set_cv("QTY"), ONE_VAR, set_cv(" \tn"), ZERO_VAR, set_nv(5, 0), ZERO_VAR, fields};
+  _bb_rddannfiel(7, qty);
+  var* label[] = {set_cv("LABEL"), set_nv(2, 0), set_cv("C"), ZERO_VAR, set_nv(8, 0), ZERO_VAR, fields};
+  _bb_rddannfiel(7, label);
+  return obj;
+}
+
+// Retire the fields and the alias of a language-driver table.
+void close_lang(var* obj)
+{
+  for (const char* name : {"label", "qty"}) {
+    var* ret[] = {obj, set_cv(name)};
+    _bb_rddretfiel(2, ret);
+  }
+  EXPECT_EQ(_bb_rddretalia(1, &obj), TRUE_VAR);
+}
+
+TEST_F(dbFields, LanguageDriversAnnounceFieldsIntoTheirArray)
+{
+  vlnSelect(ONE_VAR, 0);
+  var* obj = open_lang("/tmp/lang.txt");
+  var* fields = vlnGetObj(obj, kArraySlot);
+  var* f = VARR(fields)->A_vec[0];
   EXPECT_EQ(f->Type, 'N');
   EXPECT_EQ(f->Mode, 'F');
   EXPECT_EQ(f->F_indx, 0u);
-  var* label[] = {set_cv("LABEL"), set_nv(2, 0), set_cv("C"), ZERO_VAR,
-                  set_nv(8, 0), ZERO_VAR, fields};
-  _bb_rddannfiel(7, label);
-
+  EXPECT_STREQ(vlnSelectedArea->alias, "LANG");
   expect_rows({
       {"qty := 7, label := 'abc'"},  // to fieldput, which stores in the record
       {"{qty, label}", "{7, abc     }"},  // the field keeps its width
       {"label := 'a much longer text', label", "a much l"},
   });
-
-  var* ret[] = {obj, set_cv("label")};
-  _bb_rddretfiel(2, ret);
-  ret[1] = set_cv("qty");
-  _bb_rddretfiel(2, ret);
-  EXPECT_EQ(_bb_rddretalia(1, &obj), TRUE_VAR);
+  close_lang(obj);
   EXPECT_EQ(_bb_rddretalia(1, &obj), FALSE_VAR);
   expect_rows({{"label", "#901 NIL"}});  // no field any more: an undefined memvar
   // The array keeps the last values as values of its own.
   EXPECT_EQ(str(VARR(fields)->A_vec[1]), "a much l");
   EXPECT_EQ(VDBL(VARR(fields)->A_vec[0]), 7);
-}
-
-// Open a language-driver table with the one field QTY in the selected area.
-var* open_lang(const char* name)
-{
-  var* obj = lang_object();
-  var* alias[] = {obj, set_cv(name)};
-  _bb_rddannalia(2, alias);
-  var* qty[] = {set_cv("QTY"), ONE_VAR, set_cv("N"), ZERO_VAR, set_nv(5, 0), ZERO_VAR,
-                vlnGetObj(obj, kArraySlot)};
-  _bb_rddannfiel(7, qty);
-  return obj;
 }
 
 // (1)->(qty := -1) inside BEGIN SEQUENCE: the put BREAKs.
@@ -257,33 +257,20 @@ TEST_F(dbFields, DirectStoresReachTheDriverOnceAndABreakOutOfAPutUnwinds)
   EXPECT_EQ(g_lang_puts, 3);
   EXPECT_EQ(VDBL(qty), 4);
 
-  var* ret[] = {obj, set_cv("qty")};
-  _bb_rddretfiel(2, ret);
-  _bb_rddretalia(1, &obj);
+  close_lang(obj);
 }
 
 TEST_F(dbFields, LanguageAnnouncementsCheckTheirArguments)
 {
-  vlnSelect(set_nv(1, 0), 0);
-  var* obj = lang_object();
-  var* fields = vlnGetObj(obj, kArraySlot);
-  EXPECT_EQ(_bb_rddannalia(1, &obj), ERROR_VAR);
-  EXPECT_TRUE(reported(311, "RddAnnounceField(): 2 params expected"));
-  EXPECT_EQ(vl_call(_bb_rddannalia, {obj, ONE_VAR}), ERROR_VAR);
-  EXPECT_TRUE(reported(312, "expected P[1..7] types AC"));
-  EXPECT_EQ(vl_call(_bb_rddannfiel, {set_cv("A"), ONE_VAR, set_cv("C"), ZERO_VAR, ONE_VAR, ZERO_VAR}),
-            ERROR_VAR);
-  EXPECT_TRUE(reported(311, "RddAnnounceField(): 7 params expected"));
-  EXPECT_EQ(vl_call(_bb_rddannfiel, {set_cv("A"), set_cv("1"), set_cv("C"), ZERO_VAR, ONE_VAR, ZERO_VAR, fields}),
-            ERROR_VAR);
-  EXPECT_TRUE(reported(312, "expected P[1..7] types CNCNNNA"));
-  EXPECT_EQ(vl_call(_bb_rddannfiel, {set_cv("A"), set_nv(3, 0), set_cv("C"), ZERO_VAR, ONE_VAR, ZERO_VAR, fields}),
-            ERROR_VAR);
-  EXPECT_TRUE(reported(320, "array of fields too small"));
-  EXPECT_EQ(vl_call(_bb_rddretalia, {ONE_VAR}), ERROR_VAR);
-  EXPECT_TRUE(reported(312, "object expected"));
-  EXPECT_EQ(_bb_rddretfiel(1, &obj), ERROR_VAR);
-  EXPECT_TRUE(reported(311, "RddRetireField(): 2 params expected"));
+  expect_rows({
+      {"RDDANNALIA(1)", "#311 ERROR"},
+      {"RDDANNALIA({}, 1)", "#312 ERROR"},
+      {"RDDANNFIEL('A', 1, 'C', 0, 1, 0)", "#311 ERROR"},
+      {"RDDANNFIEL('A', '1', 'C', 0, 1, 0, {})", "#312 ERROR"},
+      {"RDDANNFIEL('A', 3, 'C', 0, 1, 0, {NIL, NIL})", "#320 ERROR"},  // the array is too small
+      {"RDDRETALIA(1)", "#312 ERROR"},
+      {"RDDRETFIEL(1)", "#311 ERROR"},
+  });
 }
 
 }  // namespace

@@ -71,17 +71,6 @@ TEST_F(Facade, EveryFunctionOnAnEmptyAreaGivesItsNeutralValue)
   }
 }
 
-TEST_F(Facade, ParamCheckPassesAbsentNilAndListedTypes)
-{
-  EXPECT_EQ(vlnParamCheck(nullptr, "INF", "DBSKIP"), 1);
-  EXPECT_EQ(vlnParamCheck(NIL_VAR, "INF", "DBSKIP"), 1);
-  EXPECT_EQ(vlnParamCheck(set_Iv(2), "INF", "DBSKIP"), 1);
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vlnParamCheck(set_cv("x"), "INF", "DBSKIP"), 0);
-  EXPECT_TRUE(reported(312, "DBSKIP: argument type 'C' not in 'INF'"));
-  EXPECT_EQ(reports()[0].severity, VL_SEV_RUNTIME);
-}
-
 TEST_F(Facade, IndexExtensionWithoutTableAsksTheDefaultDriver)
 {
   // No DBFIDX constructor is linked into this program: the closed object
@@ -145,8 +134,6 @@ TEST_F(Facade, DriverNamesReachTheirConstructorTrimmedAndUpperCased)
   vl_call(_bb_dbserverne, {set_cv("file"), TRUE_VAR, NIL_VAR, NIL_VAR, set_cv(" Toy")});
   ASSERT_EQ(g_ctor_argc.size(), 2u);
   EXPECT_EQ(g_ctor_last[1], "file .T. NIL NIL  Toy ");
-  EXPECT_EQ(vl_call(_bb_dbserverne, {NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, set_cv("nodriver")}), NIL_VAR);
-  EXPECT_TRUE(reported(320, "Driver 'NODRIVERNEW' not found"));
 }
 
 // ---- DBSELECTAREA. ----
@@ -161,27 +148,6 @@ TEST_F(Facade, SelectAreaArgumentRules)
       {"{DBSELECTAREA({|| 5}), SELECT()}", "{.T., 5}"},  // a block gives the area
       {"{DBSELECTAREA('2'), SELECT()}", "{.T., 2}"},
   });
-}
-
-// ---- Scope packing (no RECORD: that one moves a table). ----
-
-TEST_F(Facade, DoScopePacksForWhileAndTheWinningScope)
-{
-  var* fr = set_cv("for");
-  var* wh = set_cv("while");
-  var* next = set_Iv(4);
-  var* target[3] = {};
-  var* src1[] = {fr, wh, NIL_VAR, NIL_VAR, TRUE_VAR};
-  EXPECT_EQ(vlnDoScope(1, src1, target, nullptr), 1);
-  EXPECT_EQ(target[0], fr);
-  EXPECT_EQ(vlnDoScope(3, src1, target, nullptr), 2);  // NEXT is NIL: no scope
-  EXPECT_EQ(target[1], wh);
-  EXPECT_EQ(vlnDoScope(9, src1, target, nullptr), 3);  // REST
-  EXPECT_EQ(target[2], TRUE_VAR);
-  var* src2[] = {fr, wh, next, NIL_VAR, TRUE_VAR};
-  EXPECT_EQ(vlnDoScope(5, src2, target, nullptr), 3);  // NEXT over REST
-  EXPECT_EQ(target[2], next);
-  EXPECT_EQ(vlnDoScope(0, src2, target, nullptr), 0);
 }
 
 // ---- What reaches the driver: an object that records its messages. ----
@@ -254,8 +220,10 @@ TEST_F(FacadeSends, EvalPacksTheScopeAndRecordMovesFirst)
 {
   var* b = exp_eval("{|| 5}");
   vl_call(_bb_dbeval, {b, set_cv("f"), set_cv("w"), set_Iv(4), set_Iv(7), TRUE_VAR});
-  vl_call(_bb_dbeval, {b, NIL_VAR, NIL_VAR, set_Iv(4)});
-  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: 7", "49: {||...} f w 1", "49: {||...} NIL NIL 4"}));
+  vl_call(_bb_dbeval, {b, NIL_VAR, NIL_VAR, set_Iv(4), NIL_VAR, TRUE_VAR});  // NEXT over REST
+  vl_call(_bb_dbeval, {b, NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, TRUE_VAR});
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: 7", "49: {||...} f w 1", "49: {||...} NIL NIL 4",
+                                              "49: {||...} NIL NIL .T."}));
 }
 
 TEST_F(FacadeSends, DefaultsCodesAndArgumentLimits)
