@@ -80,6 +80,8 @@ class DiError : public vltest::VlTest {
     memdrv::define("people", {{"name", 'C', 8, 0}, {"age", 'N', 3, 0}},
                    {{std::string("ANN"), 31.0}, {std::string("BOB"), 42.0}});
     memdrv::define("towns", {{"town", 'C', 10, 0}}, {{std::string("OSLO")}});
+    install(recording_block);
+    ASSERT_TRUE(memdrv::open("people"));
   }
   void TearDown() override
   {
@@ -97,8 +99,6 @@ class DiError : public vltest::VlTest {
 // table's errors.
 TEST_F(DiError, TheErrorBlockReceivesTheTablesOneObject)
 {
-  install(recording_block);
-  ASSERT_TRUE(memdrv::open("people"));
   var* r = vl_call(bad_fieldput, {});
   EXPECT_EQ(vltest::shown(r), ".F.");  // the method's neutral result
   ASSERT_EQ(g.calls, 1);
@@ -134,7 +134,6 @@ TEST_F(DiError, TheErrorBlockReceivesTheTablesOneObject)
 TEST_F(DiError, BreakFromTheBlockLandsInRecoverAndTheTableStaysUsable)
 {
   install(breaking_block);
-  ASSERT_TRUE(memdrv::open("people"));
   const int32_t alreadyin_before = alreadyin;
   var* e = vl_call(guarded_fieldput, {});
   EXPECT_EQ(g.calls, 1);
@@ -151,8 +150,6 @@ TEST_F(DiError, BreakFromTheBlockLandsInRecoverAndTheTableStaysUsable)
 
 TEST_F(DiError, CodesLevelsAndErrstat)
 {
-  install(recording_block);
-  ASSERT_TRUE(memdrv::open("people"));
   var* obj = vlnSelectedArea->obj;
   diError(obj, diMN_zap, -322, VL_SEV_RUNTIME, diEM_exclreq, "test", 2);
   EXPECT_EQ(g.seen.substr(0, 4), "322|");
@@ -172,7 +169,6 @@ TEST_F(DiError, CodesLevelsAndErrstat)
 
 TEST_F(DiError, AnObjectWithoutDriverStateGetsAFreshObjectEachTime)
 {
-  install(recording_block);
   var* obj = _bb_dataserver(0, nullptr);  // its abstract init reports once
   g = BlockSaw{};
   diError(obj, diMN_goto, 1, VL_SEV_RUNTIME, diEM_recno, "test", 5);
