@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
@@ -144,79 +145,76 @@ bool waitUntilBlocked(const std::string& file, int pid)
 
 // A forked child that runs setup (taking locks of its own), reports that it
 // is ready, runs then (which may block, e.g. waiting for a lock), and holds
-// its locks until destruction.
+// its locks until destruction.  One socket pair carries "ready" to the
+// parent and, when the parent closes its end, "go" to the child.
 class Holder {
  public:
   explicit Holder(const std::function<void()>& setup, const std::function<void()>& then = {})
   {
-    int ready[2], go[2];
-    if (pipe(ready) != 0 || pipe(go) != 0) return;
+    int sv[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, sv) != 0) return;
     pid_ = fork();
     if (pid_ == 0) {
-      close(ready[0]);
-      close(go[1]);
+      close(sv[0]);
       setup();
-      (void)!write(ready[1], "r", 1);
+      (void)!write(sv[1], "r", 1);
       if (then) then();
-      for (char c; read(go[0], &c, 1) > 0;) {
+      for (char c; read(sv[1], &c, 1) > 0;) {
       }
       _exit(0);
     }
-    close(ready[1]);
-    close(go[0]);
-    go_ = go[1];
-    struct pollfd p {ready[0], POLLIN, 0};
+    close(sv[1]);
+    fd_ = sv[0];
+    struct pollfd p {fd_, POLLIN, 0};
     EXPECT_EQ(poll(&p, 1, kWatchdogMs), 1) << "helper did not come up";
-    close(ready[0]);
   }
   ~Holder()
   {
     if (pid_ <= 0) return;
-    close(go_);  // lets the child end
+    close(fd_);  // lets the child end
     reap(pid_);
   }
   int pid() const { return pid_; }
 
  private:
   int pid_ = -1;
-  int go_ = -1;
+  int fd_ = -1;
 };
 
-// A running vl-locktool.  Its lines are "<time> <pid> <command> -> <answer>"
-// or "<time> <pid> report <code> <text>".
+// A running vl-locktool, its standard input and output one socket.  Its
+// lines are "<time> <pid> <command> -> <answer>" or "<time> <pid> report
+// <code> <text>".
 class Tool {
  public:
   Tool()
   {
-    int toTool[2], fromTool[2];
-    if (pipe(toTool) != 0 || pipe(fromTool) != 0) return;
+    int sv[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, sv) != 0) return;
     pid_ = fork();
     if (pid_ == 0) {
-      dup2(toTool[0], 0);
-      dup2(fromTool[1], 1);
-      close(toTool[1]);
-      close(fromTool[0]);
+      dup2(sv[1], 0);
+      dup2(sv[1], 1);
+      close(sv[0]);
+      close(sv[1]);
       execl(kToolPath, kToolPath, static_cast<char*>(nullptr));
       _exit(127);
     }
-    close(toTool[0]);
-    close(fromTool[1]);
-    in_ = toTool[1];
-    out_ = fromTool[0];
+    close(sv[1]);
+    fd_ = sv[0];
   }
   ~Tool()
   {
-    close(in_);  // the tool ends at the end of its input
+    shutdown(fd_, SHUT_WR);  // the tool ends at the end of its input
     if (pid_ > 0) reap(pid_);
-    close(out_);
+    close(fd_);
   }
   struct Reply {
     double at = 0;  // monotonic seconds when the tool printed it
     std::string answer;
     bool ok() const { return answer.rfind("ok", 0) == 0; }
   };
-  // A command line is shorter than the pipe's atomic write.
-  void send(const std::string& command) { (void)!write(in_, (command + "\n").c_str(), command.size() + 1); }
+  // A command line is shorter than the socket's buffer.
+  void send(const std::string& command) { (void)!write(fd_, (command + "\n").c_str(), command.size() + 1); }
   // Whether an answer arrives within ms (it is kept for reply()); the
   // reports printed before it are kept for reports().
   bool answersWithin(int ms)
@@ -226,10 +224,10 @@ class Tool {
       const size_t nl = buffered_.find('\n');
       if (nl == std::string::npos) {
         const int left = static_cast<int>((deadline - monotonic()) * 1000);
-        struct pollfd p {out_, POLLIN, 0};
+        struct pollfd p {fd_, POLLIN, 0};
         char buf[4096];
         ssize_t n = 0;
-        if (left <= 0 || poll(&p, 1, left) != 1 || (n = read(out_, buf, sizeof buf)) <= 0) return false;
+        if (left <= 0 || poll(&p, 1, left) != 1 || (n = read(fd_, buf, sizeof buf)) <= 0) return false;
         buffered_.append(buf, static_cast<size_t>(n));
         continue;
       }
@@ -271,8 +269,7 @@ class Tool {
 
  private:
   int pid_ = -1;
-  int in_ = -1;
-  int out_ = -1;
+  int fd_ = -1;
   std::string buffered_;
   std::vector<std::string> answers_;
   std::vector<std::string> reports_;
