@@ -16,7 +16,6 @@
 #include "areas.h"
 #include "dataserver.h"
 #include "dierror.hpp"
-#include "kernel.h"
 #include "objects.h"
 #include "vlgen.h"
 

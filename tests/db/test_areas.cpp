@@ -7,12 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "areas.h"
-#include "arrays.h"
-#include "dataserver.h"
-#include "dsslots.h"
 #include "memdriver.h"
-#include "objects.h"
 #include "switches.hpp"
 #include "vltest.h"
 

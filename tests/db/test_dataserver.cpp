@@ -11,18 +11,11 @@
 #include <set>
 #include <string>
 
-#include "areas.h"
-#include "blocks.h"
-#include "dataserver.h"
 #include "dataserver.hpp"
 #include "dbfidxclass.h"
 #include "dierror.hpp"
-#include "errclass.h"
 #include "memdriver.h"
-#include "objects.h"
-#include "set.h"
 #include "switches.hpp"
-#include "vlgen.h"
 #include "vltest.h"
 
 using namespace vl;

@@ -9,10 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "areas.h"
 #include "dataserver.hpp"
-#include "dsslots.h"
-#include "facade.h"
 #include "memdriver.h"
 #include "rddreg.hpp"
 #include "switches.hpp"
