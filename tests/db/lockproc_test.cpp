@@ -65,13 +65,11 @@ void reap(int pid)
   waitpid(pid, nullptr, 0);
 }
 
-// Write a table of kRecords records with a DBF-like header (record geometry
-// in bytes 8..11) to file, which it returns.
+// Write a table of kRecords records with a DBF-like header (only the record
+// geometry, in bytes 8..11, is read) to file, which it returns.
 std::string table(const std::string& file)
 {
   std::string bytes = std::string(kHeaderLen, '\0') + std::string(kRecords * kRecordLen, ' ');
-  bytes[0] = 3;
-  bytes[4] = kRecords;
   bytes[8] = kHeaderLen;
   bytes[10] = kRecordLen;
   std::ofstream(file, std::ios::binary) << bytes;
@@ -88,10 +86,9 @@ int lockRange(int fd, int cmd, int type, long start, long len)
   return fcntl(fd, cmd, &fl);
 }
 
-// One lock held by someone, as /proc/locks shows it (bytes start..end).
+// One lock of a process, as /proc/locks shows it (bytes start..end).
 struct Held {
   int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
-  int pid = 0;
   long long start = 0, end = 0;
 };
 
@@ -116,7 +113,7 @@ std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters =
     if (kind != "POSIX" || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3) continue;
     if (makedev(major, minor) != st.st_dev || ino != st.st_ino) continue;
     if (pid != 0 && owner != pid) continue;
-    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, owner, atoll(start.c_str()),
+    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
                    end == "EOF" ? LLONG_MAX : atoll(end.c_str())});
   }
   return out;
@@ -344,7 +341,7 @@ class dbLocks : public vltest::VlTest {
     EXPECT_EQ(h.type, want == "W" ? F_WRLCK : want == "R" ? F_RDLCK : F_UNLCK);
   }
   // A child that opens t1 and runs hold on its descriptor.
-  Holder holding(void (*hold)(int fd)) const
+  Holder holding(int (*hold)(int fd)) const
   {
     const std::string file = t1_;
     return Holder([=] { hold(open(file.c_str(), O_RDWR)); });
@@ -361,33 +358,30 @@ class dbLocks : public vltest::VlTest {
 // refusal leaves nothing behind).  No call may wait: the alarm ends a hang.
 TEST_F(dbLocks, UseAndIndexLocksAgainstAnotherProcess)
 {
-  using Fn = void (*)(int);
-  const Fn nobody = [](int) {};
-  const Fn exclusive = [](int fd) { diLockExclusive(fd, kBase); };
-  const Fn shared = [](int fd) { diLockShared(fd, kBase); };
-  const Fn allSlots = [](int fd) { lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots); };
-  const Fn allButLast = [](int fd) { lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots - 1); };
-  const Fn indexByte = [](int fd) { lockRange(fd, F_SETLK, F_WRLCK, VLN_IDX_LOCK_BYTE, 1); };
-  using Call = int (*)(int);
-  const Call useShared = [](int fd) { return diLockShared(fd, kBase); };
-  const Call useExcl = [](int fd) { return diLockExclusive(fd, kBase); };
-  const Call checkExcl = [](int fd) { return diCheckExclusive(fd, kBase); };
-  const Call indexShared = [](int fd) { return diLockIndexShar(fd, kBase); };
-  const Call indexExcl = [](int fd) { return diLockIndexExcl(fd, kBase); };
+  using Fn = int (*)(int fd);  // what the other process holds, or this one asks
+  const Fn nobody = [](int) { return 0; };
+  const Fn useExcl = [](int fd) { return diLockExclusive(fd, kBase); };
+  const Fn useShared = [](int fd) { return diLockShared(fd, kBase); };
+  const Fn allSlots = [](int fd) { return lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots); };
+  const Fn allButLast = [](int fd) { return lockRange(fd, F_SETLK, F_RDLCK, kFirstSlot, kSlots - 1); };
+  const Fn indexByte = [](int fd) { return lockRange(fd, F_SETLK, F_WRLCK, VLN_IDX_LOCK_BYTE, 1); };
+  const Fn checkExcl = [](int fd) { return diCheckExclusive(fd, kBase); };
+  const Fn indexShared = [](int fd) { return diLockIndexShar(fd, kBase); };
+  const Fn indexExcl = [](int fd) { return diLockIndexExcl(fd, kBase); };
   const struct {
     const char* what;
     Fn hold;
-    Call call;
+    Fn call;
     int answer;
     long mine;
   } cases[] = {
       {"shared alone", nobody, useShared, 0, kFirstSlot},
-      {"shared against exclusive", exclusive, useShared, -1, -1},
-      {"exclusive against shared", shared, useExcl, -1, -1},
-      {"second shared", shared, useShared, 0, kFirstSlot + 1},
+      {"shared against exclusive", useExcl, useShared, -1, -1},
+      {"exclusive against shared", useShared, useExcl, -1, -1},
+      {"second shared", useShared, useShared, 0, kFirstSlot + 1},
       {"all slots taken", allSlots, useShared, -1, -1},
       {"last slot free", allButLast, useShared, 0, kFirstSlot + kSlots - 1},
-      {"check against exclusive", exclusive, checkExcl, 1, -1},
+      {"check against exclusive", useExcl, checkExcl, 1, -1},
       {"check alone", nobody, checkExcl, 0, -1},
       {"index shared against exclusive", indexByte, indexShared, -1, -1},
       {"index exclusive against exclusive", indexByte, indexExcl, -1, -1},
@@ -442,11 +436,11 @@ TEST_F(dbLocks, LocalLockNamesTheHolderOfTheSectionBytes)
   int type = 0, from = -1, to = -1, pid = 0;
   EXPECT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 1);
   const struct {
-    void (*hold)(int fd);
+    int (*hold)(int fd);
     int type, from, to;
-  } held[] = {{[](int fd) { lockRange(fd, F_SETLK, F_WRLCK, 1, 1); }, F_WRLCK, 1, 1},
-              {[](int fd) { lockRange(fd, F_SETLK, F_WRLCK, 0, 2); }, F_WRLCK, 0, 1},
-              {[](int fd) { lockRange(fd, F_SETLK, F_RDLCK, 0, 1); }, F_RDLCK, 0, 0}};
+  } held[] = {{[](int fd) { return lockRange(fd, F_SETLK, F_WRLCK, 1, 1); }, F_WRLCK, 1, 1},
+              {[](int fd) { return lockRange(fd, F_SETLK, F_WRLCK, 0, 2); }, F_WRLCK, 0, 1},
+              {[](int fd) { return lockRange(fd, F_SETLK, F_RDLCK, 0, 1); }, F_RDLCK, 0, 0}};
   for (const auto& h : held) {
     Holder holder = holding(h.hold);
     ASSERT_EQ(diGetLocalLock(fd_, &type, &from, &to, &pid), 0);
@@ -478,7 +472,7 @@ TEST_F(dbLocks, TraceFileStartsWithItsHeadingOnlyWhenTracing)
   const std::string back = std::filesystem::current_path();
   ASSERT_EQ(chdir(dir_.path().c_str()), 0);  // the trace goes to the current directory
   const std::string log = dir_ / (std::to_string(vlnAppPid) + ".errlog");
-  Holder excl = holding([](int fd) { diLockExclusive(fd, kBase); });
+  Holder excl = holding([](int fd) { return diLockExclusive(fd, kBase); });
   diLockShared(fd_, kBase);
   EXPECT_FALSE(std::ifstream(log).good()) << "level 0 writes nothing";
   vlnFCNTLprot = 2;

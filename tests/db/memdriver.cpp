@@ -356,9 +356,6 @@ namespace memdrv {
 
 void install()
 {
-  static bool done = false;
-  if (done) return;
-  done = true;
   vln_register_fun("memnew", _bb_memnew);
   vln_register_fun("memquicknew", _bb_memquicknew);
 }

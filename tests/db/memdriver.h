@@ -42,7 +42,7 @@ struct Counters {
 };
 Counters& counters();
 
-// Register MEMNEW and MEMQUICKNEW (once; later calls do nothing).
+// Register MEMNEW and MEMQUICKNEW (again: the same functions).
 void install();
 // Define or replace the table of name's base name, rows in record order.
 void define(const std::string& name, const std::vector<Field>& fields,

@@ -270,11 +270,7 @@ TEST_F(DiError, BreakFromTheBlockLandsInRecoverAndTheTableStaysUsable)
   EXPECT_EQ(VARR(e), VARR(diErrorObject(vlnSelectedArea->obj)));
   EXPECT_EQ(alreadyin, alreadyin_before);
   EXPECT_EQ(glob_sequencebuf, nullptr);
-  var* args[] = {vlnSelectedArea->obj, nullptr};
-  vlnDoMethod("skip", VLN_DS_SKIP, 0, 1, args);
-  EXPECT_EQ(str(vlnGetCField("name")), "BOB     ");
-  args[1] = set_nv(2, 0);
-  EXPECT_EQ(vlnNumVar(vlnDoMethod("fieldget", VLN_DS_FIELDGET, 0, 2, args)), 42);
+  vltest::expect_rows({{"DBSKIP(), {name, FIELDGET(2)}", "{BOB     , 42}"}});
 }
 
 TEST_F(DiError, CodesLevelsAndErrstat)

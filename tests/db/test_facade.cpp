@@ -134,6 +134,13 @@ var* record_method(int argc, var** argv)
   return TRUE_VAR;
 }
 
+// Make record_method the method of each slot.
+template <int... Slots>
+void add_recorders(var* methods)
+{
+  (vlnAddMethod(methods, Slots, reinterpret_cast<AnyFn>(record_method<Slots>), 1), ...);
+}
+
 var* record_isrelation(var*)
 {
   g_sent.push_back("isrelation?");
@@ -153,19 +160,10 @@ class FacadeSends : public Facade {
     Facade::SetUp();
     var* methods = cre_arr(cre_tmpvar(), VLN_DS_SLOT_COUNT, VL_ARR_NIL, static_cast<var*>(nullptr));
     for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) vlnAddMethod(methods, s, vlnDataserverMethod(s), 1);
-    const std::pair<int, AnyFn> recorders[] = {
-        {VLN_DS_SEEK, reinterpret_cast<AnyFn>(record_method<VLN_DS_SEEK>)},
-        {VLN_DS_EVAL, reinterpret_cast<AnyFn>(record_method<VLN_DS_EVAL>)},
-        {VLN_DS_GOTO, reinterpret_cast<AnyFn>(record_method<VLN_DS_GOTO>)},
-        {VLN_DS_APPEND, reinterpret_cast<AnyFn>(record_method<VLN_DS_APPEND>)},
-        {VLN_DS_FIELDINFO, reinterpret_cast<AnyFn>(record_method<VLN_DS_FIELDINFO>)},
-        {VLN_DS_INFO, reinterpret_cast<AnyFn>(record_method<VLN_DS_INFO>)},
-        {VLN_DS_CREATEORDER, reinterpret_cast<AnyFn>(record_method<VLN_DS_CREATEORDER>)},
-        {VLN_DS_COMMIT, reinterpret_cast<AnyFn>(record_method<VLN_DS_COMMIT>)},
-        {VLN_DS_ISRELATION_AC, reinterpret_cast<AnyFn>(record_isrelation)},
-        {VLN_DS_ISRELATION_AS, reinterpret_cast<AnyFn>(record_isrelation_as)},
-    };
-    for (const auto& [slot, fn] : recorders) vlnAddMethod(methods, slot, fn, 1);
+    add_recorders<VLN_DS_SEEK, VLN_DS_EVAL, VLN_DS_GOTO, VLN_DS_APPEND, VLN_DS_FIELDINFO, VLN_DS_INFO,
+                  VLN_DS_CREATEORDER, VLN_DS_COMMIT>(methods);
+    vlnAddMethod(methods, VLN_DS_ISRELATION_AC, reinterpret_cast<AnyFn>(record_isrelation), 1);
+    vlnAddMethod(methods, VLN_DS_ISRELATION_AS, reinterpret_cast<AnyFn>(record_isrelation_as), 1);
     var* obj = set_Ov(VLN_IV_COUNT, DataserverStruct, methods);
     vlnDataserverWire(obj);
     ASSERT_NE(vlnSetArea(vlnSelectedArea, 0, "REC", obj), nullptr);
