@@ -5,7 +5,8 @@
 // A table is defined by name with memdrv::define; opening a name (MEMNEW,
 // or a database function with driver "MEM") opens the table of its base
 // name ("/d/Cust.dbf": CUST), announces the name as alias to the area and
-// announces the fields, also when the alias is refused.  Rows are shared
+// announces the fields, also when the alias is refused (an unknown name
+// leaves the object closed).  Rows are shared
 // by every object that opens the table, so a FIELDPUT is seen by all of
 // them.  MEMQUICKNEW makes a MEM object with the quick field methods.
 #pragma once
@@ -18,15 +19,15 @@
 
 namespace memdrv {
 
-// One column: type 'C', 'N' or 'L', with its width.
+// One column: type 'C' or 'N', with its width.
 struct Field {
   std::string name;
   char type;
   int len;
   int dec;
 };
-// One cell: text for 'C', number for 'N', logical for 'L'.
-using Value = std::variant<std::string, double, bool>;
+// One cell: text for 'C', number for 'N'.
+using Value = std::variant<std::string, double>;
 using Row = std::vector<Value>;
 
 // What the MEM objects did, over all of them.
@@ -41,7 +42,7 @@ struct Counters {
 };
 Counters& counters();
 
-// Register MEMNEW and MEMQUICKNEW (once; later calls do nothing).
+// Register MEMNEW and MEMQUICKNEW (again: the same functions).
 void install();
 // Define or replace the table of name's base name, rows in record order.
 void define(const std::string& name, const std::vector<Field>& fields,

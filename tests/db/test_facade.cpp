@@ -1,14 +1,16 @@
 // The driver registry and the database functions without a table: the
-// answers on an empty area, the argument check, driver names, and
-// DBSELECTAREA's argument rules.
+// answers on an empty area, driver names, DBSELECTAREA's argument rules,
+// and what reaches a recording driver object.  Then the functions over the
+// in-memory MEM driver, found by the registry as MEMNEW: sends reach its
+// methods, messages it lacks answer from the abstract class, two tables
+// resolve their fields through their areas, and closing retires an area,
+// its fields and its object.
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "areas.h"
 #include "dataserver.hpp"
-#include "dsslots.h"
-#include "facade.h"
+#include "memdriver.h"
 #include "rddreg.hpp"
 #include "switches.hpp"
 #include "vltest.h"
@@ -17,7 +19,6 @@ using namespace vl;
 
 namespace {
 
-using vltest::str;
 
 class Facade : public vltest::VlTest {
  protected:
@@ -32,76 +33,40 @@ class Facade : public vltest::VlTest {
   static constexpr int kArea = 3;
 };
 
-struct EmptyCase {
-  const char* name;
-  BbFn fn;
-  bool reports;
-  const char* answer;
-};
-
 // Table functions on an area without a table: whether they report, and what
 // they give.  The functions written by hand each have a row; of the ones that
 // are a row of the facade's own table, one per shape, empty-area mode and
 // neutral value.
-const EmptyCase kEmpty[] = {
-    {"DBSEEK", _bb_dbseek, true, ".F."},          {"DBAPPEND", _bb_dbappend, false, ".F."},
-    {"ORDSETFOCUS", _bb_ordsetfocu, false, "0"}, {"DBSETLOCATE", _bb_dbsetlocat, false, ".F."},
-    {"DBRSELECT", _bb_dbrselect, false, "0"},    {"INDEXNAMES", _bb_indexnames, false, "{}"},
-    {"DBF", _bb_dbf, false, ""},
-    // send, report
-    {"DBDELETE", _bb_dbdelete, true, ".F."},      {"FIELDGET", _bb_fieldget, true, "NIL"},
-    {"ORDDESTROY", _bb_orddestroy, true, "0"},   {"DBEVAL", _bb_dbeval, true, ".F."},
-    // send or scope, silent
-    {"DBCOMMIT", _bb_dbcommit, false, ".F."},     {"__DBAPPSDF", _bb___dbappsdf, false, ".F."},
-    {"FIELDNAME", _bb_fieldname, false, ""}, {"INDEXCHECK", _bb_indexcheck, false, "-1"},
-    {"DBSTRUCT", _bb_dbstruct, false, "NIL"},
-    // read a variable
-    {"RECNO", _bb_recno, false, "0"},            {"LUPDATE", _bb_lupdate, false, "  /  /  "},
-    {"DBGETLOCATE", _bb_dbgetlocat, false, "NIL"},
-};
-
 TEST_F(Facade, EveryFunctionOnAnEmptyAreaGivesItsNeutralValue)
 {
-  for (const EmptyCase& c : kEmpty) {
-    SCOPED_TRACE(c.name);
-    reports().clear();
-    EXPECT_EQ(vltest::shown(vl_call(c.fn, {})), c.answer);
-    EXPECT_EQ(reports().size(), c.reports ? 1u : 0u);
-    EXPECT_TRUE(!c.reports || reported(322, "in work area 3"));
-  }
-}
-
-TEST_F(Facade, ParamCheckPassesAbsentNilAndListedTypes)
-{
-  EXPECT_EQ(vlnParamCheck(nullptr, "INF", "DBSKIP"), 1);
-  EXPECT_EQ(vlnParamCheck(NIL_VAR, "INF", "DBSKIP"), 1);
-  EXPECT_EQ(vlnParamCheck(set_Iv(2), "INF", "DBSKIP"), 1);
-  EXPECT_TRUE(reports().empty());
-  EXPECT_EQ(vlnParamCheck(set_cv("x"), "INF", "DBSKIP"), 0);
-  EXPECT_TRUE(reported(312, "DBSKIP: argument type 'C' not in 'INF'"));
-  EXPECT_EQ(reports()[0].severity, VL_SEV_RUNTIME);
-}
-
-TEST_F(Facade, IndexExtensionWithoutTableAsksTheDefaultDriver)
-{
-  // No DBFIDX constructor is linked into this program: the closed object
-  // cannot be made, which is reported, and the answer is empty.
-  EXPECT_EQ(str(vl_call(_bb_indexext, {})), "");
-  EXPECT_TRUE(reported(320, "Driver 'DBFIDXNEW' not found"));
+  vltest::expect_rows({
+      {"DBAPPEND()", ".F."}, {"ORDSETFOCUS()", "0"}, {"DBSETLOCATE()", ".F."},
+      {"DBRSELECT()", "0"}, {"INDEXNAMES()", "{}"}, {"DBF()", ""},
+      // send, report
+      {"DBDELETE()", "#322 .F."}, {"FIELDGET()", "#322 NIL"}, {"ORDDESTROY()", "#322 0"},
+      {"DBEVAL()", "#322 .F."},
+      // send or scope, silent
+      {"DBCOMMIT()", ".F."}, {"__DBAPPSDF()", ".F."}, {"FIELDNAME()", ""}, {"INDEXCHECK()", "-1"},
+      {"DBSTRUCT()", "NIL"},
+      // read a variable
+      {"RECNO()", "0"}, {"LUPDATE()", "  /  /  "}, {"DBGETLOCATE()", "NIL"},
+      // asks the default driver, whose constructor is not linked in here
+      {"INDEXEXT()", "#320 "},
+      {"DBSEEK()", "#322 .F."},
+  });
+  EXPECT_TRUE(reported(322, "in work area 3"));  // the report of the last row
 }
 
 // ---- The registry. ----
 
-std::vector<int> g_ctor_argc;
-std::vector<std::string> g_ctor_last;
+std::vector<std::string> g_ctor_calls;
 
-// A constructor that records its call and makes no object.
+// A constructor that records its arguments and makes no object.
 var* toy_new(int argc, var** argv)
 {
-  g_ctor_argc.push_back(argc);
   std::string seen;
-  for (int i = 0; i < argc; ++i) seen += vltest::shown(argv[i]) + " ";
-  g_ctor_last.push_back(seen);
+  for (int i = 0; i < argc; ++i) seen += vltest::shown(argv[i]) + ";";
+  g_ctor_calls.push_back(seen);
   return NIL_VAR;
 }
 
@@ -134,19 +99,12 @@ TEST_F(Facade, ClearedDefaultFailsTheNextMakeWithTheBareSuffix)
 TEST_F(Facade, DriverNamesReachTheirConstructorTrimmedAndUpperCased)
 {
   vln_register_fun("toynew", toy_new);
-  g_ctor_argc.clear();
-  g_ctor_last.clear();
+  g_ctor_calls.clear();
   EXPECT_EQ(vlnGetObject(set_cv("toy   ")), nullptr);  // not an object: no report
-  EXPECT_TRUE(reports().empty());
-  ASSERT_EQ(g_ctor_argc.size(), 1u);
-  EXPECT_EQ(g_ctor_argc[0], 6);
-  EXPECT_EQ(g_ctor_last[0], "NIL NIL NIL NIL NIL .F. ");
   // DBSERVERNEW passes its own arguments; the fifth names the driver.
   vl_call(_bb_dbserverne, {set_cv("file"), TRUE_VAR, NIL_VAR, NIL_VAR, set_cv(" Toy")});
-  ASSERT_EQ(g_ctor_argc.size(), 2u);
-  EXPECT_EQ(g_ctor_last[1], "file .T. NIL NIL  Toy ");
-  EXPECT_EQ(vl_call(_bb_dbserverne, {NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, set_cv("nodriver")}), NIL_VAR);
-  EXPECT_TRUE(reported(320, "Driver 'NODRIVERNEW' not found"));
+  EXPECT_TRUE(reports().empty());
+  EXPECT_EQ(g_ctor_calls, (std::vector<std::string>{"NIL;NIL;NIL;NIL;NIL;.F.;", "file;.T.;NIL;NIL; Toy;"}));
 }
 
 // ---- DBSELECTAREA. ----
@@ -163,27 +121,6 @@ TEST_F(Facade, SelectAreaArgumentRules)
   });
 }
 
-// ---- Scope packing (no RECORD: that one moves a table). ----
-
-TEST_F(Facade, DoScopePacksForWhileAndTheWinningScope)
-{
-  var* fr = set_cv("for");
-  var* wh = set_cv("while");
-  var* next = set_Iv(4);
-  var* target[3] = {};
-  var* src1[] = {fr, wh, NIL_VAR, NIL_VAR, TRUE_VAR};
-  EXPECT_EQ(vlnDoScope(1, src1, target, nullptr), 1);
-  EXPECT_EQ(target[0], fr);
-  EXPECT_EQ(vlnDoScope(3, src1, target, nullptr), 2);  // NEXT is NIL: no scope
-  EXPECT_EQ(target[1], wh);
-  EXPECT_EQ(vlnDoScope(9, src1, target, nullptr), 3);  // REST
-  EXPECT_EQ(target[2], TRUE_VAR);
-  var* src2[] = {fr, wh, next, NIL_VAR, TRUE_VAR};
-  EXPECT_EQ(vlnDoScope(5, src2, target, nullptr), 3);  // NEXT over REST
-  EXPECT_EQ(target[2], next);
-  EXPECT_EQ(vlnDoScope(0, src2, target, nullptr), 0);
-}
-
 // ---- What reaches the driver: an object that records its messages. ----
 
 std::vector<std::string> g_sent;
@@ -195,6 +132,13 @@ var* record_method(int argc, var** argv)
   for (int i = 1; i < argc; ++i) line += " " + vltest::shown(argv[i]);
   g_sent.push_back(line);
   return TRUE_VAR;
+}
+
+// Make record_method the method of each slot.
+template <int... Slots>
+void add_recorders(var* methods)
+{
+  (vlnAddMethod(methods, Slots, reinterpret_cast<AnyFn>(record_method<Slots>), 1), ...);
 }
 
 var* record_isrelation(var*)
@@ -216,19 +160,10 @@ class FacadeSends : public Facade {
     Facade::SetUp();
     var* methods = cre_arr(cre_tmpvar(), VLN_DS_SLOT_COUNT, VL_ARR_NIL, static_cast<var*>(nullptr));
     for (int32_t s = 0; s < VLN_DS_SLOT_COUNT; ++s) vlnAddMethod(methods, s, vlnDataserverMethod(s), 1);
-    const std::pair<int, AnyFn> recorders[] = {
-        {VLN_DS_SEEK, reinterpret_cast<AnyFn>(record_method<VLN_DS_SEEK>)},
-        {VLN_DS_EVAL, reinterpret_cast<AnyFn>(record_method<VLN_DS_EVAL>)},
-        {VLN_DS_GOTO, reinterpret_cast<AnyFn>(record_method<VLN_DS_GOTO>)},
-        {VLN_DS_APPEND, reinterpret_cast<AnyFn>(record_method<VLN_DS_APPEND>)},
-        {VLN_DS_FIELDINFO, reinterpret_cast<AnyFn>(record_method<VLN_DS_FIELDINFO>)},
-        {VLN_DS_INFO, reinterpret_cast<AnyFn>(record_method<VLN_DS_INFO>)},
-        {VLN_DS_CREATEORDER, reinterpret_cast<AnyFn>(record_method<VLN_DS_CREATEORDER>)},
-        {VLN_DS_COMMIT, reinterpret_cast<AnyFn>(record_method<VLN_DS_COMMIT>)},
-        {VLN_DS_ISRELATION_AC, reinterpret_cast<AnyFn>(record_isrelation)},
-        {VLN_DS_ISRELATION_AS, reinterpret_cast<AnyFn>(record_isrelation_as)},
-    };
-    for (const auto& [slot, fn] : recorders) vlnAddMethod(methods, slot, fn, 1);
+    add_recorders<VLN_DS_SEEK, VLN_DS_EVAL, VLN_DS_GOTO, VLN_DS_APPEND, VLN_DS_FIELDINFO, VLN_DS_INFO,
+                  VLN_DS_CREATEORDER, VLN_DS_COMMIT>(methods);
+    vlnAddMethod(methods, VLN_DS_ISRELATION_AC, reinterpret_cast<AnyFn>(record_isrelation), 1);
+    vlnAddMethod(methods, VLN_DS_ISRELATION_AS, reinterpret_cast<AnyFn>(record_isrelation_as), 1);
     var* obj = set_Ov(VLN_IV_COUNT, DataserverStruct, methods);
     vlnDataserverWire(obj);
     ASSERT_NE(vlnSetArea(vlnSelectedArea, 0, "REC", obj), nullptr);
@@ -252,24 +187,20 @@ TEST_F(FacadeSends, SeekFillsAMissingSoftseekFromTheSetting)
 
 TEST_F(FacadeSends, EvalPacksTheScopeAndRecordMovesFirst)
 {
-  var* b = exp_eval("{|| 5}");
-  vl_call(_bb_dbeval, {b, set_cv("f"), set_cv("w"), set_Iv(4), set_Iv(7), TRUE_VAR});
-  vl_call(_bb_dbeval, {b, NIL_VAR, NIL_VAR, set_Iv(4)});
-  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: 7", "49: {||...} f w 1", "49: {||...} NIL NIL 4"}));
+  vltest::expect_rows({{"DBEVAL({|| 5}, 'f', 'w', 4, 7, .T.)"},
+                       {"DBEVAL({|| 5}, NIL, NIL, 4, NIL, .T.)"},  // NEXT over REST
+                       {"DBEVAL({|| 5}, NIL, NIL, NIL, NIL, .T.)"}});
+  EXPECT_EQ(g_sent, (std::vector<std::string>{"74: 7", "49: {||...} f w 1", "49: {||...} NIL NIL 4",
+                                              "49: {||...} NIL NIL .T."}));
 }
 
 TEST_F(FacadeSends, DefaultsCodesAndArgumentLimits)
 {
   vlnSetNeterr(1);
-  vl_call(_bb_dbappend, {});
-  EXPECT_EQ(vlnGetNeterr(), 0);  // the append gave TRUE
-  vl_call(_bb_fieldlen, {set_Iv(2)});
-  vl_call(_bb_found, {TRUE_VAR});
-  vl_call(_bb_ordcreate, {set_Iv(1), set_Iv(2), set_Iv(3), set_Iv(4), set_Iv(5), set_Iv(6),
-                          set_Iv(7), set_Iv(8), set_Iv(9)});
+  vltest::expect_rows({{"DBAPPEND(), NETERR()", ".F."},  // the append gave TRUE
+                       {"FIELDLEN(2)"}, {"FOUND(.T.)"}, {"ORDCREATE(1, 2, 3, 4, 5, 6, 7, 8, 9)"}});
   EXPECT_EQ(g_sent, (std::vector<std::string>{"3: .T.", "54: 3 2", "84: 29 .T.",
                                               "38: 1 2 3 4 5 6 7"}));
-  EXPECT_TRUE(reports().empty());
 }
 
 TEST_F(FacadeSends, CommitAllSwitchesRelationsOffAroundTheCommit)
@@ -277,6 +208,88 @@ TEST_F(FacadeSends, CommitAllSwitchesRelationsOffAroundTheCommit)
   vl_call(_bb_dbcommital, {});
   EXPECT_EQ(g_sent, (std::vector<std::string>{"isrelation?", "isrelation= .F.", "27:",
                                               "isrelation= .T."}));
+}
+
+using vltest::expect_rows;
+
+class FacadeMem : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    memdrv::install();
+    memdrv::define("PEOPLE", {{"NAME", 'C', 8, 0}, {"age", 'N', 3, 0}},
+                   {{std::string("Ann"), 30.0}, {std::string("Bob"), 41.0}, {std::string("Cy"), 7.0}});
+    memdrv::define("towns", {{"town", 'C', 10, 0}, {"age", 'N', 4, 0}}, {{std::string("OSLO"), 1000.0}});
+    ASSERT_TRUE(memdrv::open("PEOPLE"));
+    reports().clear();
+  }
+  void TearDown() override
+  {
+    _bb_dbcloseall(0, nullptr);
+    VlTest::TearDown();
+  }
+};
+
+TEST_F(FacadeMem, SendsAndReadsReachTheDriver)
+{
+  expect_rows({
+      {"{USED(), ALIAS(), LASTREC(), FCOUNT(), RECNO()}", "{.T., PEOPLE, 3, 2, 1}"},
+      {"DBSKIP(1), {RECNO(), FIELDGET(1), NAME}", "{2, Bob     , Bob     }"},
+      {"FIELDPUT(2, 42), {FIELDGET(2), age}", "{42, 42}"},
+      {"name := 'BOBBY', FIELDGET(1)", "BOBBY   "},  // a store goes through the driver
+      {"DBGOBOTTOM(), {RECNO(), EOF(), name}", "{3, .F., Cy      }"},
+      {"DBSKIP(), {RECNO(), EOF(), name}", "{4, .T.,         }"},  // blank at EOF
+      {"DBGOTO(2), {EOF(), age}", "{.F., 42}"},
+      {"DBSKIP(-5), {RECNO(), BOF()}", "{1, .T.}"},
+      {"DBGOTOP(), BOF()", ".F."},
+      {"ISDBEXCL()", ".T."},
+      {"DBSKIP('2')", "#312 .F."},  // a wrong argument type does not move
+      {"RECNO()", "1"},
+  });
+  EXPECT_EQ(vl_call(_bb_dbobject, {}), vlnSelectedArea->obj);
+}
+
+TEST_F(FacadeMem, MessagesTheDriverLacksAnswerFromTheAbstractClass)
+{
+  vlnSetNeterr(0);
+  var* r = vl_call(_bb_dbappend, {});
+  EXPECT_EQ(reports().size(), 1u);
+  EXPECT_TRUE(reported(343, "append"));
+  EXPECT_EQ(r->Type, 'O');  // the abstract member gives the object back
+  EXPECT_EQ(vlnGetNeterr(), 1);
+  expect_rows({{"DBSEEK('Bob')", "#343"}, {"RECNO()", "1"}});
+}
+
+TEST_F(FacadeMem, OpeningAndClosing)
+{
+  expect_rows({
+      // DBSERVERNEW opens with the caller's arguments; the fifth names the driver.
+      {"o := DBSERVERNEW('people', .F., NIL, NIL, 'Mem'), {o:used, ALIAS()}", "{.T., PEOPLE_1}"},
+      {"MEMNEW('towns'), MEMNEW('PEOPLE'), SELECT()", "4"},
+  });
+  const int axits = memdrv::counters().axits;
+  var* towns = vlnAliasLocateArea("TOWNS")->obj;
+  vlnDoMethod("close", VLN_DS_CLOSE, 0, 1, &towns);
+  EXPECT_EQ(memdrv::counters().axits, axits);  // the sender's copy still holds it
+  del_tmpvars(tmp_mark_);
+  EXPECT_EQ(memdrv::counters().axits, axits + 1);
+  EXPECT_EQ(vlnAliasLocateArea("TOWNS"), nullptr);
+  // The field of the closed table is gone; the other tables' stay.
+  expect_rows({{"people->town", "#306 ERROR"}, {"people->age", "30"}});
+  vl_call(_bb_dbcloseall, {});
+  del_tmpvars(tmp_mark_);
+  EXPECT_EQ(vlnWAHead, nullptr);
+  EXPECT_EQ(memdrv::counters().axits, axits + 4);
+  expect_rows({{"USED()", ".F."}});
+  // A closed object leaves the areas alone.
+  var* args[] = {NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, NIL_VAR, FALSE_VAR};
+  var* obj = _bb_memnew(6, args);
+  EXPECT_EQ(vlnWAHead, nullptr);
+  EXPECT_FALSE(vlnLogVar(vlnDoInstance(obj, "used", VLN_IV_USED, 0, nullptr)));
+  del_tmpvars(tmp_mark_);
+  EXPECT_EQ(memdrv::counters().axits, axits + 5);
+  EXPECT_TRUE(reports().empty());
 }
 
 }  // namespace
