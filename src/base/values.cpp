@@ -145,8 +145,21 @@ bool run_axit(ArrRec* a)
   return --a->A_links > 0;
 }
 
+// What drop_content reads of v: its tag and first value word, taken field
+// by field.  A whole-record copy would load the value as one 16-byte word
+// just after the record's words were stored one by one, and such a load
+// waits until those stores reach the cache.
+inline var content_of(const var* v)
+{
+  var old{};
+  store_tag(&old, load_tag(v));
+  old.Value.w1 = v->Value.w1;
+  return old;
+}
+
 // Release the content that a record held before, now that no record shows
 // it: a string buffer it owned, a link of a shared record, a window.
+// Reads only what content_of keeps.
 void drop_content(const var& old)
 {
   switch (old.Type) {
@@ -174,7 +187,7 @@ void drop_content(const var& old)
 // dst held before.
 void install(var* dst, const var& tmp, bool mode)
 {
-  const var old = *dst;
+  const var old = content_of(dst);
   dst->Type = tmp.Type ? tmp.Type : 'U';
   if (mode) dst->Mode = tmp.Mode;
   dst->Decimals = tmp.Decimals;
@@ -230,13 +243,14 @@ ArrRec* arr_alloc(uint32_t n)
 
 void release_content(var* v)
 {
-  const var old = *v;
+  const bool held = has_content(v);
+  const var old = held ? content_of(v) : var{};
   v->Type = 'U';
   v->Decimals = 0;
   v->Length = 0;
   v->Value.w1.bits = 0;
   v->Value.w2.bits = 0;
-  drop_content(old);
+  if (held) drop_content(old);
 }
 
 void copy_content(var* dst, const var* src)
@@ -422,7 +436,7 @@ void del_var(var* v)
   assert(v->Links > 0 && v->Type != 0x7F);
   if (--v->Links > 0) return;
   if (!has_content(v)) return rec_free(v);
-  const var old = *v;
+  const var old = content_of(v);
   rec_free(v);
   drop_content(old);
 }

@@ -8,6 +8,7 @@
 // calls with omitted arguments, IIF/IF with lazy branches, and the alias
 // forms alias->name, (expr)->name, n->name, alias->(list), M->name,
 // MEMVAR->name, FIELD->name, _FIELD->name.
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
@@ -27,6 +28,8 @@ namespace {
 constexpr size_t kMaxArgs = 255;
 // Deeper nesting than this is refused rather than risking the stack.
 constexpr int kMaxNesting = 200;
+// Nodes reserved before parsing, at most: a short text's whole tree.
+constexpr size_t kNodesReserved = 32;
 
 // Binding powers.
 enum Bp : int {
@@ -611,6 +614,10 @@ Compiled compile(const std::string& text, bool as_block)
 {
   ++vln_expr_compile_count;
   auto* prog = new Program;
+  // Growing the node vector step by step moves every node at each step;
+  // a short text's nodes fit in one allocation (a node takes a byte of
+  // text or more).
+  prog->nodes.reserve(std::min(text.size(), kNodesReserved));
   Parser parser(text, *prog);
   if (parser.parse(as_block)) return Compiled{prog, 0, {}};
   delete prog;
