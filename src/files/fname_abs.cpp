@@ -94,9 +94,5 @@ std::string vln::abs_path(const std::string& name, VlnNameReport* report)
 
 extern "C" char* vlnGetAbsPath(char* name, size_t size)
 {
-  if (!name || size == 0) return name;
-  VlnNameReport report{};
-  abs_into(name, size, &report);
-  vln_name_report(&report);
-  return name;
+  return vln::in_place(name, size, abs_into);
 }

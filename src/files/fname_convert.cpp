@@ -133,9 +133,5 @@ static void convert_into(char* name, size_t size, VlnNameReport* report)
 
 extern "C" char* vlnConvertFile(char* name, size_t size)
 {
-  if (!name || size == 0) return name;
-  VlnNameReport report{};
-  convert_into(name, size, &report);
-  vln_name_report(&report);
-  return name;
+  return vln::in_place(name, size, convert_into);
 }

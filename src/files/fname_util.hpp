@@ -26,4 +26,17 @@ inline bool copy_out(const std::string& text, char* out, size_t size)
   return true;
 }
 
+// The in-place C entry points: fill rewrites name within size bytes and
+// notes a problem; the report goes out after fill has returned, when no
+// object with a destructor is alive.  A null name or an empty buffer is
+// given back as it is.
+inline char* in_place(char* name, size_t size, void (*fill)(char*, size_t, VlnNameReport*))
+{
+  if (!name || size == 0) return name;
+  VlnNameReport report{};
+  fill(name, size, &report);
+  vln_name_report(&report);
+  return name;
+}
+
 }  // namespace vln
