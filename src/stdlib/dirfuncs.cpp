@@ -35,18 +35,17 @@
 #include <string>
 #include <vector>
 
+#include "args.hpp"
 #include "arrays.h"
 #include "breakguard.hpp"
 #include "dates.hpp"
 #include "dirfuncs.h"
 #include "fname.h"
+#include "kernel.h"
 #include "runtime.hpp"
 #include "switches.h"
-#include "args.hpp"
-#include "kernel.h"
 
 using namespace vl;
-
 using namespace vl::args;
 
 namespace {

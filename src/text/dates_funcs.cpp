@@ -108,31 +108,28 @@ VLN_FUNC(dow) { return set_nv(vln_dow(day_of(argc, argv)), 0); }
 VLN_FUNC(cdow) { return text_of(vlnDayName(vln_dow(day_of(argc, argv)))); }
 VLN_FUNC(cmonth) { return text_of(vlnMonthName(ymd_of(argc, argv).m)); }
 
-VLN_FUNC(dtos)
+namespace {
+
+// The text form makes of a date argument; empty for anything else.
+var* date_to_text(int argc, var** argv, const char* (*form)(int32_t))
 {
   var* d = arg(argc, argv, 0);
-  if (!d || d->Type != 'D') return NULLSTR_VAR;
-  return text_of(set_dat(d->Value.w1.i));
+  return d && d->Type == 'D' ? text_of(form(d->Value.w1.i)) : NULLSTR_VAR;
 }
 
-VLN_FUNC(stod)
+// The date read reads from a text argument; the empty date for anything else.
+var* text_to_date(int argc, var** argv, int32_t (*read)(const char*))
 {
   var* s = arg(argc, argv, 0);
-  return is_text(s) ? set_dv(get_dat(s->Value.w1.str)) : NULLDATE_VAR;
+  return is_text(s) ? set_dv(read(s->Value.w1.str)) : NULLDATE_VAR;
 }
 
-VLN_FUNC(dtoc)
-{
-  var* d = arg(argc, argv, 0);
-  if (!d || d->Type != 'D') return NULLSTR_VAR;
-  return text_of(vln_dtoc(d->Value.w1.i));
-}
+}  // namespace
 
-VLN_FUNC(ctod)
-{
-  var* s = arg(argc, argv, 0);
-  return is_text(s) ? set_dv(vln_ctod(s->Value.w1.str)) : NULLDATE_VAR;
-}
+VLN_FUNC(dtos) { return date_to_text(argc, argv, set_dat); }
+VLN_FUNC(dtoc) { return date_to_text(argc, argv, vln_dtoc); }
+VLN_FUNC(stod) { return text_to_date(argc, argv, get_dat); }
+VLN_FUNC(ctod) { return text_to_date(argc, argv, vln_ctod); }
 
 VLN_FUNC(elaptime)
 {
