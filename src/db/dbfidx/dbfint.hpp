@@ -1,0 +1,274 @@
+/*
+** dbfint.hpp -- the DBF driver's state record and the routines its files
+** share: the header, the record buffer, the memo file, field access and
+** the life of a table.
+**
+** One driver object per open of a table.  The object keeps a pointer to
+** its DbfState in slot VLN_DS_STATE_SLOT; the state owns the header image,
+** the record buffer and its backup, the field table and the field records'
+** cache bytes, and one pooled descriptor each for the DBF and the DBT.
+**
+** The record buffer is in one of three states:
+**
+**   clean   bufrec == recno, dirty == 0: the buffer shows the file
+**   stale   bufrec != recno: a move set recno and read nothing yet
+**   dirty   the buffer holds changes not yet written (bufrec == recno)
+**
+** A move sets recno only; the first field read (get_rec) reads the record,
+** so walking the table without reading fields costs no I/O.  A change goes
+** to the buffer; put_rec writes it at the next move, commit, close or
+** change of selection.
+**
+** Errors.  Driver routines report through diError and then give their
+** neutral result; the error block may BREAK out of the report.  So no
+** routine reports while it holds a section, the break gate, or a half-made
+** change: it finishes or undoes, releases, and then reports.  Routines that
+** must report under a section (the positioning code's read locks) release
+** it first through the helpers below.
+*/
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dierror.hpp"
+#include "locks.hpp"
+#include "var.h"
+
+namespace vl {
+
+/* ---- The on-disk header. ----
+**
+**   OFFSET  SIZE  MEANING
+**   0       1     version: 0x03, or 0x83 with a memo file; only the low six
+**                 bits (3) are required, bit 0x80 says "memo"
+**   1       3     last update: year - 1900, month, day
+**   4       4     record count, unsigned little-endian
+**   8       2     header length: 32 * fields + 33 (trusted: fields are
+**                 (length - 32) / 32, the 0x0D is not looked for)
+**   10      2     record length: 1 + the field lengths
+**   12      19    zero
+**   31      1     write counter; 1 in a new file
+**   32      32*n  field descriptors
+**   32+32n  1     0x0D
+**
+** A field descriptor:
+**
+**   OFFSET  SIZE  MEANING
+**   0       11    name, zero-padded; all 11 bytes may be used (then no NUL)
+**   11      1     type letter C N F D L M
+**   12      4     zero on disk
+**   16      1     length (low byte of the length for C)
+**   17      1     decimals (high byte of the length for C)
+**   18      14    zero
+**
+** Records follow the header: a delete flag ('*' or blank), then the fields
+** with no separator.  No 0x1A ends the file; the count alone says where
+** the records end. */
+enum {
+  DBF_HEADER_SIZE = 32,
+  DBF_FIELD_SIZE = 32,
+  DBF_NAME_LEN = 11,
+  DBF_VERSION = 0x03,
+  DBF_VERSION_MEMO = 0x83,
+  DBF_VERSION_MASK = 0x3F,
+  DBF_MEMO_BIT = 0x80,
+  DBF_HDR_END = 0x0D,
+  DBF_MAX_FIELDS = 2046, /* header length fits 16 bits */
+  DBF_MAX_RECLEN = 65535,
+  DBF_MAX_NUMLEN = 20,
+  DBF_MAX_NUMDEC = 18,
+  DBF_MEMO_LEN = 10,
+  DBF_DATE_LEN = 8,
+  DBT_BLOCK = 512,
+  DBT_MAX_READ_BLOCKS = 128,
+  DBF_OFF_COUNT = 4,
+  DBF_OFF_HDRLEN = 8,
+  DBF_OFF_RECLEN = 10,
+  DBF_OFF_WRCNT = 31
+};
+
+/* Bits of the status byte (VlnLockArea::status). */
+enum {
+  DBF_ST_OPEN = 0x01,
+  DBF_ST_CLOSED = 0x02,
+  DBF_ST_INSPECT = 0x08, /* open inside createdb: no area, no fields */
+  DBF_ST_READONLY = 0x10,
+  DBF_ST_EXCL = 0x20,
+  DBF_ST_FLOCKED = 0x40
+};
+
+/* Fixed-width little-endian codecs. */
+inline uint32_t dbf_get32(const uint8_t* p)
+{
+  return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+}
+inline uint16_t dbf_get16(const uint8_t* p) { return uint16_t(p[0] | p[1] << 8); }
+inline void dbf_put32(uint8_t* p, uint32_t v)
+{
+  p[0] = uint8_t(v), p[1] = uint8_t(v >> 8), p[2] = uint8_t(v >> 16), p[3] = uint8_t(v >> 24);
+}
+inline void dbf_put16(uint8_t* p, uint16_t v) { p[0] = uint8_t(v), p[1] = uint8_t(v >> 8); }
+
+/* One field as decoded from its descriptor. */
+struct DbfField {
+  char name[DBF_NAME_LEN + 1]; /* upper-cased, NUL-terminated */
+  char type;                   /* C N F D L M, or the unknown letter */
+  uint8_t dec;                 /* decimals (0 for C) */
+  uint32_t len;                /* bytes in the record (both bytes for C) */
+  uint32_t offset;             /* from the start of the record (flag = 0) */
+};
+
+/* The driver state of one object.  head must come first (diError finds the
+** error object there); lk carries the status byte, the DBF descriptor, the
+** record geometry and the lock list that the lock layer works on. */
+struct DbfState {
+  VlnDriverHead head;
+  VlnLockArea lk;
+
+  /* Position: the flags every move sets. */
+  int32_t recno;   /* current record; count + 1 is the ghost record */
+  int32_t lastrec; /* record count as last read from the header */
+  uint8_t bof, eof, found;
+
+  /* Buffer. */
+  uint8_t dirty;     /* the buffer differs from the file */
+  uint8_t wrpending; /* changes not yet counted in header byte 31 */
+  int32_t bufrec;    /* record in the buffer, 0 if none */
+  uint8_t* recbuf;   /* reclen bytes */
+  uint8_t* backup;   /* the record as read, made at the first change */
+  uint8_t* wbuf;     /* write-behind records (exclusive tables), or null */
+  size_t wbused;     /* bytes of wbuf in use */
+  int32_t wbfirst;   /* record number of the first record in wbuf */
+
+  /* Header and fields. */
+  uint8_t hdr[DBF_HEADER_SIZE]; /* the first 32 bytes as last read/written */
+  uint16_t fieldcount;
+  DbfField* fields;   /* fieldcount entries */
+  var** fieldvars;    /* the announced field records; null entries for
+                         fields of an unknown type */
+  uint8_t* fieldvalid; /* per field: its record holds the buffer's value */
+  int dbt_fd;          /* memo descriptor, -1 if none */
+
+  /* Settings. */
+  int32_t concurrency;   /* automatic locking mode, initially 1 */
+  char dbfext[8], dbtext[8], idxext[8];
+  char delimiter[2];
+  time_t lastsync; /* of the last fdatasync */
+
+  /* Names. */
+  char filename[VLN_LOCK_NAME_SIZE];
+  char alias[16];
+};
+
+/* The state of a driver object, or null if it has none. */
+inline DbfState* dbf_state(var* obj) { return reinterpret_cast<DbfState*>(vlnDriverHeadOf(obj)); }
+inline bool dbf_is_open(const DbfState* s) { return s && (s->lk.status & DBF_ST_OPEN); }
+inline bool dbf_is_excl(const DbfState* s) { return s->lk.status & DBF_ST_EXCL; }
+inline bool dbf_is_ro(const DbfState* s) { return s->lk.status & DBF_ST_READONLY; }
+inline bool dbf_has_memo(const DbfState* s) { return s->hdr[0] & DBF_MEMO_BIT; }
+/* Byte offset of record n (1-based). */
+inline off_t dbf_recpos(const DbfState* s, int32_t n)
+{
+  return off_t(s->lk.headerlen) + off_t(n - 1) * off_t(s->lk.reclen);
+}
+
+/* Report through diError for self's table, with a printf-style text. */
+void dbf_error(var* self, const char* method, int code, int severity, const char* fmt, ...)
+    __attribute__((format(printf, 5, 6)));
+/* The alias for messages: the state's alias or the file name. */
+const char* dbf_alias(const DbfState* s);
+
+/* ---- Raw I/O (dbfhdr.cpp): the one place that talks to the files. ----
+** Each returns true when all n bytes moved; a short read fills the rest
+** with blanks (pad) and returns false. */
+bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad = ' ');
+bool dbf_pwrite(int fd, const void* buf, size_t n, off_t at);
+
+/* ---- Header (dbfhdr.cpp). ---- */
+
+/* Write the count and today's date into the header image and the first 32
+** bytes to the file, under a write section.  0, or -1 if not open. */
+int flush_dbfhdr(var* self);
+/* Re-read the first 32 bytes under a read section; takes the count
+** (bounded by the records the file holds) and header length. */
+int diForceReadDbfHdr(var* self);
+/* diForceReadDbfHdr unless the table is exclusive. */
+void updat_dbfhdr(var* self);
+/* updat_dbfhdr; true if the count did not change. */
+bool reread_dbfhdr(var* self);
+/* The write counter: see the table in dbfhdr.cpp. */
+int vln_wrcnt(int value, var* self);
+/* At commit: count pending changes into header byte 31 and write it. */
+void vln_wrcnt_upd(var* self);
+/* Write descriptor i of a header image being built. */
+void dbf_fldef(int i, const char* name, char type, uint32_t len, int dec, uint8_t* header);
+/* The records a file of size bytes holds whole, for a table whose geometry
+** is in s. */
+int32_t dbf_records_in(const DbfState* s, off_t size);
+
+/* ---- Record buffer (dbfrec.cpp). ---- */
+
+int fetch_rec(var* self, int32_t n);
+void get_rec(var* self, int only_if_stale);
+int put_rec(var* self);
+void flush_rec(var* self, int32_t n);
+void diSetEof(var* self);
+void diClrRecord(DbfState* s);
+void diBackupRecord(DbfState* s);
+inline void diInvalidateFields(DbfState* s)
+{
+  for (uint16_t i = 0; i < s->fieldcount; ++i) s->fieldvalid[i] = 0;
+}
+/* Write the write-behind buffer out (no-op when empty).  false on a failed
+** write. */
+bool dbf_wb_flush(DbfState* s);
+/* Whether tables opened exclusively keep a write-behind buffer (on by
+** default; tests run both ways). */
+extern int vlnDbfWriteBehind;
+/* fdatasync the table's files, at most every 11 seconds (force: now). */
+void vlnSync(DbfState* s, int force);
+
+/* ---- Memo file (dbt.cpp). ---- */
+
+/* The memo at block into value (resized text), or 0 on failure. */
+var* dbt_read(var* self, int32_t block, var* value);
+/* Size of the memo at block in bytes, or with round its capacity. */
+int32_t memo_siz(var* self, int32_t block, int round);
+/* Write text (len bytes) as the memo that was at block; the block used,
+** or 0 when nothing was written.  variable takes a copy of the text. */
+int32_t dbt_write(var* self, int32_t block, const char* text, int32_t len, var* variable);
+/* Create an empty memo file next to a new table. */
+int dbt_create(const char* name, int perms);
+
+/* ---- Fields (dbffield.cpp). ---- */
+
+/* The field record of field i (0-based) refreshed from the buffer. */
+var* diSelfFieldGet(var* self, var* field);
+/* 0 go ahead, 1 go ahead with an automatic lock to give back, -1 refused
+** (after a report). */
+int vln_chk_repl(DbfState* s, var* self);
+/* Point every 'C' field record at the current record buffer. */
+void dbf_point_fields(DbfState* s);
+
+/* ---- Natural-order moves (dbfmove.cpp). ---- */
+
+/* Whether the current record is visible under SET DELETED. */
+bool filt_n_del(var* self, DbfState* s);
+int32_t diSkip(var* self, int32_t n);
+void dbf_gotop(var* self);
+void dbf_gobottom(var* self);
+void dbf_goto(var* self, int32_t n);
+
+/* ---- Life of a table (dbfopen.cpp, dbfrecord.cpp). ---- */
+
+/* Reset a state to its closed form. */
+void diClearObject(DbfState* s);
+/* Close the table of self (nothing if closed).  Always true. */
+bool dbf_close(var* self);
+/* commit: write the buffer, refresh, count the changes. */
+void dbf_commit(var* self);
+
+}  // namespace vl
