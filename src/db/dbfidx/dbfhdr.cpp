@@ -149,7 +149,11 @@ int diForceReadDbfHdr(var* self)
   std::memcpy(s->hdr, hdr, sizeof hdr);
   const uint32_t count = dbf_get32(hdr + DBF_OFF_COUNT);
   const int32_t held = dbf_records_in(s, st.st_size);
+  const int32_t before = s->lastrec;
   s->lastrec = count > uint32_t(held) ? held : int32_t(count);
+  // The blank ghost record in the buffer is a real record once another
+  // process has appended it.
+  if (s->lastrec != before && s->bufrec > before) s->bufrec = 0;
   return 0;
 }
 
