@@ -240,7 +240,12 @@ int32_t memo_siz(var* self, int32_t block, int round);
 /* Write text (len bytes) as the memo that was at block; the block used,
 ** or 0 when nothing was written.  variable takes a copy of the text. */
 int32_t dbt_write(var* self, int32_t block, const char* text, int32_t len, var* variable);
-/* Create an empty memo file next to a new table. */
+/* Make the driver-owned text of a memo field record a copy of len bytes
+** of text (reallocated; Length len + 1). */
+void dbt_settext(var* variable, const char* text, int32_t len);
+/* Create the memo file name (its full name, extension included) with
+** permission bits perms: block 0 alone, next-free word 1, the rest zero.
+** 0, or -1 after a report. */
 int dbt_create(const char* name, int perms);
 
 /* ---- Fields (dbffield.cpp). ---- */
