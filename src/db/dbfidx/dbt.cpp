@@ -18,11 +18,12 @@
 ** of the same memo are kept apart by the record lock a REPLACE needs.
 */
 #include <fcntl.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "dbfint.hpp"
-#include "files.hpp"
 #include "kernel.h"
 #include "runtime.h"
 #include "vlerror.hpp"
@@ -186,14 +187,26 @@ int32_t dbt_write(var* self, int32_t block, const char* text, int32_t len, var* 
   return block;
 }
 
-int dbt_create(const char* name, int perms)
+void dbt_name(const DbfState* s, const char* table, char* out, size_t size)
 {
-  const int fd = creat_fil(name, perms);
+  std::snprintf(out, size, "%s", table);
+  char* slash = std::strrchr(out, '/');
+  char* dot = std::strrchr(out, '.');
+  if (dot && (!slash || dot > slash)) *dot = '\0';
+  const size_t used = std::strlen(out);
+  std::snprintf(out + used, size - used, "%s", s->dbtext);
+}
+
+int dbt_create(const DbfState* s, const char* table, int perms)
+{
+  char name[VLN_LOCK_NAME_SIZE];
+  dbt_name(s, table, name, sizeof name);
+  const int fd = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, perms);
   if (fd < 0) return -1;
   uint8_t head[DBT_BLOCK] = {};
   dbf_put32(head, kFirstFree);
-  const bool whole = write_fil(fd, head, sizeof head) == ssize_t(sizeof head);
-  close_fil(fd);
+  const bool whole = dbf_pwrite(fd, head, sizeof head, 0);
+  close(fd);
   return whole ? 0 : -1;
 }
 
