@@ -19,11 +19,12 @@ namespace {
 
 using vltest::expect_rows;
 
+
 // Numbers N 1..6 with memos; 2 and 5 deleted; the memo of 1 rewritten
 // longer, which abandons its first block; that of 4 above 64 KiB.
 constexpr const char* kSetup[] = {
-    "DBCREATE('t', {{'N','N',3,0}, {'M','M',10,0}, {'W','C',300,0}})",
-    "DBUSEAREA(.T., , 't', , .F.)",
+    "DBCREATE('@t', {{'N','N',3,0}, {'M','M',10,0}, {'W','C',300,0}})",
+    "DBUSEAREA(.T., , '@t', , .F.)",
     "AEVAL({'a', '', REPLICATE('b', 600), REPLICATE('c', 70000), 'd', ''}, "
     "{|m, i| DBAPPEND(), FIELDPUT(1, i), FIELDPUT(2, m), FIELDPUT(3, 'w' + STR(i, 1))})",
     "DBGOTO(1), FIELDPUT(2, REPLICATE('a', 1500)), DBGOTO(2), DBDELETE(), DBGOTO(5), DBDELETE(), DBCOMMIT()",
@@ -34,16 +35,23 @@ class Pack : public vltest::VlTest {
   void SetUp() override
   {
     VlTest::SetUp();
-    ASSERT_EQ(chdir(dir_.path().c_str()), 0);
-    for (const char* e : kSetup) expect_rows({{e}});
+    for (const char* e : kSetup) run(e);
   }
   void TearDown() override
   {
     vl::vlnPackRename = ::rename;
-    expect_rows({{"DBCLOSEALL()"}});
+    run("DBCLOSEALL()");
     EXPECT_TRUE(our_locks().empty());
     VlTest::TearDown();
   }
+  // Evaluate expr with '@' standing for the scratch directory and a slash;
+  // its value must show as want (a "#code" want: must report code).
+  void run(std::string expr, const char* want = nullptr) const
+  {
+    for (size_t at; (at = expr.find('@')) != std::string::npos;) expr.replace(at, 1, dir_.path() + "/");
+    vltest::expect_rows({{expr.c_str(), want}});
+  }
+  std::string at(const char* name) const { return dir_ / name; }
   std::set<std::string> names() const
   {
     std::set<std::string> out;
@@ -66,11 +74,17 @@ class Pack : public vltest::VlTest {
     }
     return out;
   }
-  static ino_t inode(const char* name)
+  ino_t inode(const char* name) const
   {
     struct stat st{};
-    stat(name, &st);
+    stat(at(name).c_str(), &st);
     return st.st_ino;
+  }
+  mode_t mode(const char* name) const
+  {
+    struct stat st{};
+    stat(at(name).c_str(), &st);
+    return st.st_mode & 07777;
   }
   vltest::TempDir dir_;
 };
@@ -79,8 +93,8 @@ uint32_t word(const std::string& bytes, size_t at) { return vl::dbf_get32(reinte
 
 TEST_F(Pack, PackKeepsLiveRecordsInOrderWithTheirMemos)
 {
-  ASSERT_EQ(chmod("t.dbf", 0664), 0);  // wider than the umask lets a new file be
-  ASSERT_EQ(chmod("t.dbt", 0606), 0);
+  ASSERT_EQ(chmod(at("t.dbf").c_str(), 0664), 0);  // wider than the umask lets a new file be
+  ASSERT_EQ(chmod(at("t.dbt").c_str(), 0606), 0);
   const ino_t before = inode("t.dbf");
   const size_t oldsize = dir_.read("t.dbt").size();
   expect_rows({
@@ -99,11 +113,10 @@ TEST_F(Pack, PackKeepsLiveRecordsInOrderWithTheirMemos)
   EXPECT_EQ(word(dbt, 0), 143u);
   EXPECT_EQ(dbt.size(), 143u * 512);
   EXPECT_LT(dbt.size(), oldsize);
-  EXPECT_EQ(dbt.substr(6 * 512, 70001), std::string(70000, 'c') + '\x1A');
-  struct stat st{};
+  EXPECT_TRUE(dbt.substr(6 * 512, 70001) == std::string(70000, 'c') + '\x1A');
   EXPECT_NE(inode("t.dbf"), before);
-  EXPECT_EQ((stat("t.dbf", &st), st.st_mode & 07777), 0664u);
-  EXPECT_EQ((stat("t.dbt", &st), st.st_mode & 07777), 0606u);
+  EXPECT_EQ(mode("t.dbf"), 0664u);
+  EXPECT_EQ(mode("t.dbt"), 0606u);
   EXPECT_EQ(names(), (std::set<std::string>{"t.dbf", "t.dbt"}));
 }
 
@@ -116,7 +129,7 @@ TEST_F(Pack, ZapLeavesTheHeaderAndAnEmptyMemoFile)
       {"{LASTREC(), EOF(), BOF()}", "{0, .T., .T.}"},
       {"DBAPPEND(), FIELDPUT(2, 'z'), FIELDPUT(3, 'x'), DBCOMMIT(), LASTREC()", "1"},
   });
-  expect_rows({{"DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .F.), __DBZAP()", ".T."}});
+  run("DBCLOSEAREA(), DBUSEAREA(.T., , '@t', , .F.), __DBZAP()", ".T.");
   const std::string dbf = dir_.read("t.dbf"), dbt = dir_.read("t.dbt");
   ASSERT_EQ(dbf.size(), hdr);
   EXPECT_EQ(dbf.substr(32), old.substr(32, hdr - 32));  // fields carried over, C 300 too
@@ -125,12 +138,10 @@ TEST_F(Pack, ZapLeavesTheHeaderAndAnEmptyMemoFile)
 
 TEST_F(Pack, RefusedWithoutExclusiveUseOrWhenReadOnly)
 {
-  expect_rows({
-      {"DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .T.), __DBPACK()", "#322 .F."},
-      {"__DBZAP()", "#322 .F."},
-      {"DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .F., .T.), __DBPACK()", "#104 .F."},
-      {"LASTREC()", "6"},
-  });
+  run("DBCLOSEAREA(), DBUSEAREA(.T., , '@t', , .T.), __DBPACK()", "#322 .F.");
+  expect_rows({{"__DBZAP()", "#322 .F."}});
+  run("DBCLOSEAREA(), DBUSEAREA(.T., , '@t', , .F., .T.), __DBPACK()", "#104 .F.");
+  expect_rows({{"LASTREC()", "6"}});
 }
 
 int g_renames = 0, g_fail_at = 0;
@@ -153,8 +164,8 @@ TEST_F(Pack, AFailedSwapLeavesTheTableAsItWas)
     expect_rows({{"__DBPACK()", "#101 .F."}});
     setrlimit(RLIMIT_FSIZE, &saved), signal(SIGXFSZ, SIG_DFL);
     EXPECT_TRUE(reported(101, "Pack();cannot open tmp file"));
-    EXPECT_EQ(dir_.read("t.dbf"), dbf);
-    EXPECT_EQ(dir_.read("t.dbt"), dbt);
+    EXPECT_TRUE(dir_.read("t.dbf") == dbf);  // (no megabytes of output when not)
+    EXPECT_TRUE(dir_.read("t.dbt") == dbt);
     EXPECT_EQ(names(), (std::set<std::string>{"t.dbf", "t.dbt"}));
     expect_rows({{"DBGOTO(3), {LASTREC(), LEN(FIELDGET(2))}", "{6, 600}"}});
   }
