@@ -59,7 +59,7 @@ namespace {
 
 constexpr uint8_t kMemoEnd = 0x1A;
 constexpr uint8_t kDeleted = '*';
-constexpr size_t kChunk = size_t(64) * 1024;        /* bytes of records per read */
+constexpr size_t kChunk = size_t(64) * 1024;          /* bytes of records per read */
 constexpr size_t kMemoChunk = size_t(16) * DBT_BLOCK; /* bytes of a memo per read */
 constexpr mode_t kModeBits = 07777;
 constexpr uint32_t kFirstFree = 1; /* next-free word of an empty memo file */
@@ -80,9 +80,9 @@ struct SwapFile {
 struct Swap {
   SwapFile dbf, dbt;
   bool memo = false;
-  int32_t count = 0;       /* records written to the new table */
+  int32_t count = 0;         /* records written to the new table */
   int32_t next = kFirstFree; /* next free block of the new memo file */
-  off_t memosize = 0;      /* bytes of the old memo file */
+  off_t memosize = 0;        /* bytes of the old memo file */
 };
 
 /* The temporary and backup names of f: new<pid> and old<pid> with ext, in
