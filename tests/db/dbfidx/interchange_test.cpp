@@ -324,7 +324,7 @@ TEST_P(DriverWrites, OutsideReaderShowsWhatWasWritten)
   dir.write("expect.txt", expectations(tables, dir));
   const auto [status, output] = run_oracle(std::string("check ") + GetParam() + " " + (dir / "expect.txt"));
   EXPECT_EQ(status, 0) << output;
-  std::fputs(output.c_str(), stdout);
+  if (status == 0) std::fputs(output.c_str(), stdout);
 }
 
 INSTANTIATE_TEST_SUITE_P(Readers, DriverWrites,
@@ -374,7 +374,7 @@ std::string canonical(const Field& f, var* v)
     case 'C': return escaped(rtrim(vltest::str(v)));
     case 'M': return ":" + escaped(vltest::str(v));
     case 'N':
-    case 'F': return v->Type == 'N' ? canon_number(vlnNumVar(v)) : "type " + vltest::shown(v);
+    case 'F': return std::strchr("NFI", v->Type) ? canon_number(vlnNumVar(v)) : "type " + vltest::shown(v);
     case 'D': return v->Type == 'D' ? rtrim(vltest::str(call(_bb_dtos, {v}))) : "type " + vltest::shown(v);
     case 'L': return v->Type == 'L' ? (vlnLogVar(v) ? "T" : "F") : "type " + vltest::shown(v);
     default: return "field type " + std::string(1, f.type);
