@@ -4,8 +4,9 @@
   dbf_oracle.py check READER EXPECT
       Read every table of the expectation file EXPECT whose readers line
       names READER (dbfread, dbf, ogrinfo or dbview) and compare what the
-      reader shows with the expectation; print each disagreement and a
-      summary, and exit 1 on any disagreement or reader failure.
+      reader shows with the expectation (structure, records, values, and a
+      header date of today); print each disagreement and a summary, and
+      exit 1 on any disagreement or reader failure.
   dbf_oracle.py write DIR
       Write tables with python3-dbf and ogr2ogr into DIR, and DIR/expect.txt
       with what this project's driver must read from them.
@@ -14,7 +15,8 @@ The file format and the canonical values are described at the top of
 interchange_test.cpp.  Each reader is used in the mode it supports: ogrinfo
 and dbview show a memo field's block number, not the memo; ogrinfo hides
 deleted records and trims the leading blanks of a text; python-dbf shows
-field names in lower case.
+field names in lower case; dbview shows the stored text, which is checked
+for width and the alignment of numbers before it is compared.
 """
 import datetime
 import os
@@ -74,7 +76,8 @@ def write_expect(path, tables):
                 f.writelines("val %s\n" % escape(v) for v in values)
 
 
-# ---- Readers: each gives (fields, live rows, deleted rows or None). ----
+# ---- Readers: each gives (fields, live rows, deleted rows or None, the
+# header's date of last update). ----
 
 def run(args):
     try:
@@ -91,7 +94,7 @@ def read_dbfread(path, nfields):
     table = dbfread.DBF(path, encoding="latin-1")
     fields = [(f.name, f.type, f.length, f.decimal_count) for f in table.fields]
     rows = lambda recs: [list(r.values()) for r in recs]
-    return fields, rows(table.records), rows(table.deleted)
+    return fields, rows(table.records), rows(table.deleted), table.date
 
 
 def read_dbf(path, nfields):
@@ -106,16 +109,20 @@ def read_dbf(path, nfields):
         live, deleted = [], []
         for r in table:
             (deleted if dbf.is_deleted(r) else live).append(list(r))
-        return fields, live, deleted
+        updated = table.last_update
+        return fields, live, deleted, datetime.date(updated.year, updated.month, updated.day)
     finally:
         table.close()
 
 
 def read_ogrinfo(path, nfields):
-    fields, live, row = [], [], None
+    fields, live, row, updated = [], [], None, None
     for line in run(["ogrinfo", "-ro", "-al", "-fields=YES", path]).split("\n"):
         m = re.match(r"^(\w+): (\w+) \((\d+)\.(\d+)\)$", line)
-        if m:
+        date = re.match(r"^  DBF_DATE_LAST_UPDATE=(\d+)-(\d+)-(\d+)$", line)
+        if date:
+            updated = datetime.date(*map(int, date.groups()))
+        elif m:
             fields.append((m.group(1), m.group(2), int(m.group(3)), int(m.group(4))))
         elif re.match(r"^OGRFeature\(.*\):\d+$", line):
             row = [None] * len(fields)
@@ -125,10 +132,12 @@ def read_ogrinfo(path, nfields):
             if m:
                 row[[f[0] for f in fields].index(m.group(1))] = (
                     None if m.group(2) == "(null)" else m.group(2))
-    return fields, live, None
+    return fields, live, None, updated
 
 
 def read_dbview(path, nfields):
+    info = re.search(r"Last update *: (\d+)/(\d+)/(\d+)", run(["dbview", "-i", "-o", path]))
+    month, day, year = map(int, info.groups())
     fields = []
     for line in run(["dbview", "-e", "-o", "-r", path]).split("\n")[1:]:
         if line.strip():
@@ -139,7 +148,7 @@ def read_dbview(path, nfields):
         if line:
             parts = line.split(DBVIEW_SEP)
             (deleted if parts[0] == "*" else live).append(parts[1:1 + nfields])
-    return fields, live, deleted
+    return fields, live, deleted, datetime.date(year, month, day)
 
 
 READ = {"dbfread": read_dbfread, "dbf": read_dbf, "ogrinfo": read_ogrinfo, "dbview": read_dbview}
@@ -147,16 +156,22 @@ OGR_KINDS = {"C": ("String",), "L": ("String",), "M": ("String",), "D": ("Date",
              "N": ("Integer", "Integer64", "Real"), "F": ("Integer", "Integer64", "Real")}
 
 
-def canon(reader, ftype, value):
-    """The canonical text of what a reader shows for a field of type ftype."""
+def canon(reader, field, value):
+    """The canonical text of what a reader shows for a field; dbview shows
+    the stored text, which must fill the field, numbers right-aligned."""
+    _, ftype, length, _ = field
     if value is None:
         return ""
+    if reader == "dbview" and len(value) != length:
+        return "%r (%d bytes wide)" % (value, len(value))
     if ftype in "NF":
-        return "%.17g" % float(value) if str(value).strip() else ""
+        text = str(value).strip()
+        if reader == "dbview" and text and value.endswith(" "):
+            return "%r (not right-aligned)" % value
+        return "%.17g" % float(text) if text else ""
     if ftype == "D":
         if isinstance(value, datetime.date):
-            return value.strftime("%Y%m%d") if value.year >= 1000 else "%04d%02d%02d" % (
-                value.year, value.month, value.day)
+            return "%04d%02d%02d" % (value.year, value.month, value.day)
         return value.replace("/", "").strip()
     if ftype == "L":
         return ("T" if value else "F") if isinstance(value, bool) else value.strip()
@@ -195,7 +210,9 @@ def structure_disagrees(reader, field, got):
 
 def check_table(reader, t, report):
     """Compare one table; returns the number of values compared."""
-    fields, live, deleted = READ[reader](t.path, len(t.fields))
+    fields, live, deleted, updated = READ[reader](t.path, len(t.fields))
+    if updated != datetime.date.today():
+        report("last update %s in the header, written today" % updated)
     if len(fields) != len(t.fields):
         report("%d fields shown, %d written" % (len(fields), len(t.fields)))
     for field, got in zip(t.fields, fields):
@@ -209,11 +226,11 @@ def check_table(reader, t, report):
         if len(rows) != len(wanted):
             report("%d %s records shown, %d written" % (len(rows), kind, len(wanted)))
         for (recno, values), row in zip(wanted, rows):
-            for (name, ftype, _, _), value, got in zip(t.fields, values, row):
+            for field, value, got in zip(t.fields, values, row):
                 compared += 1
-                g, w = canon(reader, ftype, got), want(reader, ftype, value)
+                g, w = canon(reader, field, got), want(reader, field[1], value)
                 if g != w:
-                    report("record %d (%s) field %s: %s" % (recno, kind, name, difference(g, w)))
+                    report("record %d (%s) field %s: %s" % (recno, kind, field[0], difference(g, w)))
     return compared
 
 
