@@ -89,7 +89,7 @@ def run(args):
     return done.stdout.decode("latin-1")
 
 
-def read_dbfread(path, nfields):
+def read_dbfread(path, written):
     import dbfread
     table = dbfread.DBF(path, encoding="latin-1")
     fields = [(f.name, f.type, f.length, f.decimal_count) for f in table.fields]
@@ -97,9 +97,11 @@ def read_dbfread(path, nfields):
     return fields, rows(table.records), rows(table.deleted), table.date
 
 
-def read_dbf(path, nfields):
+def read_dbf(path, written):
     import dbf
-    table = dbf.Table(path)
+    # A text field above 254 bytes needs the Clipper flavour.
+    long_text = any(ftype == "C" and length > 254 for _, ftype, length, _ in written)
+    table = dbf.Table(path, dbf_type="clp" if long_text else None)
     table.open(dbf.READ_ONLY)
     try:
         fields = []
@@ -115,7 +117,7 @@ def read_dbf(path, nfields):
         table.close()
 
 
-def read_ogrinfo(path, nfields):
+def read_ogrinfo(path, written):
     fields, live, row, updated = [], [], None, None
     for line in run(["ogrinfo", "-ro", "-al", "-fields=YES", path]).split("\n"):
         m = re.match(r"^(\w+): (\w+) \((\d+)\.(\d+)\)$", line)
@@ -135,7 +137,7 @@ def read_ogrinfo(path, nfields):
     return fields, live, None, updated
 
 
-def read_dbview(path, nfields):
+def read_dbview(path, written):
     info = re.search(r"Last update *: (\d+)/(\d+)/(\d+)", run(["dbview", "-i", "-o", path]))
     month, day, year = map(int, info.groups())
     fields = []
@@ -147,7 +149,7 @@ def read_dbview(path, nfields):
     for line in run(["dbview", "-b", "-D", "-r", "-d", DBVIEW_SEP, path]).split("\n"):
         if line:
             parts = line.split(DBVIEW_SEP)
-            (deleted if parts[0] == "*" else live).append(parts[1:1 + nfields])
+            (deleted if parts[0] == "*" else live).append(parts[1:1 + len(written)])
     return fields, live, deleted, datetime.date(year, month, day)
 
 
@@ -205,12 +207,14 @@ def structure_disagrees(reader, field, got):
     if reader == "ogrinfo":
         return (got[1] not in OGR_KINDS[ftype] or (ftype != "D" and got[2] != length)
                 or (ftype in "NF" and dec and got[3] != dec))
-    return got[1:] != (ftype, length, dec)
+    # The decimals byte of a 'C' field holds the high byte of its length,
+    # which python-dbf shows as decimals.
+    return got[1:3] != (ftype, length) or (ftype != "C" and got[3] != dec)
 
 
 def check_table(reader, t, report):
     """Compare one table; returns the number of values compared."""
-    fields, live, deleted, updated = READ[reader](t.path, len(t.fields))
+    fields, live, deleted, updated = READ[reader](t.path, t.fields)
     if updated != datetime.date.today():
         report("last update %s in the header, written today" % updated)
     if len(fields) != len(t.fields):
@@ -276,18 +280,9 @@ def structure_of(path):
     return [(f.name, f.type, f.length, f.decimal_count) for f in dbfread.DBF(path).fields]
 
 
-def write_dbf(directory):
+def write_dbf(path, dbf_type, spec, rows):
     import dbf
-    path = os.path.join(directory, "pydbf.dbf")
-    spec = "name C(20); amount N(10,2); qty N(5,0); rate F(12,3); born D; ok L; notes M"
-    rows = [
-        (False, ("Smith", 12.5, 42, 3.125, datetime.date(2020, 1, 2), True, "first\r\nmemo")),
-        (False, ("Jones", -0.25, -7, -1.5, datetime.date(1999, 12, 31), False, memo_text(600))),
-        (True, ("Gone", 1.0, 1, 0.5, datetime.date(2000, 2, 29), True, "x")),
-        (False, ("", None, None, None, None, None, "")),
-        (False, ("Last", 99999.99, 99999, 0.001, datetime.date(2038, 1, 19), False, memo_text(5000))),
-    ]
-    table = dbf.Table(path, spec, dbf_type="db3")
+    table = dbf.Table(path, spec, dbf_type=dbf_type)
     table.open(dbf.READ_WRITE)
     for deleted, values in rows:
         table.append(values)
@@ -298,6 +293,24 @@ def write_dbf(directory):
     t.fields = structure_of(path)
     t.recs = [(d, [canon_written(f[1], v) for f, v in zip(t.fields, values)]) for d, values in rows]
     return t
+
+
+def write_dbf_tables(directory):
+    """A dBASE III table with memos and an F field, and a Clipper one with a
+    text of 300 bytes, all names given in lower case."""
+    date = datetime.date
+    plain = write_dbf(
+        os.path.join(directory, "pydbf.dbf"), "db3",
+        "name C(20); amount N(10,2); qty N(5,0); rate F(12,3); born D; ok L; notes M", [
+            (False, ("Smith", 12.5, 42, 3.125, date(2020, 1, 2), True, "first\r\nmemo")),
+            (False, ("Jones", -0.25, -7, -1.5, date(1999, 12, 31), False, memo_text(600))),
+            (True, ("Gone", 1.0, 1, 0.5, date(2000, 2, 29), True, "x")),
+            (False, ("", None, None, None, None, None, "")),
+            (False, ("Last", 99999.99, 99999, 0.001, date(2038, 1, 19), False, memo_text(5000))),
+        ])
+    wide = write_dbf(os.path.join(directory, "pyclp.dbf"), "clp", "title C(300); n N(3,0)",
+                     [(False, (memo_text(300).replace("\r\n", "  "), 1)), (False, ("short", 2))])
+    return [plain, wide]
 
 
 def write_ogr(directory):
@@ -321,7 +334,8 @@ def write_ogr(directory):
 
 
 def write(directory):
-    write_expect(os.path.join(directory, "expect.txt"), [write_dbf(directory), write_ogr(directory)])
+    write_expect(os.path.join(directory, "expect.txt"),
+                 write_dbf_tables(directory) + [write_ogr(directory)])
     return 0
 
 
