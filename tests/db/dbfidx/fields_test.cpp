@@ -146,7 +146,14 @@ TEST_F(Fields, MemoBlocksAreReusedOrGrown)
   vltest::expect_rows({
       {"a := {}, DBEVAL({|| AADD(a, LEN(FIELDGET(1)))}), a", "{513, 0, 0, 1, 511, 512, 511}"},
       {"DBGOTO(6), FIELDGET(1) == REPLICATE('q', 512)", ".T."},
+      // shared: the blocks are taken under the allocation lock
+      {"DBCLOSEAREA(), DBUSEAREA(.T., , 'memo', , .T.), DBOBJECT():rlock()", ".T."},
+      {"FIELDPUT(1, REPLICATE('s', 2000)), DBCOMMIT()"},
   });
+  char num[16];
+  std::snprintf(num, sizeof num, "%10u", next);
+  EXPECT_EQ(field("memo.dbf", 1, 1, 10), num);
+  EXPECT_EQ(vl::dbf_get32(reinterpret_cast<const uint8_t*>(dir_.read("memo.dbt").data())), next + 4);
 }
 
 // Assignments that are refused: the report and the record left as it was.
