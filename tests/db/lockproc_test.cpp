@@ -21,6 +21,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <filesystem>
 #include <fstream>
@@ -92,10 +93,14 @@ int lockRange(int fd, int cmd, int type, long start, long len)
 struct Held {
   int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
   long long start = 0, end = 0;
+  int owner = 0;
+  bool operator==(const Held&) const = default;
 };
 
 // The POSIX locks on file listed in /proc/locks, optionally of one pid;
-// with waiters, the requests blocked on the file instead.
+// with waiters, the requests blocked on the file instead.  A read that
+// overlaps other processes' lock changes can list an entry twice; an owner
+// never holds two equal locks, so repeats are dropped.
 std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters = false)
 {
   std::vector<Held> out;
@@ -115,8 +120,9 @@ std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters =
     if (kind != "POSIX" || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3) continue;
     if (makedev(major, minor) != st.st_dev || ino != st.st_ino) continue;
     if (pid != 0 && owner != pid) continue;
-    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
-                   end == "EOF" ? LLONG_MAX : atoll(end.c_str())});
+    const Held h{type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
+                 end == "EOF" ? LLONG_MAX : atoll(end.c_str()), owner};
+    if (std::find(out.begin(), out.end(), h) == out.end()) out.push_back(h);
   }
   return out;
 }

@@ -75,9 +75,9 @@ void freeNode(VlnFileNode* node)
     if (n.get() == node) n.reset();
 }
 
-// A parked descriptor of the file open with mode, or -1.  A table's parked
-// one of another mode cannot serve: for a table's open it only draws a
-// warning (a parked handle says nothing about how tables are opened).
+// A parked descriptor of the file open with mode, or -1.  One of another
+// mode cannot serve; a table's open is warned of a table's such descriptor
+// (a handle's mode says nothing about how the tables are opened).
 int diFindFreeFD(ino_t ino, dev_t dev, int mode, bool handle)
 {
   for (size_t i = 0; i < paxFDs.size(); ++i) {
