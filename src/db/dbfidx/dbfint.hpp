@@ -246,7 +246,7 @@ extern int vlnDbfWriteBehind;
 ** both ways).  The read-ahead run mirrors records of the table: every
 ** record written through put_rec or flush_rec updates its copy there, so
 ** it stays right as long as nothing else writes records.  A routine that
-** rewrites the records in another way (PACK) drops it with dbf_ra_drop. */
+** puts other records in their place (PACK, ZAP) drops it with dbf_ra_drop. */
 extern int vlnDbfReadAhead;
 /* Forget the read-ahead run. */
 inline void dbf_ra_drop(DbfState* s) { s->racount = 0; }
