@@ -10,8 +10,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 
 #include "dates.hpp"
 #include "switches.h"
@@ -137,7 +135,9 @@ int32_t get_dat(const char* text)
   // The text ends at its eighth byte or at a NUL, whichever comes first.
   int len = 0;
   while (len < kDtosLength && text[len]) ++len;
-  const auto part = [&](int from, int width) { return len > from ? digits(text + from, std::min(width, len - from)) : 0; };
+  const auto part = [&](int from, int width) {
+    return len > from ? digits(text + from, std::min(width, len - from)) : 0;
+  };
   return datoint(part(6, 2), part(4, 2), part(0, 4));
 }
 

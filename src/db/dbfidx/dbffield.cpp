@@ -17,6 +17,7 @@
 ** formatted in the C locale whatever the process's locale is.
 */
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -49,12 +50,13 @@ constexpr const char* kFieldSpecTypes = "INFCM";  // a field of REPLACE
 constexpr const char* kNumericTypes = "NFIL";
 constexpr size_t kNumText = 260;  // longer than any field a number can take
 constexpr int kQuickDecimals = 15;
-constexpr double kPowersOfTen[kQuickDecimals + 1] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                     1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-constexpr uint64_t kDecimalUnits[kQuickDecimals + 1] = {
-    1ull,           10ull,           100ull,           1000ull,           10000ull,           100000ull,
-    1000000ull,     10000000ull,     100000000ull,     1000000000ull,     10000000000ull,     100000000000ull,
-    1000000000000ull, 10000000000000ull, 100000000000000ull, 1000000000000000ull};
+// 10^k for k up to kQuickDecimals: below 2^53, so exact as doubles too.
+constexpr auto kDecimalUnits = [] {
+  std::array<uint64_t, kQuickDecimals + 1> units{};
+  uint64_t unit = 1;
+  for (uint64_t& u : units) u = unit, unit *= 10;
+  return units;
+}();
 constexpr double kQuickLimit = 4503599627370496.0;  // 2^52
 constexpr size_t kQuickText = 24;                    // sign, 16 digits, point
 constexpr int kLowByte = 0xFF;
@@ -199,7 +201,7 @@ bool justify(uint8_t* field, uint32_t width, const char* text, size_t n)
 size_t quick_fixed(char* text, int dec, double x)
 {
   if (dec > kQuickDecimals) return 0;
-  const double y = std::fabs(x) * kPowersOfTen[dec];
+  const double y = std::fabs(x) * double(kDecimalUnits[dec]);
   if (!(y < kQuickLimit)) return 0;  // NaN too
   const double whole = std::floor(y);
   const double frac = y - whole;
