@@ -282,10 +282,11 @@ void free_buffers(DbfState* s)
   delete[] s->recbuf;
   delete[] s->backup;
   delete[] s->wbuf;
+  delete[] s->rabuf;
   s->fields = nullptr;
   s->fieldvars = nullptr;
   s->fieldvalid = nullptr;
-  s->recbuf = s->backup = s->wbuf = nullptr;
+  s->recbuf = s->backup = s->wbuf = s->rabuf = nullptr;
   s->fieldcount = 0;
 }
 
@@ -476,6 +477,7 @@ void diClearObject(DbfState* s)
   s->bufrec = 0;
   s->wbused = 0;
   s->wbfirst = 0;
+  s->rafirst = s->racount = s->ralast = 0;
   std::memset(s->hdr, 0, sizeof s->hdr);
   s->dbt_fd = -1;
   s->concurrency = 1;

@@ -311,6 +311,7 @@ bool zap_pack(var* self, bool pack)
   }
   s->dirty = 0;
   s->bufrec = 0;
+  dbf_ra_drop(s);  // its records are the old file's
   diInvalidateFields(s);
   diForceReadDbfHdr(self);
   vln_wrcnt(0, self);
