@@ -162,6 +162,8 @@ struct VlnLockArea {
   VlnFileNode* node;    /* the file's pool row: the section counters */
   const char* alias;    /* for messages; may be null */
   const char* filename; /* for messages; may be null */
+  struct VlnDriverHead* owner; /* the driver state embedding this record,
+                                  whose error path reports; may be null */
 };
 
 /* Clear the record: closed, no descriptor, empty list, alone. */

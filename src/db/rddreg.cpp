@@ -91,6 +91,12 @@ constexpr vl::LetterSet kAreaRef = vl::letters("CFIN");
 
 }  // namespace
 
+BbFn vl::driver_constructor(var* value)
+{
+  char name[VLN_DRIVER_NAME_SIZE];
+  return constructor(name_of(value, name, sizeof name));
+}
+
 extern "C" var* vlnGetObject(var* value)
 {
   char name[VLN_DRIVER_NAME_SIZE];

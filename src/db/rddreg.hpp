@@ -13,4 +13,9 @@ namespace vl {
 extern char cDefaultDriver[VLN_DRIVER_NAME_SIZE];
 extern char cFirstChoiceDriver[VLN_DRIVER_NAME_SIZE];
 
+// The constructor of the driver value names (a text, trimmed and
+// upper-cased; anything else or "" the default), or null after reporting
+// 320 "Driver '%s' not found".
+BbFn driver_constructor(var* value);
+
 }  // namespace vl

@@ -14,6 +14,10 @@
 
 VL_BEGIN_DECLS
 
+/* Non-zero: a new table's header gets the year modulo 100 (header
+** updates always write year - 1900).  Set by the application; 0. */
+extern int VLdbheadY2000;
+
 /* DBFIDXNEW(...): a driver object, opened when a file name is given. */
 var* _bb_dbfidxnew(int argc, var** argv);
 /* DBFIDX() and RDDSYS(): link anchors; TRUE. */
@@ -42,7 +46,7 @@ var* _bb_fieldputar(int argc, var** argv);
   /* life of a table: dbfopen.cpp, dbfrecord.cpp */                         \
   X(init, me) X(createdb, me) X(close, me) X(axit, me) X(append, me)        \
   X(delete, me) X(recall, me) X(deleteall, me) X(recallall, me)             \
-  X(commit, me) X(pack, me) X(zap, me) X(dbstruct, me) X(refresh, me)       \
+  X(commit, me) X(dbstruct, me) X(refresh, me)       \
   /* moves: dbfmove.cpp */                                                  \
   X(skip, me) X(gotop, me) X(gobottom, me) X(goto, me) X(recno, as)         \
   X(eval, me)                                                               \

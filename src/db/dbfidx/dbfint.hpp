@@ -34,6 +34,8 @@
 #include <cstdint>
 
 #include "dierror.hpp"
+#include "errcodes.h"
+#include "vlerror.h"
 #include "locks.hpp"
 #include "var.h"
 
@@ -89,6 +91,9 @@ enum {
   DBF_OFF_RECLEN = 10,
   DBF_OFF_WRCNT = 31
 };
+
+/* Bytes a table opened exclusively may keep unwritten (write-behind). */
+constexpr size_t kWriteBehindCap = size_t(1) << 20;
 
 /* Bits of the status byte (VlnLockArea::status). */
 enum {

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <stdio.h>
 
+#include "dierror.hpp"
 #include "lockint.h"
 #include "vlerror.h"
 
@@ -10,9 +11,13 @@ using namespace vl;
 
 namespace {
 
-void reportByRtError(VlnLockArea*, const char*, int code, int severity, const char* text)
+// A table's area reports through its driver's error path; a bare lock
+// area through the run-time error of its severity.
+void reportByRtError(VlnLockArea* area, const char* method, int code, int severity, const char* text)
 {
-  if (severity == VL_SEV_IO)
+  if (area && area->owner)
+    diErrorHead(area->owner, method, code, severity, text, "dbflock", 0);
+  else if (severity == VL_SEV_IO)
     io_error(code, text);
   else
     rt_error(code, text);
