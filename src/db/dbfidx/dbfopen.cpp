@@ -601,7 +601,7 @@ var* _bb_dbfidx_createdb_me(int argc, var** argv)
     ok = fd >= 0 && write_table(fd, header);
     if (fd >= 0) close(fd);
   }
-  if (ok && memo) ok = dbt_create(name, int(mode)) == 0;
+  if (ok && memo) ok = dbt_create(s, name, int(mode)) == 0;
   if (!ok) return dbf_error(self, diMN_createdb, VL_E_FILE_CREATE, VL_SEV_IO, "%s", name), FALSE_VAR;
   return TRUE_VAR;
 }
