@@ -92,6 +92,8 @@ var* _bb_dbsetfilte(int argc, var** argv);
 var* _bb_dbsetlocat(int argc, var** argv);
 var* _bb_dbsetrelat(int argc, var** argv); /* child area, block, text */
 var* _bb_flock(int argc, var** argv);
+var* _bb_rlock(int argc, var** argv);  /* RLOCK([recno]): the current record,
+                                          or recno keeping the other locks */
 var* _bb_isdbexcl(int argc, var** argv);
 var* _bb_isdbflock(int argc, var** argv);
 var* _bb__seekeval(int argc, var** argv);
