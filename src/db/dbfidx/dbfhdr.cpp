@@ -45,8 +45,9 @@ constexpr int kYearBase = 1900;
 constexpr int kCounterSkip = 2;    /* 0 and 1 are never a counter after a wrap */
 constexpr int kReadUntilDone = 8;  /* tries of a read or write interrupted */
 
-/* Today's date into header bytes 1..3, year - 1900 cut to a byte. */
-void stamp_date(uint8_t* hdr)
+}  // namespace
+
+void dbf_stamp_date(uint8_t* hdr)
 {
   const time_t now = time(nullptr);
   struct tm t;
@@ -55,8 +56,6 @@ void stamp_date(uint8_t* hdr)
   hdr[2] = uint8_t(t.tm_mon + 1);
   hdr[3] = uint8_t(t.tm_mday);
 }
-
-}  // namespace
 
 void dbf_error(var* self, const char* method, int code, int severity, const char* fmt, ...)
 {
@@ -126,7 +125,7 @@ int flush_dbfhdr(var* self)
   dbf_wb_flush(s);
   local_wrlock2(&s->lk, diMN_fldput);
   dbf_put32(s->hdr + DBF_OFF_COUNT, uint32_t(s->lastrec));
-  stamp_date(s->hdr);
+  dbf_stamp_date(s->hdr);
   dbf_pwrite(s->lk.fd, s->hdr, DBF_HEADER_SIZE, 0);
   local_rwulock2(&s->lk, diMN_fldput);
   return 0;
@@ -149,7 +148,11 @@ int diForceReadDbfHdr(var* self)
   std::memcpy(s->hdr, hdr, sizeof hdr);
   const uint32_t count = dbf_get32(hdr + DBF_OFF_COUNT);
   const int32_t held = dbf_records_in(s, st.st_size);
+  const int32_t before = s->lastrec;
   s->lastrec = count > uint32_t(held) ? held : int32_t(count);
+  // The blank ghost record in the buffer is a real record once another
+  // process has appended it.
+  if (s->lastrec != before && s->bufrec > before) s->bufrec = 0;
   return 0;
 }
 

@@ -208,6 +208,8 @@ bool reread_dbfhdr(var* self);
 int vln_wrcnt(int value, var* self);
 /* At commit: count pending changes into header byte 31 and write it. */
 void vln_wrcnt_upd(var* self);
+/* Today's date into header bytes 1..3, year - 1900 cut to a byte. */
+void dbf_stamp_date(uint8_t* hdr);
 /* Write descriptor i of a header image being built. */
 void dbf_fldef(int i, const char* name, char type, uint32_t len, int dec, uint8_t* header);
 /* The records a file of size bytes holds whole, for a table whose geometry
@@ -283,5 +285,11 @@ void diClearObject(DbfState* s);
 bool dbf_close(var* self);
 /* commit: write the buffer, refresh, count the changes. */
 void dbf_commit(var* self);
+
+/* ---- PACK and ZAP (dbfpack.cpp). ---- */
+
+/* The rename that moves PACK's and ZAP's new files over the table's:
+** rename(2), or a test's stand-in that fails on purpose. */
+extern int (*vlnPackRename)(const char* from, const char* to);
 
 }  // namespace vl

@@ -164,17 +164,6 @@ bool read_header(DbfState* s, Failure* f)
   return decode_fields(s, header.data(), f);
 }
 
-/* The memo file's name: the table's with its extension replaced. */
-void memo_name(const DbfState* s, char* out, size_t size)
-{
-  std::snprintf(out, size, "%s", s->filename);
-  char* slash = std::strrchr(out, '/');
-  char* dot = std::strrchr(out, '.');
-  if (dot && (!slash || dot > slash)) *dot = '\0';
-  const size_t used = std::strlen(out);
-  std::snprintf(out + used, size - used, "%s", s->dbtext);
-}
-
 /* Allocate the buffers and announce alias and fields. */
 bool bind_table(var* self, DbfState* s, Failure* f)
 {
@@ -184,7 +173,15 @@ bool bind_table(var* self, DbfState* s, Failure* f)
   s->fieldvars = new var*[s->fieldcount > 0 ? s->fieldcount : 1]();
   if (dbf_is_excl(s) && !dbf_is_ro(s) && vlnDbfWriteBehind) s->wbuf = new uint8_t[kWriteBehindCap];
   if (s->lk.status & DBF_ST_INSPECT) return true;
-  if (vlnAnnounceAlias(self, s->filename, s->alias) < 0) {
+  int bound = vlnAnnounceAlias(self, s->filename, s->alias);
+  if (bound >= 0 && !vlnObjectLocateArea(self)) {
+    // A file named like an area letter ("h.dbf") cannot lend its name as
+    // the alias: the table gets the name with "_" behind it ("H_").
+    char name[DBF_NAME_LEN + 2];
+    std::snprintf(name, sizeof name, "%s_", s->alias);
+    bound = vlnAnnounceAlias(self, name, s->alias);
+  }
+  if (bound < 0) {
     fail(f, VL_E_ILLEGAL_ALIAS, VL_SEV_RUNTIME, "%s", s->filename);
     return false;
   }
@@ -213,7 +210,7 @@ bool open_steps(var* self, DbfState* s, Failure* f)
   bool ok = read_header(s, f);
   if (ok && dbf_has_memo(s)) {
     char memo[VLN_LOCK_NAME_SIZE];
-    memo_name(s, memo, sizeof memo);
+    dbt_name(s, s->filename, memo, sizeof memo);
     s->dbt_fd = diOpenFile(memo, nullptr, dbf_is_ro(s) ? O_RDONLY : O_RDWR);
     if (s->dbt_fd < 0) {
       fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", memo);
