@@ -177,7 +177,7 @@ bool bind_table(var* self, DbfState* s, Failure* f)
   if (bound >= 0 && !vlnObjectLocateArea(self)) {
     // A file named like an area letter ("h.dbf") cannot lend its name as
     // the alias: the table gets the name with "_" behind it ("H_").
-    char name[DBF_NAME_LEN + 2];
+    char name[sizeof s->alias + 2];
     std::snprintf(name, sizeof name, "%s_", s->alias);
     bound = vlnAnnounceAlias(self, name, s->alias);
   }
