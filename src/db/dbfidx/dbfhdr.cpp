@@ -73,12 +73,15 @@ const char* dbf_alias(const DbfState* s)
   return s->alias[0] ? s->alias : s->filename;
 }
 
-bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
+/* Move n bytes with step(offset into the buffer), which returns what one
+** system call moved; an interrupted call is tried again a few times.
+** Returns the bytes moved. */
+template <class Step>
+static size_t move_all(size_t n, Step step)
 {
-  uint8_t* p = static_cast<uint8_t*>(buf);
   size_t done = 0;
   for (int tries = 0; done < n && tries < kReadUntilDone;) {
-    const ssize_t got = pread(fd, p + done, n - done, at + off_t(done));
+    const ssize_t got = step(done);
     if (got > 0) {
       done += size_t(got);
     } else if (got == 0 || errno != EINTR) {
@@ -87,6 +90,13 @@ bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
       ++tries;
     }
   }
+  return done;
+}
+
+bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
+{
+  uint8_t* p = static_cast<uint8_t*>(buf);
+  const size_t done = move_all(n, [&](size_t k) { return pread(fd, p + k, n - k, at + off_t(k)); });
   if (done < n) std::memset(p + done, pad, n - done);
   return done == n;
 }
@@ -94,18 +104,7 @@ bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
 bool dbf_pwrite(int fd, const void* buf, size_t n, off_t at)
 {
   const uint8_t* p = static_cast<const uint8_t*>(buf);
-  size_t done = 0;
-  for (int tries = 0; done < n && tries < kReadUntilDone;) {
-    const ssize_t put = pwrite(fd, p + done, n - done, at + off_t(done));
-    if (put > 0) {
-      done += size_t(put);
-    } else if (put == 0 || errno != EINTR) {
-      break;
-    } else {
-      ++tries;
-    }
-  }
-  return done == n;
+  return move_all(n, [&](size_t k) { return pwrite(fd, p + k, n - k, at + off_t(k)); }) == n;
 }
 
 int32_t dbf_records_in(const DbfState* s, off_t size)
