@@ -44,10 +44,8 @@ bool truth(const std::string& text)
   return v->Type == 'L' && vlnLogVar(v);
 }
 long num(const std::string& text) { return std::lround(vlnNumVar(eval(text))); }
-std::string use(const std::string& table, bool shared)
-{
-  return "DBUSEAREA(.T., , '" + table + "', , " + (shared ? ".T.)" : ".F.)");
-}
+// Every test works on table t of the current directory.
+constexpr char kUseShared[] = "DBUSEAREA(.T., , 't', , .T.)", kDbf[] = "t.dbf", kDbt[] = "t.dbt";
 
 // The stamp of writer w's s-th change, and the number that goes with it.
 std::string tag(int w, int s)
@@ -92,18 +90,18 @@ Record readRecord(long recno)
   return r;
 }
 
-// A writer process: opens table shared and makes that many appends and
+// A writer process: opens the table shared and makes that many appends and
 // replaces, mixed at random, each stamped into every field and released at
 // once; what another writer's lock refuses is tried again.  A replace reads
 // the record, locks it and writes its hit count one higher, so a lock that
 // did not read the record afresh loses a hit.  Exits 0 when nothing failed
 // and nothing was reported.
-[[noreturn]] void writer(const std::string& table, int w, int appends, int replaces)
+[[noreturn]] void writer(int w, int appends, int replaces)
 {
   frame f;
   vln_fn_start(&f, "writer", "writer", 1, 0);
   std::mt19937 rng(w);
-  bool ok = truth(use(table, true));
+  bool ok = truth(kUseShared);
   for (int s = 1, a = 0, r = 0; ok && (a < appends || r < replaces); ++s) {
     long hits = 1;
     if (a == 0 || r == replaces || (a < appends && rng() % 3 != 0)) {
@@ -181,15 +179,13 @@ class SharedDbf : public dbftest::InDir {
   }
   void create()
   {
-    ASSERT_TRUE(truth("DBCREATE('" + table_ +
-                      "', {{'TAG', 'C', 10, 0}, {'NUM', 'N', 10, 0}, {'MEMO', 'M', 10, 0}, {'HITS', 'N', 6, 0}})"));
+    ASSERT_TRUE(truth("DBCREATE('t', {{'TAG', 'C', 10, 0}, {'NUM', 'N', 10, 0}, {'MEMO', 'M', 10, 0}, {'HITS', 'N', 6, 0}})"));
   }
   void TearDown() override
   {
     vln_fn_end(&frame_, 'U');
     InDir::TearDown();
   }
-  const std::string table_ = "t", dbf_ = "t.dbf", dbt_ = "t.dbt";
   frame frame_;
 };
 
@@ -197,13 +193,13 @@ TEST_F(SharedDbf, FourWritersAppendAndReplaceWithoutTearingARecord)
 {
   std::vector<pid_t> writers;
   for (int w = 1; w <= kWriters; ++w)
-    writers.push_back(spawn([&] { writer(table_, w, kAppends, kReplaces); }));
+    writers.push_back(spawn([&] { writer(w, kAppends, kReplaces); }));
   for (pid_t pid : writers) EXPECT_TRUE(vltest::reap(pid)) << "writer " << pid;
 
-  const RawTable t = raw(dbf_);
+  const RawTable t = raw(kDbf);
   EXPECT_EQ(t.count, uint32_t(kWriters * kAppends));
   EXPECT_EQ(t.spare(), 0) << "no record beyond the count";
-  ASSERT_TRUE(truth(use(table_, false)));
+  ASSERT_TRUE(truth("DBUSEAREA(.T., , 't', , .F.)"));
   ASSERT_EQ(num("LASTREC()"), long(t.count));
   long hits = 0;
   std::set<std::string> tags;
@@ -226,13 +222,13 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
 {
   std::mt19937 rng(7);
   for (int round = 1; round <= kKillRounds; ++round) {
-    const uint32_t before = raw(dbf_).count;
+    const uint32_t before = raw(kDbf).count;
     {
-      const Killed appender{spawn([&] { writer(table_, round, INT_MAX, 0); })};
+      const Killed appender{spawn([&] { writer(round, INT_MAX, 0); })};
       // Watched from outside, the count is never ahead of the records either
       // (raw reads the count before the size, and both only grow).
       for (int polls = 0;; ++polls) {
-        const RawTable t = raw(dbf_);
+        const RawTable t = raw(kDbf);
         ASSERT_GE(t.spare(), 0) << "round " << round << ": the count ran ahead of the records";
         if (t.count >= before + kKillAfter) break;
         ASSERT_LT(polls, kWatchdogMs * 10) << "round " << round << ": the appender never got going";
@@ -240,12 +236,12 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
       }
       usleep(rng() % 500);
     }  // the SIGKILL
-    const RawTable t = raw(dbf_);
+    const RawTable t = raw(kDbf);
     EXPECT_TRUE(t.spare() == 0 || t.spare() == t.reclen)
         << "round " << round << ": " << t.spare() << " bytes past the count";
   }
-  const RawTable t = raw(dbf_);
-  ASSERT_TRUE(truth(use(table_, true)));
+  const RawTable t = raw(kDbf);
+  ASSERT_TRUE(truth(kUseShared));
   ASSERT_EQ(num("LASTREC()"), long(t.count));
   int blanks = 0;
   for (long n = 1; n <= long(t.count); ++n) {
@@ -260,7 +256,7 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
   EXPECT_EQ(num("RECNO()"), long(t.count) + 1);
   eval(stamp(99, 1, 1) + ", DBUNLOCK()");
   EXPECT_TRUE(readRecord(t.count + 1).whole);
-  EXPECT_EQ(raw(dbf_).spare(), 0);
+  EXPECT_EQ(raw(kDbf).spare(), 0);
 }
 
 // Rewrite the 4 bytes at offset of file (opened and closed here: never a
@@ -308,23 +304,23 @@ TEST_F(SharedDbf, BreakOutOfAFailingChangeLeavesNoLockBehind)
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     create();
-    ASSERT_TRUE(truth(use(table_, true)));
+    ASSERT_TRUE(truth(kUseShared));
     eval("DBAPPEND(), FIELDPUT(1, 'first'), DBUNLOCK(), DBCLOSEALL()");
-    if (c.side == kFullMap) fillRecordMap(dbf_);
-    const uint32_t freeBlock = dbf_get32(reinterpret_cast<const uint8_t*>(dir_.read(dbt_).data()));
-    if (c.side == kFullMemo) poke32(dbt_, 0, UINT32_MAX);
-    ASSERT_TRUE(truth(use(table_, true)));
+    if (c.side == kFullMap) fillRecordMap(kDbf);
+    const uint32_t freeBlock = le32(dir_.read(kDbt), 0);
+    if (c.side == kFullMemo) poke32(kDbt, 0, UINT32_MAX);
+    ASSERT_TRUE(truth(kUseShared));
     eval(c.setup);
     const long count = num("LASTREC()");
     {
       std::optional<vltest::Holder> other;
-      if (c.side == kLockedOut) other.emplace([&] { (void)(truth(use(table_, true)) && truth("FLOCK()")); });
-      const auto dbfBefore = vltest::proc_locks(dbf_, getpid()), dbtBefore = vltest::proc_locks(dbt_, getpid());
+      if (c.side == kLockedOut) other.emplace([&] { (void)(truth(kUseShared) && truth("FLOCK()")); });
+      const auto dbfBefore = vltest::proc_locks(kDbf, getpid()), dbtBefore = vltest::proc_locks(kDbt, getpid());
       ASSERT_FALSE(dbfBefore.empty()) << "the table is used shared";
       var* e = vl_call(dbftest::guarded, {set_cv(c.call)});
       EXPECT_EQ(e->Type == 'O' ? vlnIntVar(vlnNoIVar(e, "gencode", 0, nullptr)) : 0, c.code);
-      EXPECT_EQ(vltest::proc_locks(dbf_, getpid()), dbfBefore);
-      EXPECT_EQ(vltest::proc_locks(dbt_, getpid()), dbtBefore);
+      EXPECT_EQ(vltest::proc_locks(kDbf, getpid()), dbfBefore);
+      EXPECT_EQ(vltest::proc_locks(kDbt, getpid()), dbtBefore);
       int reading = -1, writing = -1;
       vlnSectionCounts(&dbf_state(vlnSelectedArea->obj)->lk, &reading, &writing);
       EXPECT_EQ(reading + writing, 0) << "sections left: read " << reading << ", write " << writing;
@@ -333,7 +329,7 @@ TEST_F(SharedDbf, BreakOutOfAFailingChangeLeavesNoLockBehind)
         EXPECT_TRUE(truth("NETERR()")) << "a refused append sets NETERR()";
       }
     }
-    if (c.side == kFullMemo) poke32(dbt_, 0, freeBlock);
+    if (c.side == kFullMemo) poke32(kDbt, 0, freeBlock);
     EXPECT_EQ(vltest::str(eval("DBGOTO(1), RLOCK(), FIELDPUT(1, 'replaced'), DBUNLOCK(), RTRIM(FIELDGET(1))")),
               "replaced");
     if (c.side != kFullMap) {
