@@ -37,6 +37,7 @@
 #include "vltest.h"
 
 using namespace vl;
+using vltest::Held, vltest::Holder, vltest::kWatchdogMs, vltest::reap;
 
 namespace {
 
@@ -46,7 +47,6 @@ constexpr long kSlots = VLN_USE_FIRST_SLOT_BACK - VLN_USE_LAST_SLOT_BACK + 1;
 constexpr int kHeaderLen = 66;  // a DBF header with one field
 constexpr int kRecordLen = 10;
 constexpr int kRecords = 10;
-constexpr int kWatchdogMs = 30000;  // only a hang takes this long
 constexpr const char* kToolPath = VL_BINARY_DIR "/tools/locktool/vl-locktool";
 
 // Monotonic seconds, comparable with the tool's time stamps.
@@ -55,17 +55,6 @@ double monotonic()
   struct timespec ts;
   clock_gettime(CLOCK_MONOTONIC, &ts);
   return ts.tv_sec + ts.tv_nsec / 1e9;
-}
-
-// Wait for a child, killing it if it does not end in time.
-void reap(int pid)
-{
-  for (int waited = 0; waited < kWatchdogMs; waited += 10) {
-    if (waitpid(pid, nullptr, WNOHANG) == pid) return;
-    usleep(10000);
-  }
-  kill(pid, SIGKILL);
-  waitpid(pid, nullptr, 0);
 }
 
 // Write a table of kRecords records with a DBF-like header (only the record
@@ -89,49 +78,11 @@ int lockRange(int fd, int cmd, int type, long start, long len)
   return fcntl(fd, cmd, &fl);
 }
 
-// One lock of a process, as /proc/locks shows it (bytes start..end).
-struct Held {
-  int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
-  long long start = 0, end = 0;
-  int owner = 0;
-  bool operator==(const Held&) const = default;
-};
-
-// The POSIX locks on file listed in /proc/locks, optionally of one pid;
-// with waiters, the requests blocked on the file instead.  A read that
-// overlaps other processes' lock changes can list an entry twice; an owner
-// never holds two equal locks, so repeats are dropped.
-std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters = false)
-{
-  std::vector<Held> out;
-  struct stat st;
-  if (stat(file.c_str(), &st) != 0) return out;
-  std::ifstream in("/proc/locks");
-  for (std::string line; std::getline(in, line);) {
-    const size_t arrow = line.find("->");
-    if ((arrow != std::string::npos) != waiters) continue;
-    if (waiters) line.erase(arrow, 2);
-    std::istringstream words(line);
-    std::string num, kind, adv, type, id, start, end;
-    int owner = 0;
-    words >> num >> kind >> adv >> type >> owner >> id >> start >> end;
-    unsigned major = 0, minor = 0;
-    unsigned long long ino = 0;
-    if (kind != "POSIX" || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3) continue;
-    if (makedev(major, minor) != st.st_dev || ino != st.st_ino) continue;
-    if (pid != 0 && owner != pid) continue;
-    const Held h{type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
-                 end == "EOF" ? LLONG_MAX : atoll(end.c_str()), owner};
-    if (std::find(out.begin(), out.end(), h) == out.end()) out.push_back(h);
-  }
-  return out;
-}
-
 // The lock pid holds on a byte of file's range start, len (type F_UNLCK:
 // none).
 Held heldBy(const std::string& file, int pid, long long start, long long len)
 {
-  for (const Held& h : procLocks(file, pid))
+  for (const Held& h : vltest::proc_locks(file, pid))
     if (h.start < start + len && h.end >= start) return h;
   return {};
 }
@@ -141,50 +92,12 @@ Held heldBy(const std::string& file, int pid, long long start, long long len)
 bool waitUntilBlocked(const std::string& file, int pid)
 {
   for (int waited = 0; waited < kWatchdogMs; waited += 10) {
-    if (!procLocks(file, pid, true).empty()) return true;
+    if (!vltest::proc_locks(file, pid, true).empty()) return true;
     usleep(10000);
   }
   ADD_FAILURE() << "process " << pid << " never blocked on " << file;
   return false;
 }
-
-// A forked child that runs setup (taking locks of its own), reports that it
-// is ready, runs then (which may block, e.g. waiting for a lock), and holds
-// its locks until destruction.  One socket pair carries "ready" to the
-// parent and, when the parent closes its end, "go" to the child.
-class Holder {
- public:
-  explicit Holder(const std::function<void()>& setup, const std::function<void()>& then = {})
-  {
-    int sv[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, sv) != 0) return;
-    pid_ = fork();
-    if (pid_ == 0) {
-      close(sv[0]);
-      setup();
-      (void)!write(sv[1], "r", 1);
-      if (then) then();
-      for (char c; read(sv[1], &c, 1) > 0;) {
-      }
-      _exit(0);
-    }
-    close(sv[1]);
-    fd_ = sv[0];
-    struct pollfd p {fd_, POLLIN, 0};
-    EXPECT_EQ(poll(&p, 1, kWatchdogMs), 1) << "helper did not come up";
-  }
-  ~Holder()
-  {
-    if (pid_ <= 0) return;
-    close(fd_);  // lets the child end
-    reap(pid_);
-  }
-  int pid() const { return pid_; }
-
- private:
-  int pid_ = -1;
-  int fd_ = -1;
-};
 
 // A running vl-locktool, its standard input and output one socket.  Its
 // lines are "<time> <pid> <command> -> <answer>" or "<time> <pid> report
@@ -333,7 +246,7 @@ class dbLocks : public vltest::VlTest {
     std::string where, want;
     in >> where >> want;
     if (where == "locks") {
-      EXPECT_EQ(procLocks(t1_, tool.pid()).size(), std::stoul(want));
+      EXPECT_EQ(vltest::proc_locks(t1_, tool.pid()).size(), std::stoul(want));
       return;
     }
     if (where == "report") {
@@ -401,7 +314,7 @@ TEST_F(dbLocks, UseAndIndexLocksAgainstAnotherProcess)
     Holder other = holding(c.hold);
     const int fd = open(t1_.c_str(), O_RDWR);
     EXPECT_EQ(c.call(fd), c.answer);
-    const auto mine = procLocks(t1_, getpid());
+    const auto mine = vltest::proc_locks(t1_, getpid());
     EXPECT_EQ(mine.empty() ? -1 : mine[0].start, c.mine);
     EXPECT_LE(mine.size(), 1u);
     close(fd);  // drops this process's locks on the file
@@ -698,10 +611,10 @@ TEST_F(dbLocks, Scenarios)
     script(b, std::string("open $1;use shared;") + s.b);
     if (s.want == Answer::AfterKill) {
       const int pid = a.pid();
-      EXPECT_FALSE(procLocks(t1_, pid).empty());
+      EXPECT_FALSE(vltest::proc_locks(t1_, pid).empty());
       a.kill9();
-      EXPECT_TRUE(procLocks(t1_, pid).empty());
-      EXPECT_TRUE(procLocks(t2_, pid).empty());
+      EXPECT_TRUE(vltest::proc_locks(t1_, pid).empty());
+      EXPECT_TRUE(vltest::proc_locks(t2_, pid).empty());
     }
     b.send(expand(s.ask));
     if (s.want == Answer::AfterRelease) {

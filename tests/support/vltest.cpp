@@ -1,6 +1,15 @@
 #include "vltest.h"
 
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <climits>
 
 #include <cstring>
 #include <filesystem>
@@ -282,6 +291,72 @@ void expect_rows(std::initializer_list<Row> rows, std::source_location at)
     del_tmpvars(f.TmvNp);
   }
   vln_fn_end(&f, 'U');
+}
+
+std::vector<Held> proc_locks(const std::string& file, int pid, bool waiters)
+{
+  std::vector<Held> out;
+  struct stat st;
+  if (!file.empty() && stat(file.c_str(), &st) != 0) return out;
+  std::ifstream in("/proc/locks");
+  for (std::string line; std::getline(in, line);) {
+    const size_t arrow = line.find("->");
+    if ((arrow != std::string::npos) != waiters) continue;
+    if (waiters) line.erase(arrow, 2);
+    std::istringstream words(line);
+    std::string num, kind, adv, type, id, start, end;
+    int owner = 0;
+    words >> num >> kind >> adv >> type >> owner >> id >> start >> end;
+    unsigned major = 0, minor = 0;
+    unsigned long long ino = 0;
+    if (kind != "POSIX" || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3) continue;
+    if (!file.empty() && (makedev(major, minor) != st.st_dev || ino != st.st_ino)) continue;
+    if (pid != 0 && owner != pid) continue;
+    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
+                   end == "EOF" ? LLONG_MAX : atoll(end.c_str()), owner});
+  }
+  std::sort(out.begin(), out.end());
+  out.erase(std::unique(out.begin(), out.end()), out.end());
+  return out;
+}
+
+bool reap(int pid)
+{
+  int status = 0;
+  for (int waited = 0; waited < kWatchdogMs; waited += 10) {
+    if (waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    usleep(10000);
+  }
+  kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
+  return false;
+}
+
+Holder::Holder(const std::function<void()>& setup, const std::function<void()>& then)
+{
+  int sv[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM, 0, sv) != 0) return;
+  pid_ = fork();
+  if (pid_ == 0) {
+    close(sv[0]);
+    setup();
+    (void)!write(sv[1], "r", 1);
+    if (then) then();
+    for (char c; read(sv[1], &c, 1) > 0;) {
+    }
+    _exit(0);
+  }
+  close(sv[1]);
+  fd_ = sv[0];
+  struct pollfd p {fd_, POLLIN, 0};
+  EXPECT_EQ(poll(&p, 1, kWatchdogMs), 1) << "helper did not come up";
+}
+
+Holder::~Holder()
+{
+  if (pid_ <= 0) return;
+  close(fd_);  // lets the child end
+  reap(pid_);
 }
 
 }  // namespace vltest

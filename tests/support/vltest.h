@@ -1,8 +1,10 @@
 // Test fixtures shared by every test program.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <source_location>
@@ -91,5 +93,43 @@ struct Row {
 // report differs.  Needs the VlTest fixture's report capture.
 void expect_rows(std::initializer_list<Row> rows,
                  std::source_location at = std::source_location::current());
+
+// How long the tests wait for another process: only a hang takes this long.
+constexpr int kWatchdogMs = 30000;
+
+// One POSIX lock as /proc/locks shows it (bytes start..end).
+struct Held {
+  int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
+  long long start = 0, end = 0;
+  int owner = 0;
+  auto operator<=>(const Held&) const = default;
+};
+
+// The POSIX locks on file ("": on any file) listed in /proc/locks, of pid
+// (0: of any process); with waiters, the requests blocked on it instead.
+// Sorted, each once: a read that overlaps other processes' lock changes can
+// list an entry twice, and an owner never holds two equal locks.
+std::vector<Held> proc_locks(const std::string& file, int pid = 0, bool waiters = false);
+
+// Waits for child pid, killing it when it outlives the watchdog; whether it
+// exited with 0.
+bool reap(int pid);
+
+// A forked child that runs setup (taking locks of its own), reports that it
+// is ready, runs then (which may block, e.g. waiting for a lock), and holds
+// its locks until destruction.  One socket pair carries "ready" to the
+// parent and, when the parent closes its end, "go" to the child.
+class Holder {
+ public:
+  explicit Holder(const std::function<void()>& setup, const std::function<void()>& then = {});
+  ~Holder();
+  Holder(const Holder&) = delete;
+  Holder& operator=(const Holder&) = delete;
+  int pid() const { return pid_; }
+
+ private:
+  int pid_ = -1;
+  int fd_ = -1;
+};
 
 }  // namespace vltest

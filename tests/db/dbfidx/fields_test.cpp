@@ -2,54 +2,25 @@
 // written through FIELDPUT, checked byte for byte in the file and read back
 // after a reopen; memo blocks as a text grows and shrinks; the refusals of
 // an assignment; FIELDGETARR/FIELDPUTARR; REPLACE with arrays.
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-#include "dbfint.hpp"
-#include "vltest.h"
+#include "dbftest.h"
 
 namespace {
 
-class Fields : public vltest::VlTest {
- protected:
-  void SetUp() override
-  {
-    VlTest::SetUp();
-    ASSERT_NE(getcwd(home_, sizeof home_), nullptr);
-    ASSERT_EQ(chdir(dir_.path().c_str()), 0);
-  }
-  void TearDown() override
-  {
-    run("DBCLOSEALL()");
-    EXPECT_EQ(chdir(home_), 0);
-    VlTest::TearDown();
-  }
-  static void run(const std::string& expr, const char* want = nullptr)
-  {
-    vltest::expect_rows({{expr.c_str(), want}});
-  }
-  // n bytes at offset at of field bytes of record rec of file name.
-  std::string field(const std::string& name, int rec, size_t at, size_t n) const
-  {
-    const std::string f = dir_.read(name);
-    const size_t hdr = uint8_t(f[8]) | uint8_t(f[9]) << 8, len = uint8_t(f[10]) | uint8_t(f[11]) << 8;
-    return f.substr(hdr + (rec - 1) * len + at, n);
-  }
-  vltest::TempDir dir_;
-  char home_[4096] = "";
-};
+using Fields = dbftest::InDir;
 
-// One record per case: the value FIELDPUT gets, the bytes it leaves in the
-// file, and what an expression over the field gives after a reopen.
+// One record per case: the value FIELDPUT gets (and the report it gives),
+// the bytes it leaves in the file, and what check shows after a reopen, x
+// standing for FIELDGET of the field.
 struct TypeCase {
   int field;
   const char* value;
   const char* bytes;
-  const char* check;  // "%d" stands for the field number
   const char* want;
+  const char* check = "x";
   int report = 0;
 };
 
@@ -58,28 +29,25 @@ TEST_F(Fields, EveryTypeIsWrittenAndReadBack)
   const size_t offset[] = {0, 1, 11, 16, 24, 34, 42, 43};
   const std::string x299 = std::string(299, 'x') + "y";
   const TypeCase cases[] = {
-      {1, "'abc'", "abc       ", "FIELDGET(%d)", "abc       "},
-      {1, "'abcdefghijKLM'", "abcdefghij", "FIELDGET(%d)", "abcdefghij"},
-      {1, "5", "          ", "FIELDGET(%d)", "          ", 201},
-      {2, "12.34", "12.34", "FIELDGET(%d)", "12.34"},
-      {2, "-1.5", "-1.50", "FIELDGET(%d)", "-1.50"},
-      {2, ".T.", " 1.00", "FIELDGET(%d)", "1.00"},
-      {2, "123.45", "     ", "FIELDGET(%d)", "0.00", 205},
-      {2, "0.125", " 0.12", "FIELDGET(%d)", "0.12"},  // a tie: half to even
-      {2, "2.675", " 2.67", "FIELDGET(%d)", "2.67"},  // just below the half in binary
-      {2, "-0.001", "-0.00", "FIELDGET(%d) == 0", ".T."},
-      {3, "42", "      42", "FIELDGET(%d)", "42"},
-      {4, "12.5", "      12.5", "FIELDGET(%d) == 12.5", ".T."},
-      {4, "12345678901", "1.2346e+10", "FIELDGET(%d) == 12346000000", ".T."},
-      {4, "-0.000123456789", "-0.0001235", "FIELDGET(%d) == -0.0001235", ".T."},
-      {4, "123456.789012", "123456.789", "FIELDGET(%d) == 123456.789", ".T."},
-      {5, "STOD('20240229')", "20240229", "DTOS(FIELDGET(%d))", "20240229"},
-      {5, "STOD('')", "        ", "DTOS(FIELDGET(%d))", "        "},
-      {5, "'20240229'", "        ", "DTOS(FIELDGET(%d))", "        ", 201},
-      {6, ".T.", "T", "FIELDGET(%d)", ".T."},
-      {6, "0", "F", "FIELDGET(%d)", ".F."},
-      {6, "-2.5", "T", "FIELDGET(%d)", ".T."},
-      {7, "REPLICATE('x', 299) + 'yz'", x299.c_str(), "RIGHT(FIELDGET(%d), 2)", "xy"},
+      {1, "'abc'", "abc       ", "abc       "},
+      {1, "'abcdefghijKLM'", "abcdefghij", "abcdefghij"},
+      {1, "5", "          ", "          ", "x", 201},
+      {2, "12.34", "12.34", "12.34"},
+      {2, ".T.", " 1.00", "1.00"},
+      {2, "123.45", "     ", "0.00", "x", 205},
+      {2, "0.125", " 0.12", "0.12"},  // a tie: half to even
+      {2, "2.675", " 2.67", "2.67"},  // just below the half in binary
+      {2, "-0.001", "-0.00", ".T.", "x == 0"},
+      {3, "42", "      42", "42"},
+      {4, "12.5", "      12.5", ".T.", "x == 12.5"},
+      {4, "12345678901", "1.2346e+10", ".T.", "x == 12346000000"},
+      {4, "-0.000123456789", "-0.0001235", ".T.", "x == -0.0001235"},
+      {5, "STOD('20240229')", "20240229", "20240229", "DTOS(x)"},
+      {5, "STOD('')", "        ", "        ", "DTOS(x)"},
+      {5, "'20240229'", "        ", "        ", "DTOS(x)", 201},
+      {6, ".T.", "T", ".T."},
+      {6, "0", "F", ".F."},
+      {7, "REPLICATE('x', 299) + 'yz'", x299.c_str(), "xy", "RIGHT(x, 2)"},
   };
   run("DBCREATE('t', {{'C','C',10,0}, {'N','N',5,2}, {'I','N',8,0}, {'F','F',10,0}, "
       "{'D','D',8,0}, {'L','L',1,0}, {'W','C',300,0}})");
@@ -96,10 +64,7 @@ TEST_F(Fields, EveryTypeIsWrittenAndReadBack)
     const TypeCase& c = cases[k];
     SCOPED_TRACE(std::string("case ") + c.value);
     EXPECT_EQ(field("t.dbf", k + 1, offset[c.field], std::strlen(c.bytes)), c.bytes);
-    char check[64];
-    std::snprintf(check, sizeof check, c.check, c.field);
-    run("DBGOTO(" + std::to_string(k + 1) + ")");
-    run(check, c.want);
+    run("DBGOTO(" + std::to_string(k + 1) + "), x := FIELDGET(" + std::to_string(c.field) + "), " + c.check, c.want);
   }
 }
 
@@ -133,7 +98,7 @@ TEST_F(Fields, MemoBlocksAreReusedOrGrown)
     std::snprintf(num, sizeof num, "%10d", st.block);
     EXPECT_EQ(field("memo.dbf", 1, 1, 10), num);
     const std::string dbt = dir_.read("memo.dbt");
-    EXPECT_EQ(vl::dbf_get32(reinterpret_cast<const uint8_t*>(dbt.data())), st.next);
+    EXPECT_EQ(le32(dbt, 0), st.next);
     const size_t end = (size_t(st.len) / vl::DBT_BLOCK + 1) * vl::DBT_BLOCK;
     EXPECT_EQ(dbt.substr(size_t(st.block) * vl::DBT_BLOCK, end),
               std::string(size_t(st.len), fill) + std::string(end - size_t(st.len), '\x1A'));
@@ -143,7 +108,7 @@ TEST_F(Fields, MemoBlocksAreReusedOrGrown)
   for (int len : {0, 1, 511, 512, 513})
     run("DBAPPEND(), FIELDPUT(1, REPLICATE('q', " + std::to_string(len) + "))");
   run("DBCLOSEAREA()");
-  const uint32_t next = vl::dbf_get32(reinterpret_cast<const uint8_t*>(dir_.read("memo.dbt").data()));
+  const uint32_t next = le32(dir_.read("memo.dbt"), 0);
   ASSERT_EQ(truncate("memo.dbt", off_t(next - 2) * vl::DBT_BLOCK + 511), 0);  // the last memo is cut
   run("DBUSEAREA(.T., , 'memo', , .F.)");
   vltest::expect_rows({
@@ -156,7 +121,7 @@ TEST_F(Fields, MemoBlocksAreReusedOrGrown)
   char num[16];
   std::snprintf(num, sizeof num, "%10u", next);
   EXPECT_EQ(field("memo.dbf", 1, 1, 10), num);
-  EXPECT_EQ(vl::dbf_get32(reinterpret_cast<const uint8_t*>(dir_.read("memo.dbt").data())), next + 4);
+  EXPECT_EQ(le32(dir_.read("memo.dbt"), 0), next + 4);
 }
 
 // Assignments that are refused: the report and the record left as it was.

@@ -6,35 +6,26 @@
 // number, in each of its fields (the memo too), so a record mixed from two
 // writes shows.  Nothing is judged by time: a wait that must end is bounded
 // by a generous watchdog that fails the test.
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
 #include <fstream>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "dbfint.hpp"
-#include "evaluator.h"
-#include "vlgen.h"
-#include "vltest.h"
+#include "dbftest.h"
 
 using namespace vl;
+using vltest::kWatchdogMs;
 
 namespace {
 
@@ -45,7 +36,6 @@ constexpr int kHot = 8;           // replaces hit the first records, so they col
 constexpr int kMemoRepeat = 60;   // the memo is the tag 60 times: two blocks
 constexpr int kKillRounds = 40;
 constexpr int kKillAfter = 2;     // appends of a round before its kill
-constexpr int kWatchdogMs = 30000;  // only a hang takes this long
 
 var* eval(const std::string& text) { return exp_eval(text.c_str()); }
 bool truth(const std::string& text)
@@ -54,10 +44,8 @@ bool truth(const std::string& text)
   return v->Type == 'L' && vlnLogVar(v);
 }
 long num(const std::string& text) { return std::lround(vlnNumVar(eval(text))); }
-std::string use(const std::string& table, bool shared)
-{
-  return "DBUSEAREA(.T., , '" + table + "', , " + (shared ? ".T.)" : ".F.)");
-}
+// Every test works on table t of the current directory.
+constexpr char kUseShared[] = "DBUSEAREA(.T., , 't', , .T.)", kDbf[] = "t.dbf", kDbt[] = "t.dbt";
 
 // The stamp of writer w's s-th change, and the number that goes with it.
 std::string tag(int w, int s)
@@ -102,18 +90,18 @@ Record readRecord(long recno)
   return r;
 }
 
-// A writer process: opens table shared and makes that many appends and
+// A writer process: opens the table shared and makes that many appends and
 // replaces, mixed at random, each stamped into every field and released at
 // once; what another writer's lock refuses is tried again.  A replace reads
 // the record, locks it and writes its hit count one higher, so a lock that
 // did not read the record afresh loses a hit.  Exits 0 when nothing failed
 // and nothing was reported.
-[[noreturn]] void writer(const std::string& table, int w, int appends, int replaces)
+[[noreturn]] void writer(int w, int appends, int replaces)
 {
   frame f;
   vln_fn_start(&f, "writer", "writer", 1, 0);
   std::mt19937 rng(w);
-  bool ok = truth(use(table, true));
+  bool ok = truth(kUseShared);
   for (int s = 1, a = 0, r = 0; ok && (a < appends || r < replaces); ++s) {
     long hits = 1;
     if (a == 0 || r == replaces || (a < appends && rng() % 3 != 0)) {
@@ -149,21 +137,6 @@ pid_t spawn(const std::function<void()>& child)
   return pid;
 }
 
-// Wait for a child, killing it when it outlives the watchdog; whether it
-// exited with 0.
-bool finished(pid_t pid)
-{
-  int status = 0;
-  for (int waited = 0; waited < kWatchdogMs; waited += 10) {
-    if (waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    usleep(10000);
-  }
-  kill(pid, SIGKILL);
-  waitpid(pid, nullptr, 0);
-  ADD_FAILURE() << "process " << pid << " hung";
-  return false;
-}
-
 // A child that is sent SIGKILL and reaped when this goes.
 struct Killed {
   pid_t pid;
@@ -196,55 +169,23 @@ RawTable raw(const std::string& file)
   return t;
 }
 
-// This process's POSIX locks on file, from /proc/locks, as sorted distinct
-// "<type> <start>-<end>" lines.
-std::vector<std::string> myLocks(const std::string& file)
-{
-  std::vector<std::string> out;
-  struct stat st;
-  if (stat(file.c_str(), &st) != 0) return out;
-  std::ifstream in("/proc/locks");
-  for (std::string line; std::getline(in, line);) {
-    std::istringstream words(line);
-    std::string number, kind, advice, type, id, start, end;
-    int pid = 0;
-    words >> number >> kind >> advice >> type >> pid >> id >> start >> end;
-    unsigned major = 0, minor = 0;
-    unsigned long long ino = 0;
-    if (kind != "POSIX" || pid != getpid() || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3 ||
-        makedev(major, minor) != st.st_dev || ino != st.st_ino)
-      continue;
-    out.push_back(type + " " + start + "-" + end);
-  }
-  // A read while other processes change their locks can list an entry
-  // twice; one owner never holds two equal locks.
-  std::sort(out.begin(), out.end());
-  out.erase(std::unique(out.begin(), out.end()), out.end());
-  return out;
-}
-
-class SharedDbf : public vltest::VlTest {
+class SharedDbf : public dbftest::InDir {
  protected:
   void SetUp() override
   {
-    VlTest::SetUp();
+    InDir::SetUp();
     vln_fn_start(&frame_, "shared", "shared", 1, 0);
     create();
   }
   void create()
   {
-    ASSERT_TRUE(truth("DBCREATE('" + table_ +
-                      "', {{'TAG', 'C', 10, 0}, {'NUM', 'N', 10, 0}, {'MEMO', 'M', 10, 0}, {'HITS', 'N', 6, 0}})"));
+    ASSERT_TRUE(truth("DBCREATE('t', {{'TAG', 'C', 10, 0}, {'NUM', 'N', 10, 0}, {'MEMO', 'M', 10, 0}, {'HITS', 'N', 6, 0}})"));
   }
   void TearDown() override
   {
-    eval("DBCLOSEALL()");
     vln_fn_end(&frame_, 'U');
-    VlTest::TearDown();
+    InDir::TearDown();
   }
-  vltest::TempDir dir_;
-  std::string table_ = dir_ / "t";
-  std::string dbf_ = table_ + ".dbf", dbt_ = table_ + ".dbt";
   frame frame_;
 };
 
@@ -252,13 +193,13 @@ TEST_F(SharedDbf, FourWritersAppendAndReplaceWithoutTearingARecord)
 {
   std::vector<pid_t> writers;
   for (int w = 1; w <= kWriters; ++w)
-    writers.push_back(spawn([&] { writer(table_, w, kAppends, kReplaces); }));
-  for (pid_t pid : writers) EXPECT_TRUE(finished(pid)) << "writer " << pid;
+    writers.push_back(spawn([&] { writer(w, kAppends, kReplaces); }));
+  for (pid_t pid : writers) EXPECT_TRUE(vltest::reap(pid)) << "writer " << pid;
 
-  const RawTable t = raw(dbf_);
+  const RawTable t = raw(kDbf);
   EXPECT_EQ(t.count, uint32_t(kWriters * kAppends));
   EXPECT_EQ(t.spare(), 0) << "no record beyond the count";
-  ASSERT_TRUE(truth(use(table_, false)));
+  ASSERT_TRUE(truth("DBUSEAREA(.T., , 't', , .F.)"));
   ASSERT_EQ(num("LASTREC()"), long(t.count));
   long hits = 0;
   std::set<std::string> tags;
@@ -281,13 +222,13 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
 {
   std::mt19937 rng(7);
   for (int round = 1; round <= kKillRounds; ++round) {
-    const uint32_t before = raw(dbf_).count;
+    const uint32_t before = raw(kDbf).count;
     {
-      const Killed appender{spawn([&] { writer(table_, round, INT_MAX, 0); })};
+      const Killed appender{spawn([&] { writer(round, INT_MAX, 0); })};
       // Watched from outside, the count is never ahead of the records either
       // (raw reads the count before the size, and both only grow).
       for (int polls = 0;; ++polls) {
-        const RawTable t = raw(dbf_);
+        const RawTable t = raw(kDbf);
         ASSERT_GE(t.spare(), 0) << "round " << round << ": the count ran ahead of the records";
         if (t.count >= before + kKillAfter) break;
         ASSERT_LT(polls, kWatchdogMs * 10) << "round " << round << ": the appender never got going";
@@ -295,12 +236,12 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
       }
       usleep(rng() % 500);
     }  // the SIGKILL
-    const RawTable t = raw(dbf_);
+    const RawTable t = raw(kDbf);
     EXPECT_TRUE(t.spare() == 0 || t.spare() == t.reclen)
         << "round " << round << ": " << t.spare() << " bytes past the count";
   }
-  const RawTable t = raw(dbf_);
-  ASSERT_TRUE(truth(use(table_, true)));
+  const RawTable t = raw(kDbf);
+  ASSERT_TRUE(truth(kUseShared));
   ASSERT_EQ(num("LASTREC()"), long(t.count));
   int blanks = 0;
   for (long n = 1; n <= long(t.count); ++n) {
@@ -315,53 +256,8 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
   EXPECT_EQ(num("RECNO()"), long(t.count) + 1);
   eval(stamp(99, 1, 1) + ", DBUNLOCK()");
   EXPECT_TRUE(readRecord(t.count + 1).whole);
-  EXPECT_EQ(raw(dbf_).spare(), 0);
+  EXPECT_EQ(raw(kDbf).spare(), 0);
 }
-
-// BEGIN SEQUENCE; the text; RECOVER USING e; END SEQUENCE: e, or NIL when
-// nothing broke out.
-var* guarded(int argc, var** argv)
-{
-  VL_BEGIN("app", "guarded");
-  var* e = VL_LOCAL('U');
-  VL_BEGIN_SEQUENCE
-    VL_STMT(exp_eval(VSTR(argv[0])));
-  VL_RECOVER(e)
-  VL_END_SEQUENCE;
-  VL_RETURN(e);
-}
-
-// A process that holds FLOCK() on a table until destruction.  One socket
-// pair carries "ready" to this process and, when this end closes, "go" to
-// the child.
-class FileLocker {
- public:
-  explicit FileLocker(const std::string& table)
-  {
-    int sv[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, sv) != 0) return;
-    pid_ = spawn([&] {
-      close(sv[0]);
-      if (truth(use(table, true)) && truth("FLOCK()")) (void)!write(sv[1], "r", 1);
-      for (char c; read(sv[1], &c, 1) > 0;) {
-      }
-    });
-    close(sv[1]);
-    fd_ = sv[0];
-    struct pollfd ready {fd_, POLLIN, 0};
-    char c = 0;
-    EXPECT_TRUE(poll(&ready, 1, kWatchdogMs) == 1 && read(fd_, &c, 1) == 1) << "no file lock";
-  }
-  ~FileLocker()
-  {
-    close(fd_);
-    finished(pid_);
-  }
-
- private:
-  pid_t pid_ = -1;
-  int fd_ = -1;
-};
 
 // Rewrite the 4 bytes at offset of file (opened and closed here: never a
 // file this process holds locks on, since any close drops them all).
@@ -408,22 +304,23 @@ TEST_F(SharedDbf, BreakOutOfAFailingChangeLeavesNoLockBehind)
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     create();
-    ASSERT_TRUE(truth(use(table_, true)));
+    ASSERT_TRUE(truth(kUseShared));
     eval("DBAPPEND(), FIELDPUT(1, 'first'), DBUNLOCK(), DBCLOSEALL()");
-    if (c.side == kFullMap) fillRecordMap(dbf_);
-    const uint32_t freeBlock = dbf_get32(reinterpret_cast<const uint8_t*>(dir_.read("t.dbt").data()));
-    if (c.side == kFullMemo) poke32(dbt_, 0, UINT32_MAX);
-    ASSERT_TRUE(truth(use(table_, true)));
+    if (c.side == kFullMap) fillRecordMap(kDbf);
+    const uint32_t freeBlock = le32(dir_.read(kDbt), 0);
+    if (c.side == kFullMemo) poke32(kDbt, 0, UINT32_MAX);
+    ASSERT_TRUE(truth(kUseShared));
     eval(c.setup);
     const long count = num("LASTREC()");
     {
-      std::unique_ptr<FileLocker> other(c.side == kLockedOut ? new FileLocker(table_) : nullptr);
-      const std::vector<std::string> dbfBefore = myLocks(dbf_), dbtBefore = myLocks(dbt_);
+      std::optional<vltest::Holder> other;
+      if (c.side == kLockedOut) other.emplace([&] { (void)(truth(kUseShared) && truth("FLOCK()")); });
+      const auto dbfBefore = vltest::proc_locks(kDbf, getpid()), dbtBefore = vltest::proc_locks(kDbt, getpid());
       ASSERT_FALSE(dbfBefore.empty()) << "the table is used shared";
-      var* e = vl_call(guarded, {set_cv(c.call)});
+      var* e = vl_call(dbftest::guarded, {set_cv(c.call)});
       EXPECT_EQ(e->Type == 'O' ? vlnIntVar(vlnNoIVar(e, "gencode", 0, nullptr)) : 0, c.code);
-      EXPECT_EQ(myLocks(dbf_), dbfBefore);
-      EXPECT_EQ(myLocks(dbt_), dbtBefore);
+      EXPECT_EQ(vltest::proc_locks(kDbf, getpid()), dbfBefore);
+      EXPECT_EQ(vltest::proc_locks(kDbt, getpid()), dbtBefore);
       int reading = -1, writing = -1;
       vlnSectionCounts(&dbf_state(vlnSelectedArea->obj)->lk, &reading, &writing);
       EXPECT_EQ(reading + writing, 0) << "sections left: read " << reading << ", write " << writing;
@@ -432,7 +329,7 @@ TEST_F(SharedDbf, BreakOutOfAFailingChangeLeavesNoLockBehind)
         EXPECT_TRUE(truth("NETERR()")) << "a refused append sets NETERR()";
       }
     }
-    if (c.side == kFullMemo) poke32(dbt_, 0, freeBlock);
+    if (c.side == kFullMemo) poke32(kDbt, 0, freeBlock);
     EXPECT_EQ(vltest::str(eval("DBGOTO(1), RLOCK(), FIELDPUT(1, 'replaced'), DBUNLOCK(), RTRIM(FIELDGET(1))")),
               "replaced");
     if (c.side != kFullMap) {

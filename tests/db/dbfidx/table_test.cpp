@@ -1,37 +1,14 @@
 // table_test.cpp -- the DBF driver's tables: the bytes a CREATE writes, the
 // refusals of bad structures, the moves through a table in natural order
 // against positions computed from the rows, when the header reaches the
-// file, and the write-behind buffer of exclusive tables.
-#include <unistd.h>
-
+// file, and one table open in two areas.
 #include <string>
 
-#include "dbfint.hpp"
-#include "vltest.h"
+#include "dbftest.h"
 
 namespace {
 
-class Tables : public vltest::VlTest {
- protected:
-  void SetUp() override
-  {
-    VlTest::SetUp();
-    ASSERT_NE(getcwd(home_, sizeof home_), nullptr);
-    ASSERT_EQ(chdir(dir_.path().c_str()), 0);
-  }
-  void TearDown() override
-  {
-    vltest::expect_rows({{"DBCLOSEALL()"}});
-    EXPECT_EQ(chdir(home_), 0);
-    VlTest::TearDown();
-  }
-  std::string bytes(const char* name) const { return dir_.read(name); }
-  vltest::TempDir dir_;
-  char home_[4096] = "";
-};
-
-uint32_t le32(const std::string& b, size_t at) { return vl::dbf_get32(reinterpret_cast<const uint8_t*>(b.data() + at)); }
-uint16_t le16(const std::string& b, size_t at) { return vl::dbf_get16(reinterpret_cast<const uint8_t*>(b.data() + at)); }
+using Tables = dbftest::InDir;
 
 TEST_F(Tables, CreateWritesTheHeaderItDescribes)
 {
@@ -39,7 +16,7 @@ TEST_F(Tables, CreateWritesTheHeaderItDescribes)
       {R"(DBCREATE("t", {{"name","c",300,0}, {"AMOUNT","N",12,2}, {"BORN","D",3,0}, {"OK","L",5,0},
                          {"NOTES","M",1,0}, {"ELEVENCHARS","C",2,0}}))", ".T."},
   });
-  const std::string b = bytes("t.dbf");
+  const std::string b = dir_.read("t.dbf");
   const size_t fields = 6, hdr = 32 * fields + 33;
   ASSERT_EQ(b.size(), hdr);
   EXPECT_EQ(uint8_t(b[0]), 0x83);  // memo bit
@@ -54,9 +31,6 @@ TEST_F(Tables, CreateWritesTheHeaderItDescribes)
   EXPECT_EQ(uint8_t(b[49]), 1);
   EXPECT_EQ(uint8_t(b[32 * 3 + 16]), 8);  // D is 8 whatever was asked
   EXPECT_EQ(b.substr(32 * 6, 12), "ELEVENCHARSC");  // no terminator
-  const std::string memo = bytes("t.dbt");
-  ASSERT_EQ(memo.size(), 512u);
-  EXPECT_EQ(le32(memo, 0), 1u);
   vltest::expect_rows({
       {R"(DBUSEAREA(.T., , "t"))", ".T."},
       {"DBSTRUCT()", "{{NAME, C, 300, 0}, {AMOUNT, N, 12, 2}, {BORN, D, 8, 0}, {OK, L, 1, 0}, "
@@ -136,40 +110,17 @@ TEST_F(Tables, HeaderReachesTheFileAtCommitAndClose)
       {R"(DBUSEAREA(.T., , "h", , .F.))", ".T."}, {"ALIAS()", "H_"},
       {"DBAPPEND()"}, {"DBAPPEND()"},
   });
-  EXPECT_EQ(le32(bytes("h.dbf"), 4), 0u);  // exclusive: not yet
+  EXPECT_EQ(le32(dir_.read("h.dbf"), 4), 0u);  // exclusive: not yet
   vltest::expect_rows({{"DBCOMMIT()"}});
-  std::string b = bytes("h.dbf");
+  std::string b = dir_.read("h.dbf");
   EXPECT_EQ(le32(b, 4), 2u);
   EXPECT_EQ(uint8_t(b[31]), 3);
   vltest::expect_rows({{"DBCOMMIT()"}});
-  EXPECT_EQ(bytes("h.dbf"), b);  // nothing pending: nothing written
+  EXPECT_EQ(dir_.read("h.dbf"), b);  // nothing pending: nothing written
   vltest::expect_rows({{"AEVAL(ARRAY(254), {|| DBAPPEND()})"}, {"DBCLOSEAREA()"}});
-  b = bytes("h.dbf");
+  b = dir_.read("h.dbf");
   EXPECT_EQ(le32(b, 4), 256u);
   EXPECT_EQ(uint8_t(b[31]), (3 + 254 + 2) & 0xFF);  // wrapped past 0 and 1
-}
-
-// Exclusive tables written with and without the write-behind buffer end
-// up byte for byte the same (the date bytes aside, which are today's).
-TEST_F(Tables, WriteBehindLeavesTheSameBytes)
-{
-  std::string files[2];
-  for (int wb : {0, 1}) {
-    vl::vlnDbfWriteBehind = wb;
-    const std::string name = "w" + std::to_string(wb);
-    const std::string create = "DBCREATE(\"" + name + "\", {{\"S\",\"C\",7,0}, {\"N\",\"N\",9,2}})";
-    const std::string use = "DBUSEAREA(.T., , \"" + name + "\", , .F.)";
-    vltest::expect_rows({
-        {create.c_str(), ".T."}, {use.c_str(), ".T."},
-        {"AEVAL(ARRAY(3000), {|x, i| DBAPPEND(), FIELDPUT(1, LTRIM(STR(i))), FIELDPUT(2, i / 7)})"},
-        {"DBGOTO(17)"}, {"FIELDPUT(1, 'again')"}, {"DBGOTO(2999)"}, {"FIELDGET(1)", "2999   "},
-        {"FIELDPUT(2, -1)"}, {"DBGOTO(1)"}, {"DBDELETE()"}, {"DBCLOSEAREA()"},
-    });
-    files[wb] = bytes((name + ".dbf").c_str());
-  }
-  vl::vlnDbfWriteBehind = 1;
-  ASSERT_EQ(files[0].size(), 32u * 2 + 33 + 3000u * 17);
-  EXPECT_EQ(files[0].substr(4), files[1].substr(4));
 }
 
 // One table open in two areas of this process: both see each other's
