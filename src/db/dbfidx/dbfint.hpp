@@ -245,8 +245,16 @@ int32_t memo_siz(var* self, int32_t block, int round);
 /* Write text (len bytes) as the memo that was at block; the block used,
 ** or 0 when nothing was written.  variable takes a copy of the text. */
 int32_t dbt_write(var* self, int32_t block, const char* text, int32_t len, var* variable);
-/* Create an empty memo file next to a new table. */
-int dbt_create(const char* name, int perms);
+/* Make the driver-owned text of a memo field record a copy of len bytes
+** of text (reallocated; Length len + 1). */
+void dbt_settext(var* variable, const char* text, int32_t len);
+/* The memo file's name for the table file table: its extension (if any)
+** replaced by s's memo extension (dbtext), into out (size bytes). */
+void dbt_name(const DbfState* s, const char* table, char* out, size_t size);
+/* Create (or empty) the memo file of table, named by dbt_name, with
+** permission bits perms: block 0 alone, next-free word 1, the rest zero.
+** 0, or -1 when it could not be written. */
+int dbt_create(const DbfState* s, const char* table, int perms);
 
 /* ---- Fields (dbffield.cpp). ---- */
 

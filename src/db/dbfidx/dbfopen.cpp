@@ -164,17 +164,6 @@ bool read_header(DbfState* s, Failure* f)
   return decode_fields(s, header.data(), f);
 }
 
-/* The memo file's name: the table's with its extension replaced. */
-void memo_name(const DbfState* s, char* out, size_t size)
-{
-  std::snprintf(out, size, "%s", s->filename);
-  char* slash = std::strrchr(out, '/');
-  char* dot = std::strrchr(out, '.');
-  if (dot && (!slash || dot > slash)) *dot = '\0';
-  const size_t used = std::strlen(out);
-  std::snprintf(out + used, size - used, "%s", s->dbtext);
-}
-
 /* Allocate the buffers and announce alias and fields. */
 bool bind_table(var* self, DbfState* s, Failure* f)
 {
@@ -213,7 +202,7 @@ bool open_steps(var* self, DbfState* s, Failure* f)
   bool ok = read_header(s, f);
   if (ok && dbf_has_memo(s)) {
     char memo[VLN_LOCK_NAME_SIZE];
-    memo_name(s, memo, sizeof memo);
+    dbt_name(s, s->filename, memo, sizeof memo);
     s->dbt_fd = diOpenFile(memo, nullptr, dbf_is_ro(s) ? O_RDONLY : O_RDWR);
     if (s->dbt_fd < 0) {
       fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", memo);
@@ -601,7 +590,7 @@ var* _bb_dbfidx_createdb_me(int argc, var** argv)
     ok = fd >= 0 && write_table(fd, header);
     if (fd >= 0) close(fd);
   }
-  if (ok && memo) ok = dbt_create(name, int(mode)) == 0;
+  if (ok && memo) ok = dbt_create(s, name, int(mode)) == 0;
   if (!ok) return dbf_error(self, diMN_createdb, VL_E_FILE_CREATE, VL_SEV_IO, "%s", name), FALSE_VAR;
   return TRUE_VAR;
 }
