@@ -282,11 +282,14 @@ void free_buffers(DbfState* s)
   s->fieldcount = 0;
 }
 
-/* Retire the field records (memo texts are the driver's to free). */
+/* Retire the field records (memo texts are the driver's to free).  A
+** retirement by name takes this object's record announced last under that
+** name, so the fields go in reverse order: two fields whose names are the
+** same (as the language sees names) then each retire their own record. */
 void retire_fields(var* self, DbfState* s)
 {
   if (s->lk.status & DBF_ST_INSPECT) return;
-  for (uint16_t i = 0; i < s->fieldcount; ++i) {
+  for (uint16_t i = s->fieldcount; i-- > 0;) {
     var* v = s->fieldvars ? s->fieldvars[i] : nullptr;
     if (!v) continue;
     if (s->fields[i].type == 'M' && v->Value.w1.str) {

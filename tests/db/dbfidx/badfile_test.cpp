@@ -104,6 +104,8 @@ const Case kCases[] = {
     {"fields longer than the record", [](Files& f) { set16(f.dbf, vl::DBF_OFF_RECLEN, 10); }, kRefused,
      "need 16 bytes"},
     {"field without a name", [](Files& f) { f.dbf[kField1] = 0; }, kRefused, "field 1 has no name"},
+    {"two fields of one name", [](Files& f) { f.dbf.replace(kField1 + vl::DBF_FIELD_SIZE, 4, "NAME"); }, kOpened,
+     "", "{FIELDGET(1), LEN(FIELDGET(2))}", "{alpha, 600}"},
     {"field of length 0", [](Files& f) { f.dbf[kField1 + 16] = f.dbf[kField1 + 17] = 0; }, kRefused,
      "field 1 has length 0"},
     {"dBASE IV version", [](Files& f) { f.dbf[0] = char(0x8B); }, kRefused, "'dBASE IV' file format not supported"},
