@@ -8,14 +8,12 @@
 // forked child that first drops to the unprivileged user "nobody" when it
 // runs as root; the case of a table held exclusively by another process
 // has a forked child hold it.
-#include <fcntl.h>
 #include <pwd.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -138,20 +136,16 @@ std::map<std::string, std::string> snapshot(const vltest::TempDir& dir)
   return all;
 }
 
-// The first report of the last evaluation: "#code description", or "".
-std::string first_report()
-{
-  const auto& seen = vltest::VlTest::reports();
-  return seen.empty() ? "" : "#" + std::to_string(seen[0].code) + " " + seen[0].description;
-}
-
-// Evaluate expr as expect_rows does: its row value and its first report.
+// Evaluate expr as expect_rows does: its row value ("#code value" after a
+// report), and the first report as "#code description" ("" if none).
 std::pair<std::string, std::string> row(const char* expr)
 {
-  vltest::VlTest::reports().clear();
+  auto& seen = vltest::VlTest::reports();
+  seen.clear();
   const std::string value = vltest::shown(exp_eval(expr));
-  const auto& seen = vltest::VlTest::reports();
-  return {seen.empty() ? value : "#" + std::to_string(seen[0].code) + " " + value, first_report()};
+  if (seen.empty()) return {value, ""};
+  const std::string code = "#" + std::to_string(seen[0].code) + " ";
+  return {code + value, code + seen[0].description};
 }
 
 // What one attempt saw, as lines: the USE row, its first report, the check
