@@ -52,5 +52,6 @@
 #include "dierror.h"
 #include "facade.h"
 #include "rddreg.h"
+#include "dbfidx.h"
 
 #endif /* VL_H */

@@ -1,6 +1,9 @@
 #!/bin/sh
 # Install what building and testing VL needs on a Debian machine: the one
-# list of packages, used by the README's quick start and by CI.
+# list of packages, used by the README's quick start and by CI.  The DBF
+# readers and writers (python3-dbfread, python3-dbf, gdal-bin, dbview) are
+# the outside tools the table tests exchange files with; libsqlite3-dev is
+# what the table benchmark compares against.
 #
 # Runs apt-get as root, through sudo when started by another user.  Also
 # makes the de_DE.UTF-8 locale, whose decimal comma the number-format
@@ -9,7 +12,8 @@ set -eu
 
 PACKAGES="cmake ninja-build g++ pkg-config python3 locales
   libgtest-dev libgmock-dev libbenchmark-dev
-  libncurses-dev libedit-dev lua5.4 liblua5.4-dev tmux"
+  libncurses-dev libedit-dev lua5.4 liblua5.4-dev tmux
+  python3-dbfread python3-dbf gdal-bin dbview libsqlite3-dev"
 
 if [ "$(id -u)" -eq 0 ]; then as_root=""; else as_root="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive

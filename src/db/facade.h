@@ -92,6 +92,11 @@ var* _bb_dbsetfilte(int argc, var** argv);
 var* _bb_dbsetlocat(int argc, var** argv);
 var* _bb_dbsetrelat(int argc, var** argv); /* child area, block, text */
 var* _bb_flock(int argc, var** argv);
+/* RLOCK(): release every lock, lock the current record.  DBRLOCK([n]):
+** lock record n (the current one when absent), keeping the other locks
+** only when n is given. */
+var* _bb_rlock(int argc, var** argv);
+var* _bb_dbrlock(int argc, var** argv);
 var* _bb_isdbexcl(int argc, var** argv);
 var* _bb_isdbflock(int argc, var** argv);
 var* _bb__seekeval(int argc, var** argv);

@@ -65,6 +65,8 @@ VLN_FUNC(dbcommit) { return send({"DBCOMMIT", "commit", VLN_DS_COMMIT, S, Neutra
 VLN_FUNC(dbrunlock) { return send({"DBRUNLOCK", "unlock", VLN_DS_UNLOCK, S, Neutral::False, {kNum}}, argc, argv); }
 VLN_FUNC(dbunlock) { return send({"DBUNLOCK", "unlock", VLN_DS_UNLOCK, S, Neutral::False}, argc, argv); }
 VLN_FUNC(dbsetfilte) { return send({"DBSETFILTER", "setfilter", VLN_DS_SETFILTER, S, Neutral::False, {kBlockText, kName}}, argc, argv); }
+VLN_FUNC(rlock) { return send({"RLOCK", "rlock", VLN_DS_RLOCK, S, Neutral::False}, 0, argv); }
+VLN_FUNC(dbrlock) { return send({"DBRLOCK", "rlock", VLN_DS_RLOCK, S, Neutral::False, {kNum}}, argc, argv); }
 VLN_FUNC(flock) { return send({"FLOCK", "flock", VLN_DS_FLOCK, S, Neutral::False}, argc, argv); }
 VLN_FUNC(isdbflock) { return send({"ISDBFLOCK", "info", VLN_DS_INFO, S, Neutral::False, {}, kInfoFileLock, 0}, argc, argv); }
 VLN_FUNC(_seekeval) { return send({"_SEEKEVAL", "seekeval", VLN_DS_SEEKEVAL, S, Neutral::False, {kBlock}}, argc, argv); }

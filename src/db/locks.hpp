@@ -38,7 +38,8 @@
 // The kernel drops all of a process's locks on a file as soon as any of its
 // descriptors on that file is closed.  Every descriptor of a DBF or IDX file
 // therefore comes from the descriptor pool (diOpenFile, diCloseFile), which
-// keeps a file's descriptors open while any open of the file remains.
+// keeps a file's descriptors open while any open of the file remains; so
+// does every handle of the file functions (diOpenHandle, diCloseHandle).
 //
 // All functions return 0 for success and -1 for failure unless their
 // comment says otherwise; a failed lock leaves its errno in vlnFCNTLerrno.
@@ -250,6 +251,16 @@ int diOpenFile(const char* name, char* buffer, int mode);
 /* End one open: the descriptor stays open, parked, while the file has
 ** other opens; with the last, all descriptors of the file close. */
 int diCloseFile(int fd);
+/* The file functions' handles (the files layer's vlnHandleOpen and
+** vlnHandleClose point here): open(2) of path with flags and creation mode
+** perm as an open of the pool.  A parked descriptor of the file with the
+** same flags is taken again at position 0, and truncated for O_TRUNC;
+** O_CREAT|O_EXCL always opens anew.  Descriptor, or -1 with errno. */
+int diOpenHandle(const char* path, int flags, int perm);
+/* Give a handle back as diCloseFile ends an open.  A descriptor the pool
+** does not hold is just closed; one parked, or in use by a table, is
+** refused with EBADF and stays open. */
+int diCloseHandle(int fd);
 
 /* ---- Read and write sections (nest by counters per file). ---- */
 

@@ -1,12 +1,12 @@
-// FOPEN, FCREATE and FCLOSE.
+// FOPEN, FCREATE and FCLOSE: their descriptors are handles (files.hpp), so
+// that closing one never drops this process's locks on a table.
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <string>
 
 #include "file_args.hpp"
-#include "files.h"
+#include "files.hpp"
 #include "kernel.h"
 
 using namespace vlfile;
@@ -62,13 +62,13 @@ VLN_FUNC(fopen)
   double mode = 0;
   const bool given = argc > 1 && argv[1] && argv[1]->Type != 'U';
   if (given && !number_arg(argc, argv, 1, &mode)) return fail(kBadType);
-  const int fd = open(path.c_str(), open_flags(vlnDoubleToInt(mode)) | O_CLOEXEC, vlnGetUmask());
+  const int fd = vl::vlnHandleOpen(path.c_str(), open_flags(vlnDoubleToInt(mode)), vlnGetUmask());
   return fd < 0 ? fail_system() : number(fd);
 }
 
-// Created with every permission, then reopened read-write and given its
-// mode, so that the mask cannot cut it and a read-only file is still
-// writable through this descriptor.
+// Created with every permission and read-write, then given its mode, so
+// that the mask cannot cut it and a read-only file is still writable
+// through this descriptor.
 VLN_FUNC(fcreate)
 {
   begin();
@@ -79,10 +79,7 @@ VLN_FUNC(fcreate)
   const int mode = !given ? vlnGetUmask()
                    : number_arg(argc, argv, 1, &attr) ? attr_mode(vlnDoubleToInt(attr))
                                                      : attr_mode(0);
-  int fd = open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, kOtherMode);
-  if (fd < 0) return fail_system();
-  close(fd);
-  fd = open(path.c_str(), O_RDWR | O_TRUNC | O_CLOEXEC);
+  const int fd = vl::vlnHandleOpen(path.c_str(), O_CREAT | O_RDWR | O_TRUNC, kOtherMode);
   if (fd < 0) return fail_system();
   fchmod(fd, mode);
   return number(fd);
@@ -93,5 +90,5 @@ VLN_FUNC(fclose)
   begin();
   int fd = -1;
   if (!fd_arg(argc, argv, 0, &fd)) return fail(kBadType);
-  return close(fd) < 0 ? fail_system() : number(0);
+  return vl::vlnHandleClose(fd) < 0 ? fail_system() : number(0);
 }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -28,10 +29,15 @@ int failed(int result)
   return result;
 }
 
+// How a search opens each name it tries: open(2) or vlnHandleOpen.
+using Opener = int (*)(const char* path, int flags, int mode);
+
+int plain_open(const char* path, int flags, int mode) { return open(path, flags | O_CLOEXEC, mode); }
+
 int open_converted(const char* name, int flags, int mode)
 {
   const std::string path = vln::convert_file(name);
-  return failed(open(path.c_str(), flags | O_CLOEXEC, mode));
+  return failed(plain_open(path.c_str(), flags, mode));
 }
 
 // The last name tried, absolute and cut to fit path_open_fil's buffer.
@@ -43,14 +49,14 @@ void last_name_out(const std::string& last, char* out)
   vln::copy_out(abs, out, VLN_OPEN_NAME_SIZE);
 }
 
-int path_open(const char* asked, const char* name, int flags, int mode, char* out, bool system,
-              bool report, VlnNameReport* rep)
+int path_open(Opener opener, const char* asked, const char* name, int flags, int mode, char* out,
+              bool system, bool report, VlnNameReport* rep)
 {
   std::string last;
   int fd = -1;
   for (const std::string& candidate : vln::search_names(name, system, rep)) {
     last = candidate;
-    fd = open(candidate.c_str(), flags | O_CLOEXEC, mode);
+    fd = opener(candidate.c_str(), flags, mode);
     if (fd >= 0) break;
   }
   const int err = errno;
@@ -107,9 +113,29 @@ int name_mode(const char* name, VlnNameReport* rep)
   return 0;
 }
 
+int search_open(Opener opener, const char* name, int flags, int mode, char* out, int system,
+                int report)
+{
+  if (!name) return -1;
+  const char* expanded = vln::expand_name(name);
+  VlnNameReport rep{};
+  const int fd = path_open(opener, name, expanded, flags, mode, out, system != 0, report != 0, &rep);
+  vln_name_report(&rep);
+  return fd;
+}
+
+int handle_of(void* cookie) { return static_cast<int>(reinterpret_cast<intptr_t>(cookie)); }
+
+ssize_t handle_read(void* cookie, char* buf, size_t n) { return read(handle_of(cookie), buf, n); }
+
+int handle_release(void* cookie) { return vl::vlnHandleClose(handle_of(cookie)); }
+
 }  // namespace
 
 namespace vl {
+
+int (*vlnHandleOpen)(const char* path, int flags, int mode) = plain_open;
+int (*vlnHandleClose)(int fd) = close;
 
 int open_fil(const char* name, int flags, int mode)
 {
@@ -118,12 +144,24 @@ int open_fil(const char* name, int flags, int mode)
 
 int path_open_fil(const char* name, int flags, int mode, char* out, int system, int report)
 {
-  if (!name) return -1;
-  const char* expanded = vln::expand_name(name);
-  VlnNameReport rep{};
-  const int fd = path_open(name, expanded, flags, mode, out, system != 0, report != 0, &rep);
-  vln_name_report(&rep);
-  return fd;
+  return search_open(plain_open, name, flags, mode, out, system, report);
+}
+
+int path_open_handle(const char* name, int flags, int mode, char* out, int system, int report)
+{
+  return search_open(vlnHandleOpen, name, flags, mode, out, system, report);
+}
+
+FILE* handle_stream(int fd)
+{
+  const cookie_io_functions_t io{handle_read, nullptr, nullptr, handle_release};
+  FILE* stream = fopencookie(reinterpret_cast<void*>(static_cast<intptr_t>(fd)), "r", io);
+  if (!stream) {
+    const int err = errno;
+    vlnHandleClose(fd);
+    errno = err;
+  }
+  return stream;
 }
 
 int creat_fil(const char* name, int mode)

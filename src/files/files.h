@@ -31,7 +31,10 @@ var* _bb_fopen(int argc, var** argv);
 /* FCREATE(name, attr): attr 0 0660, 1 0440, 2 0600, 4 0400, 100 to 777 as
 ** octal digits, others 0666, none the mask's.  fd (read-write) or -1. */
 var* _bb_fcreate(int argc, var** argv);
-/* FCLOSE(fd), FERASE(name), FRENAME(old, new): 0 or -1. */
+/* FCLOSE(fd), FERASE(name), FRENAME(old, new): 0 or -1.  FCLOSE of a
+** file this process has open otherwise (a table, another FOPEN) keeps the
+** descriptor open, unused, so that the process keeps its locks on the file;
+** a descriptor a table holds cannot be closed (EBADF). */
 var* _bb_fclose(int argc, var** argv);
 var* _bb_ferase(int argc, var** argv);
 var* _bb_frename(int argc, var** argv);

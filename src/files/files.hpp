@@ -46,4 +46,25 @@ int fclose_fil(FILE* stream);
 // (107).
 int get_nfil_mode(const char* name);
 
+// ---- Handles. ----
+// The kernel drops all of a process's locks on a file as soon as any of its
+// descriptors on that file is closed.  A descriptor opened by a name the
+// program gives (FOPEN, FCREATE, LOADLANG) may name a table this process
+// holds locks on, so it is a handle: opened and given back through this
+// hook pair.  The database layer points the pair at its descriptor pool at
+// start-up, which parks a handle given back while its file has other
+// opens; until then they are open(2) (close-on-exec) and close(2).  A
+// handle is given back only through vlnHandleClose, never by close(2).
+
+// open(2) of path, already translated, with flags and the creation mode:
+// the descriptor, or -1 with errno.
+extern int (*vlnHandleOpen)(const char* path, int flags, int mode);
+// Give a handle back: 0, or -1 with errno.
+extern int (*vlnHandleClose)(int fd);
+// path_open_fil opening a handle.
+int path_open_handle(const char* name, int flags, int mode, char* out, int system, int report);
+// A read stream over handle fd, whose fclose() gives the handle back.  Null,
+// with the handle given back, when no stream can be made.
+FILE* handle_stream(int fd);
+
 }  // namespace vl

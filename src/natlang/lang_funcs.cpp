@@ -4,7 +4,6 @@
 // file is looked for along SET DEFAULT, SET PATH and the system
 // directories; a failed search is reported as such only in developer mode.
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -58,10 +57,10 @@ VLN_FUNC(loadlang)
                   "LOADLANG(): requires language number in the range 1 to %d", VLN_LANGUAGES);
     return report(VL_E_ARG_VALUE);
   }
-  const int fd = path_open_fil(name->Value.w1.str, O_RDONLY, 0, nullptr, 1, vlnGetDevel());
-  FILE* stream = fd >= 0 ? fdopen(fd, "r") : nullptr;
+  // A handle, since the name may be that of a table this process has locked.
+  const int fd = path_open_handle(name->Value.w1.str, O_RDONLY, 0, nullptr, 1, vlnGetDevel());
+  FILE* stream = fd >= 0 ? handle_stream(fd) : nullptr;
   if (!stream) {
-    if (fd >= 0) close(fd);
     std::snprintf(repdum, sizeof repdum, "LOADLANG(): cannot open '%s'", name->Value.w1.str);
     return report(VL_E_WRONG_FILE_NAME);
   }

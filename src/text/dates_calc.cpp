@@ -8,9 +8,8 @@
 // ends a 400- or 4-year cycle) belongs to the cycle before it.
 #include <time.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 
 #include "dates.hpp"
 #include "switches.h"
@@ -43,6 +42,12 @@ int digits(const char* text, int width)
   int v = 0;
   for (int i = 0; i < width && text[i] >= '0' && text[i] <= '9'; ++i) v = v * 10 + (text[i] - '0');
   return v;
+}
+
+// v (not negative) as width digits at text, zero-padded on the left.
+void put_digits(char* text, int v, int width)
+{
+  for (int i = width - 1; i >= 0; --i, v /= 10) text[i] = static_cast<char>('0' + v % 10);
 }
 
 }  // namespace
@@ -127,18 +132,25 @@ namespace vl {
 
 int32_t get_dat(const char* text)
 {
-  char buf[kDtosLength + 1] = {0};
-  std::strncpy(buf, text, kDtosLength);
-  return datoint(digits(buf + 6, 2), digits(buf + 4, 2), digits(buf, 4));
+  // The text ends at its eighth byte or at a NUL, whichever comes first.
+  int len = 0;
+  while (len < kDtosLength && text[len]) ++len;
+  const auto part = [&](int from, int width) {
+    return len > from ? digits(text + from, std::min(width, len - from)) : 0;
+  };
+  return datoint(part(6, 2), part(4, 2), part(0, 4));
 }
 
 const char* set_dat(int32_t n)
 {
-  static char buf[32];
+  static char buf[kDtosLength + 1];
   if (n <= 0) return "        ";
   int d, m, y;
   intodat(n, &d, &m, &y);
-  std::snprintf(buf, sizeof buf, "%04d%02d%02d", y % kYearDigits, m, d);
+  put_digits(buf, y % kYearDigits, 4);
+  put_digits(buf + 4, m, 2);
+  put_digits(buf + 6, d, 2);
+  buf[kDtosLength] = '\0';
   return buf;
 }
 

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "numbers.hpp"
@@ -25,6 +26,9 @@ namespace {
 constexpr int kMaxDecimals = 255;       // what a value's Decimals can hold
 constexpr size_t kFieldTextMax = 511;   // field texts are at most 20 bytes
 constexpr long kExponentLimit = 1000000000L;  // far beyond any double
+constexpr int kExactDigits = 15;             // 10^15 < 2^53: exact in a double
+constexpr double kPowersOfTen[kExactDigits + 1] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
 bool digit(char c) { return c >= '0' && c <= '9'; }
 bool blank(char c) { return c == ' ' || c == '\t'; }
@@ -95,6 +99,39 @@ double value_of(const Scan& s)
   return s.negative ? -d : d;
 }
 
+// The value of the n bytes at text when they hold a number as fields do:
+// blanks, a sign, at most 15 digits with at most one point among them, and
+// nothing after them but what ends a number (anything but an exponent).
+// Then m / 10^k, with the digits as m and the decimals as k, is the
+// correctly rounded value, as m and 10^k are both exact doubles.  False
+// for anything else: qrt_atof decides.
+bool plain_field(const char* text, size_t n, double* d)
+{
+  size_t i = 0;
+  while (i < n && blank(text[i])) ++i;
+  const bool negative = i < n && text[i] == '-';
+  if (i < n && (text[i] == '-' || text[i] == '+')) ++i;
+  uint64_t m = 0;
+  int digits = 0, decimals = 0;
+  bool point = false;
+  for (; i < n; ++i) {
+    if (digit(text[i])) {
+      if (++digits > kExactDigits) return false;
+      m = m * 10 + static_cast<uint64_t>(text[i] - '0');
+      decimals += point;
+    } else if (text[i] == '.' && !point) {
+      point = true;
+    } else {
+      break;
+    }
+  }
+  if (i < n && (text[i] == 'e' || text[i] == 'E')) return false;
+  if (digits == 0) return *d = 0.0, true;
+  *d = static_cast<double>(m) / kPowersOfTen[decimals];
+  if (negative) *d = -*d;
+  return true;
+}
+
 }  // namespace
 
 namespace vl {
@@ -126,6 +163,8 @@ double qrt_atof1(const char* text, int32_t len)
 {
   char buf[kFieldTextMax + 1];
   const size_t n = std::min(static_cast<size_t>(std::max(len, 0)), kFieldTextMax);
+  double d;
+  if (plain_field(text, n, &d)) return d;
   std::memcpy(buf, text, n);
   buf[n] = '\0';
   return qrt_atof(buf, nullptr);

@@ -21,6 +21,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <filesystem>
 #include <fstream>
@@ -30,7 +31,9 @@
 #include <string>
 #include <vector>
 
+#include "files.h"
 #include "locks.hpp"
+#include "natlang.h"
 #include "vltest.h"
 
 using namespace vl;
@@ -90,10 +93,14 @@ int lockRange(int fd, int cmd, int type, long start, long len)
 struct Held {
   int type = F_UNLCK;  // F_RDLCK, F_WRLCK or F_UNLCK
   long long start = 0, end = 0;
+  int owner = 0;
+  bool operator==(const Held&) const = default;
 };
 
 // The POSIX locks on file listed in /proc/locks, optionally of one pid;
-// with waiters, the requests blocked on the file instead.
+// with waiters, the requests blocked on the file instead.  A read that
+// overlaps other processes' lock changes can list an entry twice; an owner
+// never holds two equal locks, so repeats are dropped.
 std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters = false)
 {
   std::vector<Held> out;
@@ -113,8 +120,9 @@ std::vector<Held> procLocks(const std::string& file, int pid = 0, bool waiters =
     if (kind != "POSIX" || sscanf(id.c_str(), "%x:%x:%llu", &major, &minor, &ino) != 3) continue;
     if (makedev(major, minor) != st.st_dev || ino != st.st_ino) continue;
     if (pid != 0 && owner != pid) continue;
-    out.push_back({type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
-                   end == "EOF" ? LLONG_MAX : atoll(end.c_str())});
+    const Held h{type == "WRITE" ? F_WRLCK : F_RDLCK, atoll(start.c_str()),
+                 end == "EOF" ? LLONG_MAX : atoll(end.c_str()), owner};
+    if (std::find(out.begin(), out.end(), h) == out.end()) out.push_back(h);
   }
   return out;
 }
@@ -528,30 +536,100 @@ TEST_F(dbLocks, ParkedDescriptorIsReusedForTheSameMode)
   EXPECT_EQ(fcntl(first, F_GETFD), -1);
 }
 
-// A forked child is a new lock owner: fresh pid for l_pid and the trace,
-// and none of the parent's pooled descriptors or areas.
-TEST_F(dbLocks, ForkedChildDropsThePool)
+// FOPEN(name, mode), FCLOSE(fd) and FCREATE(name) as numbers.
+int fopenOf(const std::string& name, int mode)
 {
-  VlnLockArea a;
+  return vlnIntVar(vl_call(_bb_fopen, {set_cv(name.c_str()), set_nv(mode, 0)}));
+}
+int fcloseOf(int fd) { return vlnIntVar(vl_call(_bb_fclose, {set_nv(fd, 0)})); }
+int fcreateOf(const std::string& name) { return vlnIntVar(vl_call(_bb_fcreate, {set_cv(name.c_str())})); }
+
+// The area of a table t1 opened shared through the pool, holding record 2.
+void lockRecord2(VlnLockArea& a, const std::string& t1)
+{
   vlnLockAreaInit(&a);
-  a.fd = diOpenFile(t1_.c_str(), nullptr, O_RDWR);
+  a.fd = diOpenFile(t1.c_str(), nullptr, O_RDWR);
   a.headerlen = kHeaderLen;
   a.reclen = kRecordLen;
   ASSERT_EQ(vlnLockUse(&a), 0);
   ASSERT_EQ(dbf_rlock(&a, 2), 0);
+}
+
+// A forked child is a new lock owner: fresh pid for l_pid and the trace,
+// and none of the parent's pooled descriptors or areas; it keeps the
+// handles of the file functions, as it would plain descriptors.
+TEST_F(dbLocks, ForkedChildDropsThePool)
+{
+  VlnLockArea a;
+  lockRecord2(a, t1_);
   const int fd = a.fd;
+  const int handle = fopenOf(t1_, 0);
   const int pid = fork();
   if (pid == 0) {
     const bool fresh = vlnAppPid == getpid() && fcntl(fd, F_GETFD) == -1 && a.fd == -1 &&
-                       dbf_rlock(&a, 3) == -1;
+                       dbf_rlock(&a, 3) == -1 && fcntl(handle, F_GETFD) != -1 &&
+                       fcloseOf(handle) == 0 && fcntl(handle, F_GETFD) == -1;
     _exit(fresh ? 0 : 1);
   }
   int status = 0;
   waitpid(pid, &status, 0);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(fcloseOf(handle), 0);
   EXPECT_EQ(heldBy(t1_, getpid(), kHeaderLen + kRecordLen, 1).type, F_WRLCK) << "the parent keeps its locks";
   vlnLockRelease(&a);
   diCloseFile(fd);
+}
+
+// Whether another process finds record 2 of file locked.
+bool othersSeeRecord2Locked(const std::string& file)
+{
+  const int pid = fork();
+  if (pid == 0) _exit(canSetWlock(open(file.c_str(), O_RDWR), kHeaderLen + kRecordLen, kRecordLen) != 0 ? 0 : 1);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// A handle of a table this process has locked is parked, not closed, when
+// it is given back, and taken again at position 0; the table's own
+// descriptor is no handle; the last open closes every descriptor.
+TEST_F(dbLocks, GivingBackAHandleKeepsTheTablesLocks)
+{
+  VlnLockArea a;
+  lockRecord2(a, t1_);
+  const struct {
+    const char* what;
+    std::function<int()> open;
+  } opens[] = {
+      {"FOPEN read", [&] { return fopenOf(t1_, 0); }},
+      {"FOPEN read-write", [&] { return fopenOf(t1_, 2); }},
+      {"FCREATE", [&] { return fcreateOf(t1_); }},  // truncates: the locks stay
+  };
+  for (const auto& o : opens) {
+    SCOPED_TRACE(o.what);
+    const int h = o.open();
+    ASSERT_GE(h, 0);
+    lseek(h, 10, SEEK_SET);
+    EXPECT_EQ(fcloseOf(h), 0);
+    EXPECT_NE(fcntl(h, F_GETFD), -1) << "parked";
+    EXPECT_EQ(o.open(), h);
+    EXPECT_EQ(lseek(h, 0, SEEK_CUR), 0);
+    EXPECT_EQ(fcloseOf(h), 0);
+    EXPECT_EQ(fcloseOf(h), -1) << "given back already";
+    EXPECT_EQ(vlnIntVar(vl_call(_bb_ferror, {})), EBADF);
+    EXPECT_TRUE(othersSeeRecord2Locked(t1_));
+  }
+  vl_call(_bb_loadlang, {set_nv(1, 0), set_cv(t1_.c_str())});  // no language file: refused
+  EXPECT_TRUE(othersSeeRecord2Locked(t1_)) << "LOADLANG";
+  EXPECT_EQ(fcloseOf(a.fd), -1) << "a table's descriptor";
+  EXPECT_TRUE(othersSeeRecord2Locked(t1_));
+  const int h = fopenOf(t1_, 2);
+  vlnLockRelease(&a);
+  EXPECT_EQ(diCloseFile(a.fd), 0);
+  EXPECT_NE(fcntl(a.fd, F_GETFD), -1) << "parked while the handle is open";
+  EXPECT_EQ(fcloseOf(h), 0);
+  EXPECT_EQ(fcntl(a.fd, F_GETFD), -1);
+  EXPECT_EQ(fcntl(h, F_GETFD), -1);
 }
 
 // ---- Scripts of vl-locktool processes. ----

@@ -1,10 +1,11 @@
 // Numbers: cc_round and ROUND on hard cases, STR and VAL under SET
 // DECIMALS and SET FIXED, qrt_atol and qrt_atof; the text tables run once
 // in the C locale and once under a locale whose decimal point is a comma.
+#include <bit>
 #include <clocale>
 #include <cmath>
-#include <limits>
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include "numbers.hpp"
@@ -192,6 +193,14 @@ TEST_P(NumberText, AtolAndAtof)
   EXPECT_EQ(qrt_atof1("    ", 4), 0);
   EXPECT_EQ(qrt_atof1("12345", 3), 123);  // a field is not terminated
   EXPECT_EQ(qrt_atof1("1", -5), 0);
+  // A field's text gives the same double, bit for bit, as the general reader.
+  for (const char* field : {"  -0.10", "-0", "123456789012345", "1234567890123456", "0.1",
+                            "9007199254.740993", "  1.5e3", "-.5", "5.", "+7", "1.2.3", " 12 34",
+                            "0.000000000000001", "999999999999.99", "  -", "."}) {
+    SCOPED_TRACE(field);
+    EXPECT_EQ(std::bit_cast<uint64_t>(qrt_atof1(field, int32_t(std::strlen(field)))),
+              std::bit_cast<uint64_t>(qrt_atof(field, nullptr)));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Locales, NumberText, ::testing::Values("C", "de_DE.UTF-8"),

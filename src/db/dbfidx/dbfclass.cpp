@@ -67,6 +67,13 @@ var* methods()
 
 DbfState* st(var* obj) { return dbf_state(obj); }
 bool open_obj(var* obj) { return dbf_is_open(st(obj)); }
+/* A flag of an open table (0 for a closed one) as the constant record: a
+** loop reads EOF() once per record, and a constant costs no temporary. */
+var* flag_of(var* obj, uint8_t DbfState::*flag)
+{
+  const DbfState* s = st(obj);
+  return dbf_is_open(s) && s->*flag ? TRUE_VAR : FALSE_VAR;
+}
 
 var* text(const char* t) { return set_Cvar(cre_tmpvar(), t, -1); }
 
@@ -185,9 +192,9 @@ VLN_FUNC(rddsys) { return TRUE_VAR; }
 
 /* ---- Accesses. ---- */
 
-var* _bb_dbfidx_bof_ac(var* obj) { return set_lv(open_obj(obj) && st(obj)->bof); }
-var* _bb_dbfidx_eof_ac(var* obj) { return set_lv(open_obj(obj) && st(obj)->eof); }
-var* _bb_dbfidx_found_ac(var* obj) { return set_lv(open_obj(obj) && st(obj)->found); }
+var* _bb_dbfidx_bof_ac(var* obj) { return flag_of(obj, &DbfState::bof); }
+var* _bb_dbfidx_eof_ac(var* obj) { return flag_of(obj, &DbfState::eof); }
+var* _bb_dbfidx_found_ac(var* obj) { return flag_of(obj, &DbfState::found); }
 var* _bb_dbfidx_used_ac(var* obj) { return set_lv(open_obj(obj)); }
 var* _bb_dbfidx_shared_ac(var* obj) { return set_lv(open_obj(obj) && !dbf_is_excl(st(obj))); }
 var* _bb_dbfidx_readonly_ac(var* obj) { return set_lv(open_obj(obj) && dbf_is_ro(st(obj))); }

@@ -17,9 +17,11 @@
 ** formatted in the C locale whatever the process's locale is.
 */
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -29,6 +31,7 @@
 #include "dbfidx.h"
 #include "dbfint.hpp"
 #include "facade.h"
+#include "letters.hpp"
 #include "numbers.hpp"
 #include "objects.h"
 #include "vlgen.h"
@@ -39,11 +42,23 @@ namespace {
 
 constexpr const char* kModule = "dbffield";
 constexpr const char* kPositionTypes = "INF";
+constexpr LetterSet kPositionLetters = letters(kPositionTypes);
 constexpr const char* kNameTypes = "CM";
 constexpr const char* kFieldArgTypes = "INFC";
+constexpr LetterSet kFieldArgLetters = letters(kFieldArgTypes);
 constexpr const char* kFieldSpecTypes = "INFCM";  // a field of REPLACE
 constexpr const char* kNumericTypes = "NFIL";
 constexpr size_t kNumText = 260;  // longer than any field a number can take
+constexpr int kQuickDecimals = 15;
+// 10^k for k up to kQuickDecimals: below 2^53, so exact as doubles too.
+constexpr auto kDecimalUnits = [] {
+  std::array<uint64_t, kQuickDecimals + 1> units{};
+  uint64_t unit = 1;
+  for (uint64_t& u : units) u = unit, unit *= 10;
+  return units;
+}();
+constexpr double kQuickLimit = 4503599627370496.0;  // 2^52
+constexpr size_t kQuickText = 24;                    // sign, 16 digits, point
 constexpr int kLowByte = 0xFF;
 constexpr int kHighShift = 8;
 
@@ -89,7 +104,7 @@ int32_t field_pos(const DbfState* s, const char* name, int32_t len)
 ** field_pos; -1 for a value of another type. */
 int32_t position_of(const DbfState* s, var* arg)
 {
-  if (vlnInSet(kPositionTypes, arg->Type)) return vlnIntVar(arg);
+  if (kPositionLetters.has(arg->Type)) return vlnIntVar(arg);
   if (vlnInSet(kNameTypes, arg->Type)) return field_pos(s, VSTR(arg), text_len(arg));
   return -1;
 }
@@ -145,6 +160,18 @@ void decode_field(var* self, DbfState* s, const DbfField& f, var* field)
   }
 }
 
+/* The record of field i of an open table, refreshed from the buffer. */
+var* field_value(var* self, DbfState* s, uint32_t i, var* field)
+{
+  if (s->bufrec != s->recno)
+    get_rec(self, 1);
+  else if (s->fieldvalid[i])
+    return field;
+  decode_field(self, s, s->fields[i], field);
+  s->fieldvalid[i] = 1;
+  return field;
+}
+
 /* Whether a value of type vt may go into a field of type ft. */
 bool assignable(char ft, char vt)
 {
@@ -166,10 +193,37 @@ bool justify(uint8_t* field, uint32_t width, const char* text, size_t n)
   return true;
 }
 
+/* x with dec decimals as to_chars writes it (the exact binary value
+** rounded half to even) into text, when one product with a power of ten
+** decides the rounding: |x| * 10^dec below 2^52 (digits exact) and not
+** within an ulp of a half (the product's error is half an ulp).  The
+** length written, or 0 to leave it to to_chars. */
+size_t quick_fixed(char* text, int dec, double x)
+{
+  if (dec > kQuickDecimals) return 0;
+  const double y = std::fabs(x) * double(kDecimalUnits[dec]);
+  if (!(y < kQuickLimit)) return 0;  // NaN too
+  const double whole = std::floor(y);
+  const double frac = y - whole;
+  if (std::fabs(frac - 0.5) <= std::nextafter(y, kQuickLimit) - y) return 0;
+  const uint64_t r = uint64_t(whole) + (frac > 0.5);
+  char digits[kQuickText];
+  char* const end = digits + sizeof digits;
+  char* p = end;
+  uint64_t ip = r / kDecimalUnits[dec], fp = r % kDecimalUnits[dec];
+  for (int i = 0; i < dec; ++i, fp /= 10) *--p = char('0' + fp % 10);
+  if (dec) *--p = '.';
+  do *--p = char('0' + ip % 10); while (ip /= 10);
+  if (std::signbit(x)) *--p = '-';
+  std::memcpy(text, p, size_t(end - p));
+  return size_t(end - p);
+}
+
 /* x with dec decimals into an 'N' field of width bytes. */
 bool put_fixed(uint8_t* field, uint32_t width, int dec, double x)
 {
   char text[kNumText];
+  if (const size_t n = quick_fixed(text, dec, x)) return justify(field, width, text, n);
   const auto r = std::to_chars(text, text + sizeof text, x, std::chars_format::fixed, dec);
   if (r.ec != std::errc() || !std::isfinite(x)) return justify(field, width, text, width + 1);
   return justify(field, width, text, size_t(r.ptr - text));
@@ -281,6 +335,13 @@ var* put_result(var* self, DbfState* s, int32_t i, var* value)
 
 var* arg_or_nil(int argc, var** argv, int k) { return k < argc ? argv[k] : NIL_VAR; }
 
+/* vlnParamCheck of a field argument for op, which a number or a name
+** passes without the call. */
+bool field_arg_ok(var* arg, const char* op)
+{
+  return kFieldArgLetters.has(arg->Type) || vlnParamCheck(arg, kFieldArgTypes, op);
+}
+
 /* ---- REPLACE. ---- */
 
 /* The per-record block of REPLACE.  Its detached variables: the object,
@@ -354,13 +415,7 @@ var* diSelfFieldGet(var* self, var* field)
   DbfState* s = dbf_state(self);
   const uint32_t i = field->F_indx;
   if (!dbf_is_open(s) || i >= s->fieldcount) return field;
-  if (s->bufrec != s->recno)
-    get_rec(self, 1);
-  else if (s->fieldvalid[i])
-    return field;
-  decode_field(self, s, s->fields[i], field);
-  s->fieldvalid[i] = 1;
-  return field;
+  return field_value(self, s, i, field);
 }
 
 int vln_chk_repl(DbfState* s, var* self)
@@ -421,9 +476,9 @@ var* _bb_dbfidx_fieldget_me(int argc, var** argv)
 {
   DbfState* s = open_state(argv[0]);
   var* arg = arg_or_nil(argc, argv, 1);
-  if (!vlnParamCheck(arg, kFieldArgTypes, diMN_fldget) || !s) return NIL_VAR;
+  if (!field_arg_ok(arg, diMN_fldget) || !s) return NIL_VAR;
   const int32_t i = field_index(s, arg);
-  return i < 0 ? NIL_VAR : diSelfFieldGet(argv[0], s->fieldvars[i]);
+  return i < 0 ? NIL_VAR : field_value(argv[0], s, uint32_t(i), s->fieldvars[i]);
 }
 
 /* fieldput(field, value): the field record holding the stored value, NIL
@@ -432,7 +487,7 @@ var* _bb_dbfidx_fieldput_me(int argc, var** argv)
 {
   DbfState* s = open_state(argv[0]);
   var* arg = arg_or_nil(argc, argv, 1);
-  if (!vlnParamCheck(arg, kFieldArgTypes, diMN_fldput) || !s) return NIL_VAR;
+  if (!field_arg_ok(arg, diMN_fldput) || !s) return NIL_VAR;
   const int32_t i = field_index(s, arg);
   return i < 0 ? NIL_VAR : put_result(argv[0], s, i, arg_or_nil(argc, argv, 2));
 }

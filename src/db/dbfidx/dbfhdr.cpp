@@ -45,8 +45,9 @@ constexpr int kYearBase = 1900;
 constexpr int kCounterSkip = 2;    /* 0 and 1 are never a counter after a wrap */
 constexpr int kReadUntilDone = 8;  /* tries of a read or write interrupted */
 
-/* Today's date into header bytes 1..3, year - 1900 cut to a byte. */
-void stamp_date(uint8_t* hdr)
+}  // namespace
+
+void dbf_stamp_date(uint8_t* hdr)
 {
   const time_t now = time(nullptr);
   struct tm t;
@@ -55,8 +56,6 @@ void stamp_date(uint8_t* hdr)
   hdr[2] = uint8_t(t.tm_mon + 1);
   hdr[3] = uint8_t(t.tm_mday);
 }
-
-}  // namespace
 
 void dbf_error(var* self, const char* method, int code, int severity, const char* fmt, ...)
 {
@@ -74,12 +73,15 @@ const char* dbf_alias(const DbfState* s)
   return s->alias[0] ? s->alias : s->filename;
 }
 
-bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
+/* Move n bytes with step(offset into the buffer), which returns what one
+** system call moved; an interrupted call is tried again a few times.
+** Returns the bytes moved. */
+template <class Step>
+static size_t move_all(size_t n, Step step)
 {
-  uint8_t* p = static_cast<uint8_t*>(buf);
   size_t done = 0;
   for (int tries = 0; done < n && tries < kReadUntilDone;) {
-    const ssize_t got = pread(fd, p + done, n - done, at + off_t(done));
+    const ssize_t got = step(done);
     if (got > 0) {
       done += size_t(got);
     } else if (got == 0 || errno != EINTR) {
@@ -88,6 +90,13 @@ bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
       ++tries;
     }
   }
+  return done;
+}
+
+bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
+{
+  uint8_t* p = static_cast<uint8_t*>(buf);
+  const size_t done = move_all(n, [&](size_t k) { return pread(fd, p + k, n - k, at + off_t(k)); });
   if (done < n) std::memset(p + done, pad, n - done);
   return done == n;
 }
@@ -95,18 +104,7 @@ bool dbf_pread(int fd, void* buf, size_t n, off_t at, uint8_t pad)
 bool dbf_pwrite(int fd, const void* buf, size_t n, off_t at)
 {
   const uint8_t* p = static_cast<const uint8_t*>(buf);
-  size_t done = 0;
-  for (int tries = 0; done < n && tries < kReadUntilDone;) {
-    const ssize_t put = pwrite(fd, p + done, n - done, at + off_t(done));
-    if (put > 0) {
-      done += size_t(put);
-    } else if (put == 0 || errno != EINTR) {
-      break;
-    } else {
-      ++tries;
-    }
-  }
-  return done == n;
+  return move_all(n, [&](size_t k) { return pwrite(fd, p + k, n - k, at + off_t(k)); }) == n;
 }
 
 int32_t dbf_records_in(const DbfState* s, off_t size)
@@ -126,7 +124,7 @@ int flush_dbfhdr(var* self)
   dbf_wb_flush(s);
   local_wrlock2(&s->lk, diMN_fldput);
   dbf_put32(s->hdr + DBF_OFF_COUNT, uint32_t(s->lastrec));
-  stamp_date(s->hdr);
+  dbf_stamp_date(s->hdr);
   dbf_pwrite(s->lk.fd, s->hdr, DBF_HEADER_SIZE, 0);
   local_rwulock2(&s->lk, diMN_fldput);
   return 0;
@@ -149,7 +147,11 @@ int diForceReadDbfHdr(var* self)
   std::memcpy(s->hdr, hdr, sizeof hdr);
   const uint32_t count = dbf_get32(hdr + DBF_OFF_COUNT);
   const int32_t held = dbf_records_in(s, st.st_size);
+  const int32_t before = s->lastrec;
   s->lastrec = count > uint32_t(held) ? held : int32_t(count);
+  // The blank ghost record in the buffer is a real record once another
+  // process has appended it.
+  if (s->lastrec != before && s->bufrec > before) s->bufrec = 0;
   return 0;
 }
 

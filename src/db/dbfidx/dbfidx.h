@@ -46,7 +46,9 @@ var* _bb_fieldputar(int argc, var** argv);
   /* life of a table: dbfopen.cpp, dbfrecord.cpp */                         \
   X(init, me) X(createdb, me) X(close, me) X(axit, me) X(append, me)        \
   X(delete, me) X(recall, me) X(deleteall, me) X(recallall, me)             \
-  X(commit, me) X(dbstruct, me) X(refresh, me)       \
+  X(commit, me) X(dbstruct, me) X(refresh, me)                             \
+  /* whole tables: dbfpack.cpp */                                           \
+  X(pack, me) X(zap, me)                                                    \
   /* moves: dbfmove.cpp */                                                  \
   X(skip, me) X(gotop, me) X(gobottom, me) X(goto, me) X(recno, as)         \
   X(eval, me)                                                               \

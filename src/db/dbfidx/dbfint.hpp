@@ -94,6 +94,9 @@ enum {
 
 /* Bytes a table opened exclusively may keep unwritten (write-behind). */
 constexpr size_t kWriteBehindCap = size_t(1) << 20;
+/* Bytes a table opened exclusively reads at once when it is read record
+** after record (read-ahead). */
+constexpr size_t kReadAheadCap = size_t(1) << 16;
 
 /* Bits of the status byte (VlnLockArea::status). */
 enum {
@@ -147,6 +150,10 @@ struct DbfState {
   uint8_t* wbuf;     /* write-behind records (exclusive tables), or null */
   size_t wbused;     /* bytes of wbuf in use */
   int32_t wbfirst;   /* record number of the first record in wbuf */
+  uint8_t* rabuf;    /* read-ahead records (exclusive tables), or null */
+  int32_t rafirst;   /* record number of the first record in rabuf */
+  int32_t racount;   /* records in rabuf that mirror the table, 0: none */
+  int32_t ralast;    /* the record fetch_rec read last, 0 if none */
 
   /* Header and fields. */
   uint8_t hdr[DBF_HEADER_SIZE]; /* the first 32 bytes as last read/written */
@@ -208,6 +215,8 @@ bool reread_dbfhdr(var* self);
 int vln_wrcnt(int value, var* self);
 /* At commit: count pending changes into header byte 31 and write it. */
 void vln_wrcnt_upd(var* self);
+/* Today's date into header bytes 1..3, year - 1900 cut to a byte. */
+void dbf_stamp_date(uint8_t* hdr);
 /* Write descriptor i of a header image being built. */
 void dbf_fldef(int i, const char* name, char type, uint32_t len, int dec, uint8_t* header);
 /* The records a file of size bytes holds whole, for a table whose geometry
@@ -233,6 +242,14 @@ bool dbf_wb_flush(DbfState* s);
 /* Whether tables opened exclusively keep a write-behind buffer (on by
 ** default; tests run both ways). */
 extern int vlnDbfWriteBehind;
+/* Whether tables opened exclusively read ahead (on by default; tests run
+** both ways).  The read-ahead run mirrors records of the table: every
+** record written through put_rec or flush_rec updates its copy there, so
+** it stays right as long as nothing else writes records.  A routine that
+** puts other records in their place (PACK, ZAP) drops it with dbf_ra_drop. */
+extern int vlnDbfReadAhead;
+/* Forget the read-ahead run. */
+inline void dbf_ra_drop(DbfState* s) { s->racount = 0; }
 /* fdatasync the table's files, at most every 11 seconds (force: now). */
 void vlnSync(DbfState* s, int force);
 
@@ -283,5 +300,11 @@ void diClearObject(DbfState* s);
 bool dbf_close(var* self);
 /* commit: write the buffer, refresh, count the changes. */
 void dbf_commit(var* self);
+
+/* ---- PACK and ZAP (dbfpack.cpp). ---- */
+
+/* The rename that moves PACK's and ZAP's new files over the table's:
+** rename(2), or a test's stand-in that fails on purpose. */
+extern int (*vlnPackRename)(const char* from, const char* to);
 
 }  // namespace vl

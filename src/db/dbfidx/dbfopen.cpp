@@ -174,7 +174,15 @@ bool bind_table(var* self, DbfState* s, Failure* f)
   s->fieldvars = new var*[s->fieldcount > 0 ? s->fieldcount : 1]();
   if (dbf_is_excl(s) && !dbf_is_ro(s) && vlnDbfWriteBehind) s->wbuf = new uint8_t[kWriteBehindCap];
   if (s->lk.status & DBF_ST_INSPECT) return true;
-  if (vlnAnnounceAlias(self, s->filename, s->alias) < 0) {
+  int bound = vlnAnnounceAlias(self, s->filename, s->alias);
+  if (bound >= 0 && !vlnObjectLocateArea(self)) {
+    // A file named like an area letter ("h.dbf") cannot lend its name as
+    // the alias: the table gets the name with "_" behind it ("H_").
+    char name[sizeof s->alias + 2];
+    std::snprintf(name, sizeof name, "%s_", s->alias);
+    bound = vlnAnnounceAlias(self, name, s->alias);
+  }
+  if (bound < 0) {
     fail(f, VL_E_ILLEGAL_ALIAS, VL_SEV_RUNTIME, "%s", s->filename);
     return false;
   }
@@ -275,10 +283,11 @@ void free_buffers(DbfState* s)
   delete[] s->recbuf;
   delete[] s->backup;
   delete[] s->wbuf;
+  delete[] s->rabuf;
   s->fields = nullptr;
   s->fieldvars = nullptr;
   s->fieldvalid = nullptr;
-  s->recbuf = s->backup = s->wbuf = nullptr;
+  s->recbuf = s->backup = s->wbuf = s->rabuf = nullptr;
   s->fieldcount = 0;
 }
 
@@ -472,6 +481,7 @@ void diClearObject(DbfState* s)
   s->bufrec = 0;
   s->wbused = 0;
   s->wbfirst = 0;
+  s->rafirst = s->racount = s->ralast = 0;
   std::memset(s->hdr, 0, sizeof s->hdr);
   s->dbt_fd = -1;
   s->concurrency = 1;

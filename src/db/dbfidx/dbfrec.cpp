@@ -15,6 +15,14 @@
 ** call, memo write, PACK or ZAP, and before a record inside it is read, so
 ** the file always ends up with exactly the bytes the one-record write-back
 ** would have given it.  Shared tables never use it.
+**
+** Read-ahead.  A table opened exclusively that is read record after record
+** (each record read the neighbour of the one before, either way) reads a
+** run of up to kReadAheadCap bytes of records in one call and serves the
+** next reads from it; any other read reads its one record, so that jumping
+** about costs no more than before.  Nobody else writes the file, and every
+** record this open writes updates its copy in the run, so the run always
+** shows what the file holds.  Shared tables never use it.
 */
 #include <time.h>
 #include <unistd.h>
@@ -27,6 +35,7 @@
 namespace vl {
 
 int vlnDbfWriteBehind = 1;
+int vlnDbfReadAhead = 1;
 
 namespace {
 
@@ -34,10 +43,20 @@ constexpr time_t kSyncInterval = 11;  // seconds between two syncs of a table
 
 enum FlushResult { kWritten, kRefusedQuietly, kRefusedNoLock, kOutOfRange, kWriteFailed };
 
+/* Whether record n sits in the read-ahead run. */
+bool in_read_run(const DbfState* s, int32_t n) { return n >= s->rafirst && n < s->rafirst + s->racount; }
+
+/* Keep the read-ahead run's copy of record n equal to what is written. */
+void mirror_record(DbfState* s, int32_t n)
+{
+  if (in_read_run(s, n)) std::memcpy(s->rabuf + size_t(n - s->rafirst) * s->lk.reclen, s->recbuf, s->lk.reclen);
+}
+
 /* Write the buffer as record n, through the write-behind run if any. */
 bool write_record(DbfState* s, int32_t n)
 {
   const size_t rl = s->lk.reclen;
+  mirror_record(s, n);
   if (s->wbuf && rl <= kWriteBehindCap) {
     const int32_t inrun = int32_t(s->wbused / rl);
     if (s->wbused && n >= s->wbfirst && n < s->wbfirst + inrun) {
@@ -55,13 +74,58 @@ bool write_record(DbfState* s, int32_t n)
     s->wbused = rl;
     return true;
   }
-  return dbf_pwrite(s->lk.fd, s->recbuf, rl, dbf_recpos(s, n));
+  if (dbf_pwrite(s->lk.fd, s->recbuf, rl, dbf_recpos(s, n))) return true;
+  dbf_ra_drop(s);  // the run would show what the file did not take
+  return false;
 }
 
 /* Whether record n sits in the write-behind run. */
 bool in_run(const DbfState* s, int32_t n)
 {
   return s->wbused && n >= s->wbfirst && n < s->wbfirst + int32_t(s->wbused / s->lk.reclen);
+}
+
+/* Whether records first to first + count - 1 meet the write-behind run. */
+bool meets_run(const DbfState* s, int32_t first, int32_t count)
+{
+  return s->wbused && first < s->wbfirst + int32_t(s->wbused / s->lk.reclen) && s->wbfirst < first + count;
+}
+
+/* Whether reading record n continues reads record after record on an
+** exclusive table that may read ahead. */
+bool reads_in_turn(const DbfState* s, int32_t n)
+{
+  return s->ralast != 0 && (n == s->ralast + 1 || n == s->ralast - 1) && dbf_is_excl(s) && vlnDbfReadAhead &&
+         s->lk.reclen <= kReadAheadCap;
+}
+
+/* Fill the read-ahead run with the records from n on (forward) or up to n,
+** as many as fit and the table holds.  Pending writes among them go to
+** the file first.  A failed read leaves no run. */
+void fill_read_run(DbfState* s, int32_t n, bool forward)
+{
+  const int32_t fit = int32_t(kReadAheadCap / s->lk.reclen);
+  const int32_t first = forward ? n : (n > fit ? n - fit + 1 : 1);
+  const int32_t count = forward ? (s->lastrec - n < fit ? s->lastrec - n + 1 : fit) : n - first + 1;
+  if (!s->rabuf) s->rabuf = new uint8_t[kReadAheadCap];
+  dbf_ra_drop(s);
+  if (meets_run(s, first, count)) dbf_wb_flush(s);
+  if (!dbf_pread(s->lk.fd, s->rabuf, size_t(count) * s->lk.reclen, dbf_recpos(s, first))) return;
+  s->rafirst = first;
+  s->racount = count;
+}
+
+/* Read record n (at most the count) into the buffer. */
+void read_record(DbfState* s, int32_t n)
+{
+  const size_t rl = s->lk.reclen;
+  if (in_run(s, n)) dbf_wb_flush(s);
+  if (!in_read_run(s, n) && reads_in_turn(s, n)) fill_read_run(s, n, n > s->ralast);
+  s->ralast = n;
+  if (in_read_run(s, n))
+    std::memcpy(s->recbuf, s->rabuf + size_t(n - s->rafirst) * rl, rl);
+  else
+    dbf_pread(s->lk.fd, s->recbuf, rl, dbf_recpos(s, n));
 }
 
 /* flush_rec without reports: the caller reports after leaving its section. */
@@ -100,6 +164,7 @@ bool dbf_wb_flush(DbfState* s)
   if (!s->wbused) return true;
   const bool ok = dbf_pwrite(s->lk.fd, s->wbuf, s->wbused, dbf_recpos(s, s->wbfirst));
   s->wbused = 0;
+  if (!ok) dbf_ra_drop(s);  // the run would show what the file did not take
   return ok;
 }
 
@@ -145,8 +210,7 @@ int fetch_rec(var* self, int32_t n)
   }
   int result = 0;
   if (n <= s->lastrec) {
-    if (in_run(s, n)) dbf_wb_flush(s);
-    dbf_pread(s->lk.fd, s->recbuf, s->lk.reclen, dbf_recpos(s, n));
+    read_record(s, n);
     s->bufrec = s->recno = n;
   } else {
     diClrRecord(s);

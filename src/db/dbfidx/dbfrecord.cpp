@@ -132,9 +132,10 @@ var* _bb_dbfidx_append_me(int argc, var** argv)
 {
   var* self = argv[0];
   DbfState* s = dbf_state(self);
+  // NETERR() is set before any report: the error block may BREAK out of it.
   if (!dbf_is_open(s) || dbf_is_ro(s)) {
-    if (dbf_is_open(s)) dbf_error(self, "DbAppend()", VL_E_FILE_WRITE, VL_SEV_RUNTIME, diEM_dbfro, dbf_alias(s));
     vlnSetNeterr(1);
+    if (dbf_is_open(s)) dbf_error(self, "DbAppend()", VL_E_FILE_WRITE, VL_SEV_RUNTIME, diEM_dbfro, dbf_alias(s));
     return FALSE_VAR;
   }
   s->bof = s->eof = s->found = 0;
@@ -143,9 +144,9 @@ var* _bb_dbfidx_append_me(int argc, var** argv)
   local_wrlock2(&s->lk, "DbAppend()");
   const int r = add_record(self, s, release);
   local_rwulock2(&s->lk, "DbAppend()");
+  vlnSetNeterr(r != kAddOk);
   if (r == kAddTooBig)
     dbf_error(self, "DbAppend()", VL_E_ILLEGAL_VALUE, VL_SEV_RUNTIME, diEM_recno, long(s->lastrec + 1));
-  vlnSetNeterr(r != kAddOk);
   return set_lv(r == kAddOk);
 }
 

@@ -201,12 +201,13 @@ int dbt_create(const DbfState* s, const char* table, int perms)
 {
   char name[VLN_LOCK_NAME_SIZE];
   dbt_name(s, table, name, sizeof name);
-  const int fd = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, perms);
+  // Through the pool: the memo file may be open (and locked) here already.
+  const int fd = diOpenHandle(name, O_RDWR | O_CREAT | O_TRUNC, perms);
   if (fd < 0) return -1;
   uint8_t head[DBT_BLOCK] = {};
   dbf_put32(head, kFirstFree);
   const bool whole = dbf_pwrite(fd, head, sizeof head, 0);
-  close(fd);
+  diCloseHandle(fd);
   return whole ? 0 : -1;
 }
 

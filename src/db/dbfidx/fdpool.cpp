@@ -18,6 +18,10 @@
 ** Descriptors are close-on-exec, so that programs started by RUN never hold
 ** a table.  File rows are allocated one by one and never move, so that an
 ** area may point at its row.
+**
+** The file functions' handles (FOPEN, FCREATE, LOADLANG) are opens of the
+** pool too: the files layer's handle hooks point here from start-up, so a
+** program that FOPENs and FCLOSEs a table it has open keeps its locks.
 */
 #include <errno.h>
 #include <fcntl.h>
@@ -28,6 +32,8 @@
 #include <memory>
 #include <vector>
 
+#include "files.hpp"
+#include "kernel.h"
 #include "lockint.h"
 #include "vlerror.h"
 
@@ -40,6 +46,7 @@ struct FdRow {
   VlnFileNode* node = nullptr;
   int mode = 0;
   bool inUse = false;
+  bool handle = false;  // in use by the file functions, not by a table
 };
 
 constexpr mode_t kCreateMode = 0666;
@@ -68,16 +75,18 @@ void freeNode(VlnFileNode* node)
     if (n.get() == node) n.reset();
 }
 
-// A parked descriptor of the file open with mode, or -1.  A parked one of
-// another mode cannot serve: it only draws a warning.
-int diFindFreeFD(ino_t ino, dev_t dev, int mode)
+// A parked descriptor of the file open with mode, or -1.  One of another
+// mode cannot serve; a table's open is warned of a table's such descriptor
+// (a handle's mode says nothing about how the tables are opened).
+int diFindFreeFD(ino_t ino, dev_t dev, int mode, bool handle)
 {
   for (size_t i = 0; i < paxFDs.size(); ++i) {
     const FdRow& r = paxFDs[i];
     if (r.inUse || r.fd < 0 || r.node->dev != dev || r.node->ino != ino) continue;
     if (r.mode == mode) return static_cast<int>(i);
-    rt_error(VL_E_DEV_WARNING,
-             "using an additional file descriptor;for already opened file;since open mode differs");
+    if (!handle && !r.handle)
+      rt_error(VL_E_DEV_WARNING,
+               "using an additional file descriptor;for already opened file;since open mode differs");
   }
   return -1;
 }
@@ -96,29 +105,76 @@ int rowOf(int fd)
   return -1;
 }
 
-void takeRow(FdRow& row, const char* name, char* buffer)
+void takeRow(FdRow& row, const char* name, char* buffer, bool handle)
 {
   row.inUse = true;
+  row.handle = handle;
   ++row.node->opens;
   if (buffer) snprintf(buffer, VLN_LOCK_NAME_SIZE, "%s", name);
 }
 
-// Open a new descriptor and give it a row.
-int openNew(const char* name, char* buffer, int mode)
+// Take a parked row again, at position 0.
+int reuse(FdRow& row, const char* name, char* buffer, bool handle)
 {
-  const int fd = open(name, mode | O_CLOEXEC, kCreateMode);
+  lseek(row.fd, 0, SEEK_SET);
+  takeRow(row, name, buffer, handle);
+  return row.fd;
+}
+
+// End the open of a row in use.  With the file's last open, every
+// descriptor of the file closes and the rows are freed.
+int endOpen(FdRow& row)
+{
+  row.inUse = false;
+  VlnFileNode* node = row.node;
+  if (--node->opens > 0) {
+    if (row.fd < 0) row = FdRow{};
+    return 0;
+  }
+  int result = 0;
+  for (FdRow& r : paxFDs) {
+    if (r.node != node) continue;
+    if (r.fd >= 0 && close(r.fd) != 0) result = -1;
+    r = FdRow{};
+  }
+  freeNode(node);
+  return result;
+}
+
+// The kernel has handed out fd anew, so a row still naming it was closed
+// behind the pool's back (close(2) on a handle): forget the row, without
+// closing the number, which is now the new descriptor's.
+void forgetStale(int fd)
+{
+  const int i = rowOf(fd);
+  if (i < 0) return;
+  FdRow& row = paxFDs[i];
+  row.fd = -1;
+  if (row.inUse)
+    endOpen(row);
+  else
+    row = FdRow{};
+}
+
+// Open a new descriptor and give it a row.
+int openNew(const char* name, char* buffer, int mode, int perm, bool handle)
+{
+  const int fd = open(name, mode | O_CLOEXEC, perm);
   if (fd < 0) return -1;
   struct stat st;
   if (fstat(fd, &st) != 0) {
+    const int err = errno;
     close(fd);
+    errno = err;
     return -1;
   }
+  forgetStale(fd);
   VlnFileNode* node = nodeFor(st.st_dev, st.st_ino, name);
   FdRow& row = freeRow();
   row.fd = fd;
   row.node = node;
   row.mode = mode;
-  takeRow(row, name, buffer);
+  takeRow(row, name, buffer, handle);
   return fd;
 }
 
@@ -136,24 +192,31 @@ const char* vl::fdpoolNameOf(int fd)
   return node ? node->name.c_str() : nullptr;
 }
 
+// The child holds no locks yet, so closing what it inherited costs it
+// nothing; its handles stay open, as plain descriptors would.
 void vl::fdpoolDropAfterFork()
 {
-  for (const FdRow& r : paxFDs)
+  for (auto& n : paxNodes)
+    if (n) n->opens = n->Read = n->Write = 0;
+  for (FdRow& r : paxFDs) {
+    if (r.inUse && r.handle) {
+      ++r.node->opens;
+      continue;
+    }
     if (r.fd >= 0) close(r.fd);
-  paxFDs.clear();
-  paxNodes.clear();
+    r = FdRow{};
+  }
+  for (auto& n : paxNodes)
+    if (n && n->opens == 0) n.reset();
 }
 
 int vl::diOpenFile(const char* name, char* buffer, int mode)
 {
   struct stat st;
   if (!name || !*name || stat(name, &st) != 0) return -1;
-  const int parked = diFindFreeFD(st.st_ino, st.st_dev, mode);
-  if (parked < 0) return openNew(name, buffer, mode);
-  FdRow& row = paxFDs[parked];
-  lseek(row.fd, 0, SEEK_SET);
-  takeRow(row, name, buffer);
-  return row.fd;
+  const int parked = diFindFreeFD(st.st_ino, st.st_dev, mode, false);
+  if (parked < 0) return openNew(name, buffer, mode, kCreateMode, false);
+  return reuse(paxFDs[parked], name, buffer, false);
 }
 
 int vl::diCloseFile(int fd)
@@ -165,15 +228,36 @@ int vl::diCloseFile(int fd)
     errno = EBADF;
     return -1;
   }
-  row.inUse = false;
-  VlnFileNode* node = row.node;
-  if (--node->opens > 0) return 0;
-  int result = 0;
-  for (FdRow& r : paxFDs) {
-    if (r.node != node) continue;
-    if (close(r.fd) != 0) result = -1;
-    r = FdRow{};
+  return endOpen(row);
+}
+
+int vl::diOpenHandle(const char* path, int flags, int perm)
+{
+  flags &= ~O_CLOEXEC;
+  const bool exclusive = (flags & (O_CREAT | O_EXCL)) == (O_CREAT | O_EXCL);
+  struct stat st;
+  if (exclusive || stat(path, &st) != 0) return openNew(path, nullptr, flags, perm, true);
+  const int parked = diFindFreeFD(st.st_ino, st.st_dev, flags, true);
+  if (parked < 0) return openNew(path, nullptr, flags, perm, true);
+  FdRow& row = paxFDs[parked];
+  if ((flags & O_TRUNC) && ftruncate(row.fd, 0) != 0) return -1;
+  return reuse(row, path, nullptr, true);
+}
+
+int vl::diCloseHandle(int fd)
+{
+  const int i = rowOf(fd);
+  if (i < 0) return close(fd);
+  FdRow& row = paxFDs[i];
+  if (!row.inUse || !row.handle) {  // given back already, or a table's
+    errno = EBADF;
+    return -1;
   }
-  freeNode(node);
-  return result;
+  return endOpen(row);
+}
+
+VLN_INIT(fdpool, 10)
+{
+  vlnHandleOpen = diOpenHandle;
+  vlnHandleClose = diCloseHandle;
 }

@@ -65,6 +65,9 @@ TEST_F(Fields, EveryTypeIsWrittenAndReadBack)
       {2, "-1.5", "-1.50", "FIELDGET(%d)", "-1.50"},
       {2, ".T.", " 1.00", "FIELDGET(%d)", "1.00"},
       {2, "123.45", "     ", "FIELDGET(%d)", "0.00", 205},
+      {2, "0.125", " 0.12", "FIELDGET(%d)", "0.12"},  // a tie: half to even
+      {2, "2.675", " 2.67", "FIELDGET(%d)", "2.67"},  // just below the half in binary
+      {2, "-0.001", "-0.00", "FIELDGET(%d) == 0", ".T."},
       {3, "42", "      42", "FIELDGET(%d)", "42"},
       {4, "12.5", "      12.5", "FIELDGET(%d) == 12.5", ".T."},
       {4, "12345678901", "1.2346e+10", "FIELDGET(%d) == 12346000000", ".T."},

@@ -1,0 +1,181 @@
+// PACK and ZAP of the DBF driver: what the new files hold, the refusals,
+// and swaps that fail half-way (also with a BREAK out of the report), after
+// which the table must be byte for byte what it was.
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+
+#include "dbfint.hpp"
+#include "vltest.h"
+
+namespace {
+
+using vltest::expect_rows;
+using Names = std::set<std::string>;
+
+// Numbers 1..6 with memos; 2 and 5 deleted; the memo of 1 rewritten longer
+// (which abandons its first block), that of 4 above 64 KiB.
+constexpr const char* kSetup[] = {
+    "DBCREATE('@t', {{'N','N',3,0}, {'M','M',10,0}, {'W','C',300,0}}), DBUSEAREA(.T., , '@t', , .F.)",
+    "AEVAL({'a', '', REPLICATE('b', 600), REPLICATE('c', 70000), 'd', ''}, "
+    "{|m, i| DBAPPEND(), FIELDPUT(1, i), FIELDPUT(2, m), FIELDPUT(3, 'w' + STR(i, 1))})",
+    "DBGOTO(1), FIELDPUT(2, REPLICATE('a', 1500)), DBGOTO(2), DBDELETE(), DBGOTO(5), DBDELETE(), DBCOMMIT()",
+};
+
+class Pack : public vltest::VlTest {
+ protected:
+  void SetUp() override
+  {
+    VlTest::SetUp();
+    for (const char* e : kSetup) run(e);
+  }
+  void TearDown() override
+  {
+    vl::vlnPackRename = ::rename;
+    run("DBCLOSEALL()");
+    EXPECT_TRUE(our_locks().empty());
+    VlTest::TearDown();
+  }
+  // One row, with '@' standing for the scratch directory and a slash.
+  void run(std::string expr, const char* want = nullptr) const
+  {
+    for (size_t at; (at = expr.find('@')) != std::string::npos;) expr.replace(at, 1, dir_.path() + "/");
+    expect_rows({{expr.c_str(), want}});
+  }
+  Names names() const
+  {
+    Names out;
+    for (const auto& e : std::filesystem::directory_iterator(dir_.path())) out.insert(e.path().filename());
+    return out;
+  }
+  struct stat info(const char* name) const
+  {
+    struct stat st{};
+    stat((dir_ / name).c_str(), &st);
+    return st;
+  }
+  // The inodes on which this process holds POSIX locks.
+  static Names our_locks()
+  {
+    std::ifstream in("/proc/locks");
+    Names out;
+    for (std::string num, kind, adv, type, pid, dev, rest; in >> num >> kind >> adv >> type >> pid >> dev;) {
+      std::getline(in, rest);
+      if (pid == std::to_string(getpid())) out.insert(dev.substr(dev.rfind(':') + 1));
+    }
+    return out;
+  }
+  vltest::TempDir dir_;
+};
+
+size_t word(const std::string& b, size_t at) { return vl::dbf_get32(reinterpret_cast<const uint8_t*>(b.data() + at)); }
+
+TEST_F(Pack, PackKeepsLiveRecordsInOrderWithTheirMemos)
+{
+  ASSERT_EQ(chmod((dir_ / "t.dbf").c_str(), 0664), 0);  // wider than the umask lets a new file be
+  ASSERT_EQ(chmod((dir_ / "t.dbt").c_str(), 0606), 0);
+  const ino_t before = info("t.dbf").st_ino;
+  expect_rows({
+      {"DBGOTO(3), __DBPACK()", ".T."},
+      {"{LASTREC(), RECNO(), DELETED()}", "{4, 1, .F.}"},
+      {"a := {}, DBEVAL({|| AADD(a, {FIELDGET(1), IIF(FIELDGET(1) == 4, 0, LEN(FIELDGET(2))), "
+       "TRIM(FIELDGET(3))})}), a", "{{1, 1500, w1}, {3, 600, w3}, {4, 0, w4}, {6, 0, w6}}"},
+  });
+  // Memo blocks 1-3, 4-5 and 6-142 (70000 bytes and a 0x1A); none for 6.
+  // The old memo file had 145 blocks.
+  const std::string dbf = dir_.read("t.dbf"), dbt = dir_.read("t.dbt");
+  const size_t hdr = word(dbf, 8) & 0xFFFF, rl = word(dbf, 10) & 0xFFFF;
+  EXPECT_EQ(dbf.size(), hdr + 4 * rl);
+  EXPECT_EQ(dbf.substr(hdr + 2 * rl + 4, 10), "         6");
+  EXPECT_EQ(dbf.substr(hdr + 3 * rl + 4, 10), std::string(10, ' '));
+  EXPECT_EQ(word(dbt, 0), 143u);
+  EXPECT_EQ(dbt.size(), 143u * 512);
+  EXPECT_TRUE(dbt.substr(6 * 512, 70001) == std::string(70000, 'c') + '\x1A');
+  EXPECT_NE(info("t.dbf").st_ino, before);
+  EXPECT_EQ(info("t.dbf").st_mode & 07777, 0664u);
+  EXPECT_EQ(info("t.dbt").st_mode & 07777, 0606u);
+  EXPECT_EQ(names(), (Names{"t.dbf", "t.dbt"}));
+}
+
+TEST_F(Pack, ZapLeavesTheHeaderAndAnEmptyMemoFile)
+{
+  const std::string old = dir_.read("t.dbf");
+  const size_t hdr = word(old, 8) & 0xFFFF;
+  expect_rows({
+      {"__DBZAP()", ".T."},
+      {"{LASTREC(), EOF(), BOF()}", "{0, .T., .T.}"},
+      {"DBAPPEND(), FIELDPUT(2, 'z'), FIELDPUT(3, 'x'), DBCOMMIT(), LASTREC()", "1"},
+  });
+  run("DBCLOSEAREA(), DBUSEAREA(.T., , '@t', , .F.), __DBZAP()", ".T.");
+  const std::string dbf = dir_.read("t.dbf");
+  ASSERT_EQ(dbf.size(), hdr);
+  EXPECT_EQ(dbf.substr(32), old.substr(32, hdr - 32));  // fields carried over, C 300 too
+  EXPECT_EQ(dir_.read("t.dbt"), std::string("\x01\0\0\0", 4) + std::string(508, '\0'));
+  // Refused on a shared table, and on a read-only one.
+  run("DBCLOSEAREA(), DBUSEAREA(.T., , '@t', , .T.), __DBPACK()", "#322 .F.");
+  expect_rows({{"__DBZAP()", "#322 .F."}});
+  run("DBCLOSEAREA(), DBUSEAREA(.T., , '@t', , .F., .T.), __DBZAP()", "#104 .F.");
+}
+
+int g_renames = 0, g_fail_at = 0;
+int failing_rename(const char* from, const char* to) { return ++g_renames == g_fail_at ? -1 : ::rename(from, to); }
+
+// A failure in each step that can fail once the new files exist: the
+// memo's rename, the table's (the memo moved in already), and a write of
+// the new memo file stopped by the file size limit (fail_at 0).
+TEST_F(Pack, AFailedSwapLeavesTheTableAsItWas)
+{
+  struct rlimit saved;
+  getrlimit(RLIMIT_FSIZE, &saved);
+  const struct rlimit small = {2048, saved.rlim_max};
+  for (int fail_at : {1, 2, 0}) {
+    SCOPED_TRACE(fail_at);
+    const std::string dbf = dir_.read("t.dbf"), dbt = dir_.read("t.dbt");
+    g_renames = 0, g_fail_at = fail_at;
+    vl::vlnPackRename = failing_rename;
+    if (fail_at == 0) signal(SIGXFSZ, SIG_IGN), setrlimit(RLIMIT_FSIZE, &small);
+    expect_rows({{"__DBPACK()", "#101 .F."}});
+    setrlimit(RLIMIT_FSIZE, &saved), signal(SIGXFSZ, SIG_DFL);
+    EXPECT_TRUE(reported(101, "Pack();cannot open tmp file"));
+    EXPECT_TRUE(dir_.read("t.dbf") == dbf && dir_.read("t.dbt") == dbt);  // quiet when not
+    EXPECT_EQ(names(), (Names{"t.dbf", "t.dbt"}));
+    expect_rows({{"DBGOTO(3), {LASTREC(), LEN(FIELDGET(2))}", "{6, 600}"}});
+  }
+}
+
+var* breaking_block(int argc, var** argv, var**) { return _bb_break(argc, argv); }
+
+// BEGIN SEQUENCE; __DBPACK(); RECOVER USING e; END: e.
+var* guarded_pack(int argc, var** argv)
+{
+  VL_BEGIN("app", "guarded");
+  var* e = VL_LOCAL('U');
+  VL_BEGIN_SEQUENCE
+    VL_STMT(_bb___dbpack(0, nullptr));
+  VL_RECOVER(e)
+  VL_END_SEQUENCE;
+  VL_RETURN(e);
+}
+
+TEST_F(Pack, ABreakOutOfAFailedPackLeavesNoLockAndAWorkingTable)
+{
+  vln_error_handler = vln_default_error_handler;  // through the error block
+  var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(breaking_block), 1, static_cast<var*>(nullptr));
+  _bb_errorblock(1, &block);
+  g_renames = 0, g_fail_at = 2;
+  vl::vlnPackRename = failing_rename;
+  EXPECT_EQ(vl_call(guarded_pack, {})->Type, 'O');
+  EXPECT_EQ(our_locks(), Names{std::to_string(info("t.dbf").st_ino)});  // the table's USE lock alone
+  sigset_t now;
+  sigprocmask(SIG_BLOCK, nullptr, &now);
+  EXPECT_FALSE(sigismember(&now, SIGINT));  // the break gate is open again
+  vl::vlnPackRename = ::rename;
+  expect_rows({{"__DBPACK(), DBGOBOTTOM(), {LASTREC(), FIELDGET(1)}", "{4, 6}"}});
+}
+
+}  // namespace
