@@ -43,7 +43,6 @@ namespace {
 
 constexpr int kReadOnly = 1, kExclusive = 2, kDeleted = 4, kBreak = 8, kTwice = 16;
 constexpr size_t kPrefix = 3;
-constexpr int kMaxSteps = 4096;  // moves of one walk; inputs are smaller than this
 constexpr size_t kShown = 512;   // room for a field value as text
 
 std::string dir;  // the scratch directory, the current directory from start()
@@ -132,20 +131,27 @@ void read_record()
   _bb_deleted(0, nullptr);
 }
 
-// Walk from one end to the other in steps of step, reading as it goes.
-void walk(int32_t step)
+// Walk from one end to the other in steps of step, reading as it goes.  A
+// walk ends within the record count and two more steps; one that does not
+// is a hang, unless reports BREAK (a BREAK out of every SKIP moves nothing).
+void walk(int32_t step, bool breaking)
 {
-  for (int i = 0; i < kMaxSteps; ++i) {
+  const int32_t most = vlnIntVar(_bb_lastrec(0, nullptr)) + 2;
+  for (int32_t i = 0; i < most; ++i) {
     const int32_t mark = tmpvar_cnt;
     bool end = false;
+    statement(read_record);
     statement([&] {
-      read_record();
       var* count = set_Iv(step);
       _bb_dbskip(1, &count);
       end = truth(step > 0 ? _bb_eof(0, nullptr) : _bb_bof(0, nullptr));
     });
     del_tmpvars(mark);
     if (end) return;
+  }
+  if (!breaking) {
+    std::fprintf(stderr, "fuzz_dbf: a walk by %d did not end\n", step);
+    abort();
   }
 }
 
@@ -178,9 +184,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
   if (mode & kTwice) statement([&] { use(mode); });
   if (truth(_bb_used(0, nullptr))) {
     statement([] { _bb_dbgotop(0, nullptr); });
-    walk(1);
+    walk(1, mode & kBreak);
     statement([] { _bb_dbgobottom(0, nullptr); });
-    walk(-1);
+    walk(-1, mode & kBreak);
   }
   statement([] { _bb_dbcloseall(0, nullptr); });
   vln_fn_end(&f, 'U');
