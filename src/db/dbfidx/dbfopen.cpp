@@ -19,9 +19,10 @@
 ** that BREAKs leaves no descriptor, lock or half-made state behind.
 **
 ** A header is refused (326) when it is shorter than 32 bytes, its version
-** is not one of ours, its header length is below 65 or beyond the file,
-** its count promises more records than the file holds, a field has length
-** 0, or the fields do not fit in the record length.  A field of an unknown
+** is not one of ours, its header length is below 33 (that of a table
+** without fields) or beyond the file, its count promises more records than
+** the file holds, a field has no name or length 0, or the fields do not
+** fit in the record length.  A field of an unknown
 ** type is reported (204) after the open, which proceeds: that field is
 ** simply not announced.
 */
@@ -55,7 +56,7 @@ namespace {
 
 constexpr char kModule[] = "dbfopen";
 constexpr int kTextSize = 300;
-constexpr int kMinHeader = DBF_HEADER_SIZE + DBF_FIELD_SIZE + 1;
+constexpr int kMinHeader = DBF_HEADER_SIZE + 1; /* no fields: the 0x0D alone */
 constexpr int kOctalBase = 8;
 constexpr uint8_t kDbase4 = 0x8B;
 constexpr uint8_t kFox = 0xF5;
@@ -117,8 +118,8 @@ bool decode_fields(DbfState* s, const uint8_t* header, Failure* f)
     fd.len = fd.type == 'C' ? uint32_t(d[16] | d[17] << 8) : d[16];
     fd.dec = fd.type == 'C' ? 0 : d[17];
     fd.offset = offset;
-    if (fd.len == 0) {
-      fail_header(f, s->filename, "field %ld has length 0", i + 1);
+    if (k == 0 || fd.len == 0) {  // a nameless field could never be retired by its name
+      fail_header(f, s->filename, k == 0 ? "field %ld has no name" : "field %ld has length 0", i + 1);
       return false;
     }
     offset += fd.len;
@@ -142,7 +143,7 @@ bool read_header(DbfState* s, Failure* f)
   s->lk.headerlen = dbf_get16(s->hdr + DBF_OFF_HDRLEN);
   s->lk.reclen = dbf_get16(s->hdr + DBF_OFF_RECLEN);
   const uint32_t count = dbf_get32(s->hdr + DBF_OFF_COUNT);
-  if (s->lk.headerlen < kMinHeader - DBF_FIELD_SIZE || off_t(s->lk.headerlen) > sb.st_size) {
+  if (s->lk.headerlen < kMinHeader || off_t(s->lk.headerlen) > sb.st_size) {
     fail_header(f, s->filename, "header length %ld, file length %ld", long(s->lk.headerlen), long(sb.st_size));
     return false;
   }
@@ -290,11 +291,14 @@ void free_buffers(DbfState* s)
   s->fieldcount = 0;
 }
 
-/* Retire the field records (memo texts are the driver's to free). */
+/* Retire the field records (memo texts are the driver's to free).  A
+** retirement by name takes this object's record announced last under that
+** name, so the fields go in reverse order: two fields whose names are the
+** same (as the language sees names) then each retire their own record. */
 void retire_fields(var* self, DbfState* s)
 {
   if (s->lk.status & DBF_ST_INSPECT) return;
-  for (uint16_t i = 0; i < s->fieldcount; ++i) {
+  for (uint16_t i = s->fieldcount; i-- > 0;) {
     var* v = s->fieldvars ? s->fieldvars[i] : nullptr;
     if (!v) continue;
     if (s->fields[i].type == 'M' && v->Value.w1.str) {

@@ -1,0 +1,209 @@
+// fuzz_dbf.cpp -- feeds arbitrary table and memo files to the DBF driver's
+// open and read paths.
+//
+// An input is
+//
+//   OFFSET  SIZE  MEANING
+//   0       1     mode bits: 1 read-only, 2 exclusive, 4 SET DELETED ON,
+//                 8 a report BREAKs (as an error block that breaks would),
+//                 16 the table is opened a second time, in another area
+//   1       2     n, the length of the table file, little-endian (cut to
+//                 what the input holds)
+//   3       n     the table file, t.dbf
+//   3+n     ...   the memo file, t.dbt; none when this part is empty
+//
+// Each input is written to a scratch directory, opened with DBUSEAREA,
+// walked forward and backward with DBSKIP reading every field of every
+// record and turning it into text as ? does, and closed.  A BREAK lands after the statement it left, as a
+// BEGIN SEQUENCE around each statement would.  After each input nothing of
+// it may remain: no work area, no open descriptor, no blocked break
+// signal; a remainder aborts, so that libFuzzer keeps the input.
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <climits>
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "areas.h"
+#include "dbfidx.h"
+#include "facade.h"
+#include "kernel.hpp"
+#include "switches.hpp"
+#include "vartostr.hpp"
+#include "vl.h"
+
+namespace {
+
+constexpr int kReadOnly = 1, kExclusive = 2, kDeleted = 4, kBreak = 8, kTwice = 16;
+constexpr size_t kPrefix = 3;
+constexpr size_t kShown = 512;   // room for a field value as text
+
+std::string dir;  // the scratch directory, the current directory from start()
+
+void ignore_error(const VlnErrReport*) {}
+
+// A report while breaking: leave for the innermost landing, as an error
+// block that BREAKs does.
+void break_error(const VlnErrReport*)
+{
+  if (glob_sequencebuf) longjmp(*glob_sequencebuf, 1);
+}
+
+// Descriptors of this process open on files in the scratch directory.
+int open_descriptors()
+{
+  DIR* d = opendir("/proc/self/fd");
+  int n = 0;
+  while (const dirent* e = readdir(d)) {
+    char link[64], target[PATH_MAX];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%s", e->d_name);
+    const ssize_t len = readlink(link, target, sizeof target - 1);
+    n += len > 0 && size_t(len) > dir.size() && std::strncmp(target, dir.c_str(), dir.size()) == 0;
+  }
+  closedir(d);
+  return n;
+}
+
+void start()
+{
+  static bool started = false;
+  if (started) return;
+  started = true;
+  vln_start(0, nullptr);
+  // In memory where there is a tmpfs: a close syncs the files it wrote.
+  char shm[] = "/dev/shm/fuzzdbfXXXXXX", tmp[] = "/tmp/fuzzdbfXXXXXX";
+  const char* made = mkdtemp(shm);
+  dir = made ? made : mkdtemp(tmp);
+  if (chdir(dir.c_str()) != 0) abort();
+  atexit([] {
+    unlink("t.dbf");
+    unlink("t.dbt");
+    rmdir(dir.c_str());
+  });
+}
+
+void write_file(const char* name, const uint8_t* data, size_t size)
+{
+  const int fd = open(name, O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  if (fd < 0 || write(fd, data, size) != ssize_t(size)) abort();
+  close(fd);
+}
+
+// Run one statement of the function whose frame is top as inside BEGIN
+// SEQUENCE ... END: a BREAK out of it lands here, puts the frames back as
+// they were, and the next statement runs.
+frame* top = nullptr;
+
+template <class Statement>
+void statement(Statement&& body)
+{
+  jmp_buf landing;
+  jmp_buf* const outer = glob_sequencebuf;
+  const int32_t nesting = alreadyin;
+  glob_sequencebuf = &landing;
+  if (setjmp(landing) == 0) {
+    body();
+  } else {
+    vln_after_break(top);
+    alreadyin = nesting;
+  }
+  glob_sequencebuf = outer;
+}
+
+bool truth(var* v) { return v->Type == 'L' && vlnLogVar(v); }
+
+// Read every field of the current record.
+void read_record()
+{
+  const int32_t n = vlnIntVar(_bb_fcount(0, nullptr));
+  for (int32_t i = 1; i <= n; ++i) {
+    var* arg = set_Iv(i);
+    char text[kShown];
+    vl::vartostr(_bb_fieldget(1, &arg), text, sizeof text);
+  }
+  _bb_deleted(0, nullptr);
+}
+
+// Walk from one end to the other in steps of step, reading as it goes.  A
+// walk ends within the record count and two more steps; one that does not
+// is a hang, unless reports BREAK (a BREAK out of every SKIP moves nothing).
+void walk(int32_t step, bool breaking)
+{
+  const int32_t most = vlnIntVar(_bb_lastrec(0, nullptr)) + 2;
+  for (int32_t i = 0; i < most; ++i) {
+    const int32_t mark = tmpvar_cnt;
+    bool end = false;
+    statement(read_record);
+    statement([&] {
+      var* count = set_Iv(step);
+      _bb_dbskip(1, &count);
+      end = truth(step > 0 ? _bb_eof(0, nullptr) : _bb_bof(0, nullptr));
+    });
+    del_tmpvars(mark);
+    if (end) return;
+  }
+  if (!breaking) {
+    std::fprintf(stderr, "fuzz_dbf: a walk by %d did not end\n", step);
+    abort();
+  }
+}
+
+void use(int mode)
+{
+  var* args[] = {TRUE_VAR, NIL_VAR, set_Cvar(cre_tmpvar(), "t", -1), NIL_VAR,
+                 mode & kExclusive ? FALSE_VAR : TRUE_VAR, mode & kReadOnly ? TRUE_VAR : FALSE_VAR};
+  _bb_dbusearea(6, args);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+  start();
+  if (size < kPrefix) return 0;
+  const int mode = data[0];
+  size_t n = size_t(data[1] | data[2] << 8);
+  if (n > size - kPrefix) n = size - kPrefix;
+  unlink("t.dbt");
+  write_file("t.dbf", data + kPrefix, n);
+  if (size > kPrefix + n) write_file("t.dbt", data + kPrefix + n, size - kPrefix - n);
+  vln_error_handler = mode & kBreak ? break_error : ignore_error;
+  vl::flags[VL_FLAG_DELETED] = mode & kDeleted ? 1 : 0;
+
+  frame f;
+  vln_fn_start(&f, "fuzz", "fuzz", 1, 0);
+  top = &f;
+  statement([&] { use(mode); });
+  if (mode & kTwice) statement([&] { use(mode); });
+  if (truth(_bb_used(0, nullptr))) {
+    statement([] { _bb_dbgotop(0, nullptr); });
+    walk(1, mode & kBreak);
+    statement([] { _bb_dbgobottom(0, nullptr); });
+    walk(-1, mode & kBreak);
+  }
+  statement([] { _bb_dbcloseall(0, nullptr); });
+  vln_fn_end(&f, 'U');
+  del_tmpvars(0);
+  alreadyin = 0;
+
+  sigset_t blocked;
+  sigprocmask(SIG_BLOCK, nullptr, &blocked);
+  const char* left = vlnWAHead                           ? "a work area"
+                     : glob_sequencebuf                  ? "a landing"
+                     : sigismember(&blocked, SIGINT)     ? "breaks disabled"
+                     : open_descriptors() != 0           ? "a descriptor"
+                                                         : nullptr;
+  if (left) {
+    std::fprintf(stderr, "fuzz_dbf: the input left %s behind\n", left);
+    system("ls -l /proc/$PPID/fd >&2");
+    abort();
+  }
+  return 0;
+}
