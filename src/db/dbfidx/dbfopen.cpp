@@ -54,7 +54,6 @@ using namespace vl;
 
 namespace {
 
-constexpr char kModule[] = "dbfopen";
 constexpr int kTextSize = 300;
 constexpr int kMinHeader = DBF_HEADER_SIZE + 1; /* no fields: the 0x0D alone */
 constexpr int kOctalBase = 8;

@@ -18,8 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "dbfint.hpp"
-#include "vltest.h"
+#include "dbftest.h"
 
 namespace {
 
@@ -30,7 +29,6 @@ constexpr int kHeaderLen = vl::DBF_HEADER_SIZE + kFields * vl::DBF_FIELD_SIZE + 
 constexpr int kNameLen = 5;
 constexpr int kRecLen = 1 + kNameLen + vl::DBF_MEMO_LEN;
 constexpr int kLongMemo = 600;  // spans blocks 1 and 2
-constexpr int kWatchdogSecs = 30;
 
 // The good table t.dbf/t.dbt: NAME C 5 and NOTE M; record 1's memo is
 // kLongMemo 'm's at block 1, record 2's "short" at block 3.
@@ -178,18 +176,6 @@ std::string drain(int fd)
   return all;
 }
 
-// Wait for a child, which must end in time.
-void reap(pid_t pid)
-{
-  int status = 0;
-  for (int waited = 0; waited < kWatchdogSecs * 100 && waitpid(pid, &status, WNOHANG) == 0; ++waited) usleep(10000);
-  if (waitpid(pid, &status, WNOHANG) == 0) {
-    kill(pid, SIGKILL);
-    waitpid(pid, &status, 0);
-    ADD_FAILURE() << "a child process did not end";
-  }
-}
-
 // attempt() in a child that drops to "nobody" first if it runs as root.
 std::string attempt_unprivileged(const Case& c)
 {
@@ -207,51 +193,24 @@ std::string attempt_unprivileged(const Case& c)
   close(out[1]);
   const std::string said = drain(out[0]);
   close(out[0]);
-  reap(pid);
+  vltest::reap(pid);
   return said;
 }
 
 // attempt() while a child holds the table open exclusively.
 std::string attempt_while_held(const Case& c)
 {
-  int ready[2], hold[2];
-  if (pipe(ready) != 0 || pipe(hold) != 0) return "no pipe";
-  const pid_t pid = fork();
-  if (pid == 0) {
-    close(ready[0]);
-    close(hold[1]);
-    const char* ok = vlnLogVar(exp_eval("DBUSEAREA(.T., , 't', , .F.)")) ? "1" : "0";
-    if (write(ready[1], ok, 1)) {}
-    char b;
-    if (read(hold[0], &b, 1)) {}  // until the parent closes its end
-    _exit(0);
-  }
-  close(ready[1]);
-  close(hold[0]);
-  char held = '0';
-  if (read(ready[0], &held, 1)) {}
-  const std::string said = held == '1' ? attempt(c) : "the other process could not open the table";
-  close(hold[1]);
-  close(ready[0]);
-  reap(pid);
-  return said;
+  const vltest::Holder holder([] { exp_eval("DBUSEAREA(.T., , 't', , .F.)"); });
+  return attempt(c);
 }
 
-class BadFile : public vltest::VlTest {
+class BadFile : public dbftest::InDir {
  protected:
   void SetUp() override
   {
-    VlTest::SetUp();
+    InDir::SetUp();
     fs::permissions(dir_.path(), fs::perms(0755));  // the unprivileged child reads it too
-    ASSERT_EQ(chdir(dir_.path().c_str()), 0);
   }
-  void TearDown() override
-  {
-    ASSERT_EQ(chdir(home_.c_str()), 0);
-    VlTest::TearDown();
-  }
-  vltest::TempDir dir_;
-  std::string home_ = fs::current_path().string();
 };
 
 // Lines of text.
