@@ -158,31 +158,15 @@ std::string escaped(const std::string& text)
 {
   std::string out;
   for (unsigned char c : text) {
-    if (c == '\\') {
-      out += "\\\\";
-    } else if (c < 0x20 || c > 0x7e) {
-      char hex[5];
-      std::snprintf(hex, sizeof hex, "\\x%02x", c);
-      out += hex;
-    } else {
-      out += static_cast<char>(c);
-    }
+    char hex[5];
+    std::snprintf(hex, sizeof hex, "\\x%02x", c);
+    out += c == '\\' ? "\\\\" : c < 0x20 || c > 0x7e ? hex : std::string(1, char(c));
   }
   return out;
 }
 
-std::string rtrim(std::string s)
-{
-  s.erase(s.find_last_not_of(' ') + 1);
-  return s;
-}
-
-std::string canon_number(double d)
-{
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%.17g", d);
-  return buf;
-}
+std::string rtrim(std::string s) { return s.erase(s.find_last_not_of(' ') + 1); }
+std::string canon_number(double d) { char buf[32]; return std::string(buf, std::snprintf(buf, sizeof buf, "%.17g", d)); }
 
 // The text a number field holds: N as "%*.*f", F as "%*.*g" with the
 // precision lowered until it fits; "" (blanks) when nothing fits.
@@ -337,21 +321,16 @@ INSTANTIATE_TEST_SUITE_P(Readers, DriverWrites,
 
 // ---- The other way: the driver reads what outside writers made. ----
 
-struct Expected {
-  std::string path;
-  std::vector<Field> fields;
-  std::vector<std::pair<bool, std::vector<std::string>>> recs;
-};
-
-std::vector<Expected> parse_expectations(const std::string& text)
+// The tables of an expectation file, each named by its path.
+std::vector<Table> parse_expectations(const std::string& text)
 {
-  std::vector<Expected> out;
+  std::vector<Table> out;
   std::istringstream in(text);
   for (std::string line; std::getline(in, line);) {
     const std::string key = line.substr(0, line.find(' '));
     const std::string rest = line.size() > key.size() ? line.substr(key.size() + 1) : "";
     if (key == "table") {
-      out.push_back({rest, {}, {}});
+      out.push_back({rest, "", {}, {}});
     } else if (key == "field") {
       std::istringstream f(rest);
       Field field;
@@ -360,7 +339,7 @@ std::vector<Expected> parse_expectations(const std::string& text)
     } else if (key == "rec") {
       out.back().recs.push_back({rest == "1", {}});
     } else if (key == "val") {
-      out.back().recs.back().second.push_back(rest);
+      out.back().recs.back().cells.push_back(rest);
     }
   }
   return out;
@@ -386,11 +365,11 @@ std::string without_block(const Field& f, const std::string& value)
   return f.type == 'M' ? value.substr(value.find(':')) : value;
 }
 
-void check_table(const Expected& t)
+void check_table(const Table& t)
 {
-  SCOPED_TRACE(t.path);
+  SCOPED_TRACE(t.name);
   const int32_t mark = tmpvar_cnt;
-  ASSERT_TRUE(open_table(t.path, true));
+  ASSERT_TRUE(open_table(t.name, true));
   EXPECT_EQ(vlnNumVar(call(_bb_fcount, {})), static_cast<double>(t.fields.size()));
   EXPECT_EQ(vlnNumVar(call(_bb_lastrec, {})), static_cast<double>(t.recs.size()));
   for (size_t i = 0; i < t.fields.size(); ++i)
@@ -399,10 +378,10 @@ void check_table(const Expected& t)
         << t.fields[i].name;
   for (size_t r = 0; r < t.recs.size(); ++r) {
     call(_bb_dbgoto, {set_nv(static_cast<double>(r + 1), 0)});
-    EXPECT_EQ(vlnLogVar(call(_bb_deleted, {})), t.recs[r].first) << "record " << r + 1;
+    EXPECT_EQ(vlnLogVar(call(_bb_deleted, {})), t.recs[r].deleted) << "record " << r + 1;
     for (size_t i = 0; i < t.fields.size(); ++i) {
       var* v = call(_bb_fieldget, {set_nv(static_cast<double>(i + 1), 0)});
-      EXPECT_EQ(canonical(t.fields[i], v), without_block(t.fields[i], t.recs[r].second.at(i)))
+      EXPECT_EQ(canonical(t.fields[i], v), without_block(t.fields[i], t.recs[r].cells.at(i).value()))
           << "record " << r + 1 << " field " << t.fields[i].name;
     }
     del_tmpvars(mark);
@@ -418,9 +397,9 @@ TEST_F(Interchange, DriverReadsWhatOutsideWritersWrote)
 {
   const auto [status, output] = run_oracle("write " + dir_.path());
   ASSERT_EQ(status, 0) << output;
-  const std::vector<Expected> tables = parse_expectations(dir_.read("expect.txt"));
+  const std::vector<Table> tables = parse_expectations(dir_.read("expect.txt"));
   ASSERT_EQ(tables.size(), 3u) << output;
-  for (const Expected& t : tables) check_table(t);
+  for (const Table& t : tables) check_table(t);
   EXPECT_EQ(reports().size(), 0u) << "first: " << last_code();
 }
 

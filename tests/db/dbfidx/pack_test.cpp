@@ -43,12 +43,7 @@ class Pack : public dbftest::InDir {
     for (const auto& e : std::filesystem::directory_iterator(dir_.path())) out.insert(e.path().filename());
     return out;
   }
-  static ino_t inode(const char* name)
-  {
-    struct stat st{};
-    stat(name, &st);
-    return st.st_ino;
-  }
+  static ino_t inode(const char* name) { struct stat st{}; return stat(name, &st) == 0 ? st.st_ino : 0; }
 };
 
 TEST_F(Pack, PackKeepsLiveRecordsInOrderWithTheirMemos)
@@ -92,9 +87,8 @@ TEST_F(Pack, ZapLeavesTheHeaderAndAnEmptyMemoFile)
   EXPECT_EQ(dbf.substr(32), old.substr(32, hdr - 32));  // fields carried over, C 300 too
   EXPECT_EQ(dir_.read("t.dbt"), std::string("\x01\0\0\0", 4) + std::string(508, '\0'));
   // Refused on a shared table, and on a read-only one.
-  run("DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .T.), __DBPACK()", "#322 .F.");
-  expect_rows({{"__DBZAP()", "#322 .F."}});
-  run("DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .F., .T.), __DBZAP()", "#104 .F.");
+  expect_rows({{"DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .T.), __DBPACK()", "#322 .F."}, {"__DBZAP()", "#322 .F."},
+               {"DBCLOSEAREA(), DBUSEAREA(.T., , 't', , .F., .T.), __DBZAP()", "#104 .F."}});
 }
 
 int g_renames = 0, g_fail_at = 0;
