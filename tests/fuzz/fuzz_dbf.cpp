@@ -82,11 +82,7 @@ void start()
   const char* made = mkdtemp(shm);
   dir = made ? made : mkdtemp(tmp);
   if (chdir(dir.c_str()) != 0) abort();
-  atexit([] {
-    unlink("t.dbf");
-    unlink("t.dbt");
-    rmdir(dir.c_str());
-  });
+  atexit([] { unlink("t.dbf"), unlink("t.dbt"), rmdir(dir.c_str()); });
 }
 
 void write_file(const char* name, const uint8_t* data, size_t size)

@@ -120,10 +120,8 @@ std::vector<Table> driver_tables()
   static const Field kinds[] = {{"", 'C', 6, 0}, {"", 'N', 5, 0}, {"", 'D', 8, 0},
                                 {"", 'L', 1, 0}, {"", 'N', 7, 2}};
   for (int i = 1; i <= 128; ++i) {
-    char name[8];
-    std::snprintf(name, sizeof name, "F%03d", i);
     Field f = kinds[i % 5];
-    f.name = name;
+    f.name = "F" + std::string(i < 10 ? "00" : i < 100 ? "0" : "") + std::to_string(i);
     wide.fields.push_back(f);
     for (size_t r = 0; r < wide.recs.size(); ++r) {
       const int k = static_cast<int>(r) * 1000 + i;
@@ -197,8 +195,7 @@ std::string expected(const Field& f, const Cell& cell, int& next_block)
       next_block += static_cast<int>((cell->size() + kMemoBlock) / kMemoBlock);
       return std::to_string(block) + ":" + *cell;
     }
-    case 'N':
-    case 'F': {
+    case 'N': case 'F': {
       const std::string text = stored_number(f, std::strtod(cell->c_str(), nullptr));
       return text.empty() ? "" : canon_number(std::strtod(text.c_str(), nullptr));
     }
@@ -221,8 +218,7 @@ var* text_var(const std::string& s)
 var* value_var(const Field& f, const std::string& text)
 {
   switch (f.type) {
-    case 'N':
-    case 'F': return set_nv(std::strtod(text.c_str(), nullptr), f.dec);
+    case 'N': case 'F': return set_nv(std::strtod(text.c_str(), nullptr), f.dec);
     case 'D': return call(_bb_stod, {text_var(text)});
     case 'L': return text == "T" ? TRUE_VAR : FALSE_VAR;
     default: return text_var(text);
@@ -289,9 +285,9 @@ std::string expectations(const std::vector<Table>& tables, const vltest::TempDir
 std::pair<int, std::string> run_oracle(const std::string& args)
 {
   const std::string command = std::string(kPython) + " -B " + kScript + " " + args + " 2>&1";
-  std::string output;
   FILE* pipe = popen(command.c_str(), "r");
   if (!pipe) return {-1, "cannot run " + command};
+  std::string output;
   char buf[4096];
   for (size_t n; (n = std::fread(buf, 1, sizeof buf, pipe)) > 0;) output.append(buf, n);
   const int status = pclose(pipe);
@@ -351,8 +347,7 @@ std::string canonical(const Field& f, var* v)
   switch (f.type) {
     case 'C': return escaped(rtrim(vltest::str(v)));
     case 'M': return ":" + escaped(vltest::str(v));
-    case 'N':
-    case 'F': return std::strchr("NFI", v->Type) ? canon_number(vlnNumVar(v)) : "type " + vltest::shown(v);
+    case 'N': case 'F': return std::strchr("NFI", v->Type) ? canon_number(vlnNumVar(v)) : "type " + vltest::shown(v);
     case 'D': return v->Type == 'D' ? rtrim(vltest::str(call(_bb_dtos, {v}))) : "type " + vltest::shown(v);
     case 'L': return v->Type == 'L' ? (vlnLogVar(v) ? "T" : "F") : "type " + vltest::shown(v);
     default: return "field type " + std::string(1, f.type);
