@@ -14,7 +14,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -125,17 +124,6 @@ const Case kCases[] = {
     {"held exclusively by another process", keep, "{.F., .T.}", "", nullptr, nullptr, Setup::Held},
 };
 
-// Every name under dir with its bytes (a directory as "<dir>").
-std::map<std::string, std::string> snapshot(const vltest::TempDir& dir)
-{
-  std::map<std::string, std::string> all;
-  for (const auto& e : fs::recursive_directory_iterator(dir.path())) {
-    const std::string name = e.path().lexically_relative(dir.path()).string();
-    all[name] = e.is_directory() ? "<dir>" : dir.read(name);
-  }
-  return all;
-}
-
 // Evaluate expr as expect_rows does: its row value ("#code value" after a
 // report), and the first report as "#code description" ("" if none).
 std::pair<std::string, std::string> row(const char* expr)
@@ -169,62 +157,47 @@ std::string attempt(const Case& c)
   return out;
 }
 
-// Read all of fd.
-std::string drain(int fd)
-{
-  std::string all;
-  char buf[512];
-  for (ssize_t n; (n = read(fd, buf, sizeof buf)) > 0;) all.append(buf, size_t(n));
-  return all;
-}
-
 // attempt() in a child that drops to "nobody" first if it runs as root.
 std::string attempt_unprivileged(const Case& c)
 {
-  int out[2];
-  if (pipe(out) != 0) return "no pipe";
+  FILE* out = std::tmpfile();
+  if (!out) return "no scratch file";
   const pid_t pid = fork();
   if (pid == 0) {
-    close(out[0]);
     const passwd* nobody = getpwnam("nobody");
     std::string said = "cannot drop root";
     if (geteuid() != 0 || (nobody && setgid(nobody->pw_gid) == 0 && setuid(nobody->pw_uid) == 0)) said = attempt(c);
-    if (write(out[1], said.data(), said.size())) {}
+    std::fputs(said.c_str(), out), std::fflush(out);
     _exit(0);
   }
-  close(out[1]);
-  const std::string said = drain(out[0]);
-  close(out[0]);
   vltest::reap(pid);
+  std::rewind(out);
+  std::string said;
+  for (int ch; (ch = std::fgetc(out)) != EOF;) said += char(ch);
+  std::fclose(out);
   return said;
 }
 
-class BadFile : public dbftest::InDir {
- protected:
-  void SetUp() override
-  {
-    InDir::SetUp();
-    fs::permissions(dir_.path(), fs::perms(0755));  // the unprivileged child reads it too
-  }
-};
+using BadFile = dbftest::InDir;
 
 TEST_F(BadFile, EachCaseReportsAndWritesNothing)
 {
+  fs::permissions(dir_.path(), fs::perms(0755));  // the unprivileged child reads it too
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
     fs::remove_all(dir_ / "t.dbf");
     fs::remove_all(dir_ / "t.dbt");
-    Files files = good_table();
-    c.damage(files);
+    Files table = good_table();
+    c.damage(table);
     if (c.setup == Setup::Directory) {
       fs::create_directory(dir_ / "t.dbf");
     } else {
-      dir_.write("t.dbf", files.dbf);
+      dir_.write("t.dbf", table.dbf);
       const bool writable = c.setup != Setup::ReadOnlyOpen && c.setup != Setup::NoWrite;
       fs::permissions(dir_ / "t.dbf", fs::perms(c.setup == Setup::NoRead ? 0222 : writable ? 0644 : 0444));
     }
-    if (!files.dbt.empty()) dir_.write("t.dbt", files.dbt);
-    const auto before = snapshot(dir_);
+    if (!table.dbt.empty()) dir_.write("t.dbt", table.dbt);
+    const auto before = files();
     std::optional<vltest::Holder> holder;  // another process holding the table exclusively
     if (c.setup == Setup::Held) holder.emplace([] { exp_eval("DBUSEAREA(.T., , 't', , .F.)"); });
     const bool unprivileged = c.setup == Setup::NoWrite || c.setup == Setup::NoRead;
@@ -237,7 +210,7 @@ TEST_F(BadFile, EachCaseReportsAndWritesNothing)
     EXPECT_NE(seen[1].find(c.text), std::string::npos) << said;
     if (c.check) EXPECT_EQ(seen[2], c.want) << said;
     if (std::string(c.use).find("{.T.") != std::string::npos) EXPECT_EQ(seen.back(), "walked {3, .T.}") << said;
-    EXPECT_EQ(snapshot(dir_), before) << said;
+    EXPECT_EQ(files(), before) << said;
   }
 }
 

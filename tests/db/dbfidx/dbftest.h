@@ -1,12 +1,14 @@
 // dbftest.h -- what the DBF driver's tests share: a fixture that runs each
 // test in a fresh directory of its own, made current, and leaves it with
 // every table closed and the driver's switches as they were; readers of a
-// table's bytes; a guarded evaluation to BREAK out of.
+// table's bytes and of the directory; a guarded evaluation to BREAK out of.
 #pragma once
 
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
+#include <map>
 #include <source_location>
 #include <string>
 
@@ -47,6 +49,16 @@ class InDir : public vltest::VlTest {
   {
     const std::string f = dir_.read(name);
     return f.substr(le16(f, vl::DBF_OFF_HDRLEN) + (rec - 1) * le16(f, vl::DBF_OFF_RECLEN) + at, n);
+  }
+  // Every name under the directory with its bytes (a directory as "<dir>").
+  std::map<std::string, std::string> files() const
+  {
+    std::map<std::string, std::string> all;
+    for (const auto& e : std::filesystem::recursive_directory_iterator(dir_.path())) {
+      const std::string name = e.path().lexically_relative(dir_.path()).string();
+      all[name] = e.is_directory() ? "<dir>" : dir_.read(name);
+    }
+    return all;
   }
   vltest::TempDir dir_;
   char home_[4096] = "";

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <set>
 #include <string>
 
 #include "dbftest.h"
@@ -14,7 +13,6 @@
 namespace {
 
 using vltest::expect_rows;
-using Names = std::set<std::string>;
 
 // Numbers 1..6 with memos; 2 and 5 deleted; the memo of 1 rewritten longer
 // (which abandons its first block), that of 4 above 64 KiB.
@@ -36,12 +34,6 @@ class Pack : public dbftest::InDir {
   {
     InDir::TearDown();
     EXPECT_TRUE(vltest::proc_locks("", getpid()).empty());
-  }
-  Names names() const
-  {
-    Names out;
-    for (const auto& e : std::filesystem::directory_iterator(dir_.path())) out.insert(e.path().filename());
-    return out;
   }
   static ino_t inode(const char* name) { struct stat st{}; return stat(name, &st) == 0 ? st.st_ino : 0; }
 };
@@ -69,7 +61,7 @@ TEST_F(Pack, PackKeepsLiveRecordsInOrderWithTheirMemos)
   EXPECT_NE(inode("t.dbf"), before);
   EXPECT_EQ(std::filesystem::status("t.dbf").permissions(), std::filesystem::perms(0664));
   EXPECT_EQ(std::filesystem::status("t.dbt").permissions(), std::filesystem::perms(0606));
-  EXPECT_EQ(names(), (Names{"t.dbf", "t.dbt"}));
+  EXPECT_EQ(files().size(), 2u);  // t.dbf and t.dbt alone
 }
 
 TEST_F(Pack, ZapLeavesTheHeaderAndAnEmptyMemoFile)
@@ -104,15 +96,14 @@ TEST_F(Pack, AFailedSwapLeavesTheTableAsItWas)
   const struct rlimit small = {2048, saved.rlim_max};
   for (int fail_at : {1, 2, 0}) {
     SCOPED_TRACE(fail_at);
-    const std::string dbf = dir_.read("t.dbf"), dbt = dir_.read("t.dbt");
+    const auto before = files();
     g_renames = 0, g_fail_at = fail_at;
     vl::vlnPackRename = failing_rename;
     if (fail_at == 0) signal(SIGXFSZ, SIG_IGN), setrlimit(RLIMIT_FSIZE, &small);
     expect_rows({{"__DBPACK()", "#101 .F."}});
     setrlimit(RLIMIT_FSIZE, &saved), signal(SIGXFSZ, SIG_DFL);
     EXPECT_TRUE(reported(101, "Pack();cannot open tmp file"));
-    EXPECT_TRUE(dir_.read("t.dbf") == dbf && dir_.read("t.dbt") == dbt);  // quiet when not
-    EXPECT_EQ(names(), (Names{"t.dbf", "t.dbt"}));
+    EXPECT_TRUE(files() == before);  // names and bytes; quiet when not
     expect_rows({{"DBGOTO(3), {LASTREC(), LEN(FIELDGET(2))}", "{6, 600}"}});
   }
 }
