@@ -23,7 +23,6 @@
 
 #include <sys/wait.h>
 
-#include "arrays.h"
 #include "dates.h"
 #include "dbfidx.h"
 #include "dbftest.h"
@@ -236,15 +235,11 @@ bool open_table(const std::string& path, bool readonly)
 void write_table(const Table& t, const std::string& path)
 {
   const int32_t mark = tmpvar_cnt;
-  var* structure = cre_arra(cre_tmpvar(), 0, VL_ARR_NIL, nullptr);
-  for (const Field& f : t.fields) {
-    var* row = cre_arr(cre_tmpvar(), 4, VL_ARR_LIST,
-                       {text_var(f.name), text_var(std::string(1, f.type)), set_nv(f.len, 0),
-                        set_nv(f.dec, 0)});
-    call(_bb_aadd, {structure, row});
-  }
-  var* created = call(_bb_dbcreate, {text_var(path), structure});
-  ASSERT_TRUE(created->Type == 'L' && vlnLogVar(created)) << "DBCREATE " << path;
+  std::string create = "DBCREATE('" + path + "', {";
+  for (const Field& f : t.fields)
+    create += "{'" + f.name + "', '" + f.type + "', " + std::to_string(f.len) + ", " + std::to_string(f.dec) + "},";
+  var* created = exp_eval((create.substr(0, create.size() - 1) + "})").c_str());
+  ASSERT_TRUE(created->Type == 'L' && vlnLogVar(created)) << create;
   ASSERT_TRUE(open_table(path, false)) << "DBUSEAREA " << path;
   del_tmpvars(mark);
   for (const Rec& r : t.recs) {

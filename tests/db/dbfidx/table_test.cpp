@@ -64,12 +64,7 @@ TEST_F(Tables, NaturalOrderMoves)
       {R"(DBCREATE("mv", {{"N","N",3,0}}), DBUSEAREA(.T., , "mv"))", ".T."},
       {"AEVAL({1,2,3,4,5}, {|i| DBAPPEND(), FIELDPUT(1, i), IIF(i % 2 == 0, DBDELETE(), NIL)})"},
   });
-  struct Case {
-    const char* move;
-    const char* off;  // {RECNO, BOF, EOF} with SET DELETED OFF
-    const char* on;   // and ON
-  };
-  const Case cases[] = {
+  const char* const cases[][3] = {  // the move; {RECNO, BOF, EOF} with SET DELETED OFF; and ON
       {"DBGOTOP()", "{1, .F., .F.}", "{1, .F., .F.}"},
       {"DBSKIP(1)", "{2, .F., .F.}", "{3, .F., .F.}"},
       {"DBSKIP(3)", "{5, .F., .F.}", "{6, .F., .T.}"},
@@ -83,7 +78,7 @@ TEST_F(Tables, NaturalOrderMoves)
   };
   for (const bool deleted : {false, true}) {
     run(deleted ? "SET(11, .T.)" : "SET(11, .F.)");
-    for (const Case& c : cases) run(std::string(c.move) + ", {RECNO(), BOF(), EOF()}", deleted ? c.on : c.off);
+    for (const auto& c : cases) run(std::string(c[0]) + ", {RECNO(), BOF(), EOF()}", c[deleted ? 2 : 1]);
   }
   vltest::expect_rows({
       {"SET(11, .T.), DBEVAL({|| DBDELETE()}), DBGOTOP(), {RECNO(), BOF(), EOF()}", "{6, .T., .T.}"},
