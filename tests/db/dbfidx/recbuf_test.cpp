@@ -80,16 +80,4 @@ TEST_F(RecordBuffer, EveryModeReadsAndWritesTheSame)
   }
 }
 
-// PACK and ZAP put new records where the read-ahead run has old ones.
-TEST_F(RecordBuffer, PackAndZapDropTheReadAhead)
-{
-  vltest::expect_rows({
-      {"DBCREATE('p', {{'N','N',4,0}}), DBUSEAREA(.T., , 'p', , .F.)", ".T."},
-      {"AEVAL(ARRAY(6), {|| DBAPPEND(), FIELDPUT(1, RECNO())}), DBGOTO(2), DBDELETE()", ".T."},
-      {"a := {}, DBEVAL({|| AADD(a, FIELDGET(1))}), a", "{1, 2, 3, 4, 5, 6}"},
-      {"__DBPACK(), a := {}, DBEVAL({|| AADD(a, FIELDGET(1))}), a", "{1, 3, 4, 5, 6}"},
-      {"__DBZAP(), DBAPPEND(), DBAPPEND(), a := {}, DBEVAL({|| AADD(a, FIELDGET(1))}), a", "{0, 0}"},
-  });
-}
-
 }  // namespace
