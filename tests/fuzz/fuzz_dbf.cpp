@@ -30,6 +30,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "areas.h"
 #include "dbfidx.h"
@@ -74,8 +75,7 @@ int open_descriptors()
 void start()
 {
   static bool started = false;
-  if (started) return;
-  started = true;
+  if (std::exchange(started, true)) return;
   vln_start(0, nullptr);
   // In memory where there is a tmpfs: a close syncs the files it wrote.
   char shm[] = "/dev/shm/fuzzdbfXXXXXX", tmp[] = "/tmp/fuzzdbfXXXXXX";

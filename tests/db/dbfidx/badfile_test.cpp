@@ -33,9 +33,7 @@ constexpr int kLongMemo = 600;  // spans blocks 1 and 2
 
 // The good table t.dbf/t.dbt: NAME C 5 and NOTE M; record 1's memo is
 // kLongMemo 'm's at block 1, record 2's "short" at block 3.
-struct Files {
-  std::string dbf, dbt;
-};
+struct Files { std::string dbf, dbt; };
 
 Files good_table()
 {

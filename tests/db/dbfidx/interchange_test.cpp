@@ -349,12 +349,6 @@ std::string canonical(const Field& f, var* v)
   }
 }
 
-// Memo values carry the block before the colon; the driver checks the text.
-std::string without_block(const Field& f, const std::string& value)
-{
-  return f.type == 'M' ? value.substr(value.find(':')) : value;
-}
-
 void check_table(const Table& t)
 {
   SCOPED_TRACE(t.name);
@@ -371,7 +365,8 @@ void check_table(const Table& t)
     EXPECT_EQ(vlnLogVar(call(_bb_deleted, {})), t.recs[r].deleted) << "record " << r + 1;
     for (size_t i = 0; i < t.fields.size(); ++i) {
       var* v = call(_bb_fieldget, {set_nv(static_cast<double>(i + 1), 0)});
-      EXPECT_EQ(canonical(t.fields[i], v), without_block(t.fields[i], t.recs[r].cells.at(i).value()))
+      const std::string& want = t.recs[r].cells.at(i).value();  // a memo's block is not checked
+      EXPECT_EQ(canonical(t.fields[i], v), t.fields[i].type == 'M' ? want.substr(want.find(':')) : want)
           << "record " << r + 1 << " field " << t.fields[i].name;
     }
     del_tmpvars(mark);

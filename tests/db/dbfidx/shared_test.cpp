@@ -140,11 +140,7 @@ pid_t spawn(const std::function<void()>& child)
 // A child that is sent SIGKILL and reaped when this goes.
 struct Killed {
   pid_t pid;
-  ~Killed()
-  {
-    kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
-  }
+  ~Killed() { kill(pid, SIGKILL), waitpid(pid, nullptr, 0); }
 };
 
 // What the file says of itself: count, header and record length, size.
