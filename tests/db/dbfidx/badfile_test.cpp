@@ -70,10 +70,7 @@ enum class Setup {
 struct Case {
   const char* what;
   void (*damage)(Files&);
-  const char* use;
-  const char* text = "";
-  const char* check = nullptr;
-  const char* want = nullptr;
+  const char *use, *text = "", *check = nullptr, *want = nullptr;
   Setup setup = Setup::Plain;
 };
 

@@ -17,10 +17,7 @@ using Fields = dbftest::InDir;
 // standing for FIELDGET of the field.
 struct TypeCase {
   int field;
-  const char* value;
-  const char* bytes;
-  const char* want;
-  const char* check = "x";
+  const char *value, *bytes, *want, *check = "x";
   int report = 0;
 };
 
@@ -73,11 +70,7 @@ TEST_F(Fields, EveryTypeIsWrittenAndReadBack)
 // end of its last block.
 TEST_F(Fields, MemoBlocksAreReusedOrGrown)
 {
-  struct Step {
-    int len;
-    int block;
-    uint32_t next;
-  };
+  struct Step { int len, block; uint32_t next; };
   const Step steps[] = {
       {3, 1, 2},     {511, 1, 2},  // fits one block with its 0x1A
       {512, 2, 4},   {1023, 2, 4}, // needs two

@@ -276,9 +276,7 @@ TEST_F(SharedDbf, BreakOutOfAFailingChangeLeavesNoLockBehind)
 {
   enum Side { kNone, kLockedOut, kFullMap, kFullMemo };
   const struct {
-    const char* what;
-    const char* setup;
-    const char* call;
+    const char *what, *setup, *call;
     int code;  // of the report the block breaks out of; 0: none
     Side side; // another process holds FLOCK(), the record map or the memo file is full
   } cases[] = {
