@@ -36,19 +36,12 @@ constexpr char kAllReaders[] = "dbfread dbf ogrinfo dbview";
 constexpr int kMemoBlock = 512;
 constexpr int kNumOverflow = 205;
 
-struct Field {
-  std::string name;
-  char type;
-  int len, dec;
-};
+struct Field { std::string name; char type; int len, dec; };
 // What FIELDPUT stores in one field, as text: 'C'/'M' the text, 'N'/'F' the
 // number, 'D' YYYYMMDD or "" for the empty date, 'L' "T" or "F".  A record
 // shorter than the field list leaves the rest as DBAPPEND made them.
 using Cell = std::optional<std::string>;
-struct Rec {
-  bool deleted;
-  std::vector<Cell> cells;
-};
+struct Rec { bool deleted; std::vector<Cell> cells; };
 struct Table {
   std::string name;
   const char* readers;

@@ -67,11 +67,7 @@ std::string stamp(int w, int s, long hits)
 
 // A record as read through the driver: whole (one stamp in every field),
 // blank (appended, never written) or neither.
-struct Record {
-  std::string tag;
-  long hits = 0;
-  bool whole = false, blank = false;
-};
+struct Record { std::string tag; long hits = 0; bool whole = false, blank = false; };
 
 Record readRecord(long recno)
 {
@@ -138,10 +134,7 @@ pid_t spawn(const std::function<void()>& child)
 }
 
 // A child that is sent SIGKILL and reaped when this goes.
-struct Killed {
-  pid_t pid;
-  ~Killed() { kill(pid, SIGKILL), waitpid(pid, nullptr, 0); }
-};
+struct Killed { pid_t pid; ~Killed() { kill(pid, SIGKILL), waitpid(pid, nullptr, 0); } };
 
 // What the file says of itself: count, header and record length, size.
 struct RawTable {
@@ -167,10 +160,7 @@ class SharedDbf : public dbftest::InDir {
     vln_fn_start(&frame_, "shared", "shared", 1, 0);
     create();
   }
-  void create()
-  {
-    ASSERT_TRUE(truth("DBCREATE('t', {{'TAG', 'C', 10, 0}, {'NUM', 'N', 10, 0}, {'MEMO', 'M', 10, 0}, {'HITS', 'N', 6, 0}})"));
-  }
+  void create() { ASSERT_TRUE(truth("DBCREATE('t', {{'TAG', 'C', 10, 0}, {'NUM', 'N', 10, 0}, {'MEMO', 'M', 10, 0}, {'HITS', 'N', 6, 0}})")); }
   void TearDown() override
   {
     vln_fn_end(&frame_, 'U');
