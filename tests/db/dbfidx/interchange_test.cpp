@@ -197,15 +197,8 @@ std::string expected(const Field& f, const Cell& cell, int& next_block)
 
 // ---- Calls into the driver. ----
 
-var* call(BbFn fn, std::vector<var*> args)
-{
-  return fn(static_cast<int>(args.size()), args.data());
-}
-
-var* text_var(const std::string& s)
-{
-  return set_Cvar(cre_tmpvar(), s.data(), static_cast<int32_t>(s.size()));
-}
+var* call(BbFn fn, std::vector<var*> args) { return fn(static_cast<int>(args.size()), args.data()); }
+var* text_var(const std::string& s) { return set_Cvar(cre_tmpvar(), s.data(), static_cast<int32_t>(s.size())); }
 
 var* value_var(const Field& f, const std::string& text)
 {
