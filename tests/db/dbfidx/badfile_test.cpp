@@ -203,8 +203,8 @@ TEST_F(BadFile, EachCaseReportsAndWritesNothing)
     ASSERT_GE(seen.size(), 2u) << said;
     EXPECT_EQ(seen[0], c.use) << said;
     EXPECT_NE(seen[1].find(c.text), std::string::npos) << said;
-    if (c.check) EXPECT_EQ(seen[2], c.want) << said;
-    if (std::string(c.use).find("{.T.") != std::string::npos) EXPECT_EQ(seen.back(), "walked {3, .T.}") << said;
+    if (c.check) { EXPECT_EQ(seen[2], c.want) << said; }
+    if (std::string(c.use).find("{.T.") != std::string::npos) { EXPECT_EQ(seen.back(), "walked {3, .T.}") << said; }
     EXPECT_EQ(files(), before) << said;
   }
 }

@@ -302,14 +302,15 @@ TEST_F(SharedDbf, BreakOutOfAFailingChangeLeavesNoLockBehind)
       vlnSectionCounts(&dbf_state(vlnSelectedArea->obj)->lk, &reading, &writing);
       EXPECT_EQ(reading + writing, 0) << "sections left: read " << reading << ", write " << writing;
       EXPECT_EQ(num("LASTREC()"), count);
-      if (c.side == kLockedOut || c.side == kFullMap) EXPECT_TRUE(truth("NETERR()")) << "a refused append sets NETERR()";
+      if (c.side == kLockedOut || c.side == kFullMap) { EXPECT_TRUE(truth("NETERR()")) << "a refused append sets NETERR()"; }
     }
     if (c.side == kFullMemo) poke32(kDbt, 0, freeBlock);
     EXPECT_EQ(vltest::str(eval("DBGOTO(1), RLOCK(), FIELDPUT(1, 'replaced'), DBUNLOCK(), RTRIM(FIELDGET(1))")),
               "replaced");
-    if (c.side != kFullMap)
+    if (c.side != kFullMap) {
       EXPECT_EQ(vltest::str(eval("DBAPPEND(), FIELDPUT(1, 'appended'), FIELDPUT(3, 'memo'), DBUNLOCK(), "
                                  "DBGOTO(LASTREC()), RTRIM(FIELDGET(1)) + FIELDGET(3)")), "appendedmemo");
+    }
     eval("DBCLOSEALL()");
     del_tmpvars(frame_.TmvNp);
   }
