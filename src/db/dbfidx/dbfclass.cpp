@@ -33,6 +33,7 @@ constexpr char kDriverName[] = "DBFIDX";
 constexpr double kVersionNumber = 3.0;
 constexpr char kVersionText[] = "4.40";
 constexpr int kOctalBase = 8;
+constexpr int kYearBase = 1900;  // header byte 1 counts years from here
 
 /* One driver function by message name and kind letter. */
 struct Method {
@@ -133,7 +134,7 @@ var* info_code(var* self, DbfState* s, int32_t code, int argc, var** argv)
   switch (code) {
     case 1: case 2: case 25: return TRUE_VAR;
     case 3: return set_Iv(s->lk.headerlen);
-    case 4: return set_dv(datoint(s->hdr[3], s->hdr[2], s->hdr[1] + 1900));
+    case 4: return _bb_dbfidx_lupdate_ac(self);
     case 5: case 6: {
       var* old = text(s->delimiter);
       if (arg_is(argc, argv, 2, 'C') && argv[2]->Length > 1) s->delimiter[0] = VSTR(argv[2])[0];
@@ -245,7 +246,7 @@ var* _bb_dbfidx_lupdate_ac(var* obj)
 {
   DbfState* s = st(obj);
   if (!dbf_is_open(s)) return set_dv(0);
-  return set_dv(datoint(s->hdr[3], s->hdr[2], s->hdr[1] + 1900));
+  return set_dv(datoint(s->hdr[3], s->hdr[2], s->hdr[1] + kYearBase));
 }
 
 var* _bb_dbfidx_alias_ac(var* obj) { return text(open_obj(obj) ? st(obj)->alias : ""); }

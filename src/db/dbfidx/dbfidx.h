@@ -32,8 +32,7 @@ var* _bb_dbusearea(int argc, var** argv);
 ** (and its memo file when a field is of type M).  Opens nothing.  TRUE or
 ** FALSE after a report. */
 var* _bb_dbcreate(int argc, var** argv);
-/* DBCLOSEALL() is in facade.h.  FIELD(n): the name of field n, as
-** FIELDNAME(). */
+/* FIELD(n): the name of field n, as FIELDNAME(). */
 var* _bb_field(int argc, var** argv);
 /* FIELDGETARR([recno]): every field of the current (or given) record. */
 var* _bb_fieldgetar(int argc, var** argv);

@@ -280,9 +280,9 @@ def structure_of(path):
     return [(f.name, f.type, f.length, f.decimal_count) for f in dbfread.DBF(path).fields]
 
 
-def write_dbf(path, dbf_type, spec, rows):
+def write_dbf(path, dbf_type, fields, rows):
     import dbf
-    table = dbf.Table(path, spec, dbf_type=dbf_type)
+    table = dbf.Table(path, fields, dbf_type=dbf_type)
     table.open(dbf.READ_WRITE)
     for deleted, values in rows:
         table.append(values)
