@@ -129,6 +129,21 @@ struct DbfField {
   uint32_t offset;             /* from the start of the record (flag = 0) */
 };
 
+struct IdxDesc;
+
+/* The condition of the next index build (setordercondition); the build
+** puts the defaults back when it ends. */
+struct OrderCond {
+  var* fortext;    /* owned text of the FOR clause, or null */
+  var* forblock;   /* owned blocks, or null */
+  var* whileblock;
+  var* evalblock;
+  int32_t interval; /* 1; -1: every record */
+  int32_t start;    /* first record of the scan, 1 */
+  int32_t next;     /* records to visit, -1 without limit */
+  uint8_t flags;    /* 1 ALL, 2 DESCEND */
+};
+
 /* The driver state of one object.  head must come first (diError finds the
 ** error object there); lk carries the status byte, the DBF descriptor, the
 ** record geometry and the lock list that the lock layer works on. */
@@ -169,6 +184,15 @@ struct DbfState {
   char dbfext[8], dbtext[8], idxext[8];
   char delimiter[2];
   time_t lastsync; /* of the last fdatasync */
+
+  /* Orders: orders[1..indexcount], indexord the active one (0: natural
+  ** order).  syncstate and syncrec are the deferred key maintenance of
+  ** indexsynchronize; crpt the corrupted state (IDX_CRPT_*). */
+  IdxDesc* orders[17];
+  int32_t indexcount, indexord;
+  int32_t syncstate, syncrec;
+  int32_t crpt;
+  OrderCond cond;
 
   /* Names. */
   char filename[VLN_LOCK_NAME_SIZE];

@@ -489,6 +489,11 @@ void diClearObject(DbfState* s)
   std::snprintf(s->idxext, sizeof s->idxext, ".idx");
   std::snprintf(s->delimiter, sizeof s->delimiter, "\"");
   s->filename[0] = s->alias[0] = '\0';
+  for (IdxDesc*& o : s->orders) o = nullptr;
+  s->indexcount = s->indexord = 0;
+  s->syncstate = s->syncrec = 0;
+  s->crpt = 0;
+  s->cond = OrderCond{nullptr, nullptr, nullptr, nullptr, 1, 1, -1, 0};
 }
 
 bool dbf_close(var* self)
