@@ -31,6 +31,7 @@
 
 #include "dbfidx.h"
 #include "dbfint.hpp"
+#include "idx.hpp"
 
 extern "C" {
 int VLdbheadY2000 = 0;
@@ -209,13 +210,16 @@ int vln_wrcnt(int value, var* self)
   return s->wrpending;
 }
 
+/* Commit the pending count and give every open order the table's
+** counter, which says that the order holds every change counted so far. */
 void vln_wrcnt_upd(var* self)
 {
   DbfState* s = dbf_state(self);
-  if (!dbf_is_open(s) || dbf_is_ro(s) || s->wrpending == 0) return;
+  if (!dbf_is_open(s) || dbf_is_ro(s) || (s->wrpending == 0 && s->indexcount == 0)) return;
   local_wrlock2(&s->lk, diMN_fldput);
   updat_dbfhdr(self);
-  vln_wrcnt(-4, self);
+  const int counter = vln_wrcnt(s->wrpending ? -4 : -5, self);
+  for (int32_t i = 1; i <= s->indexcount; ++i) vln_ndx_hdr2(3, counter, 0, self, s->orders[i], nullptr);
   local_rwulock2(&s->lk, diMN_fldput);
 }
 
