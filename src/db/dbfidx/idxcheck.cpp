@@ -44,6 +44,7 @@
 #include "facade.h"
 #include "frame.h"
 #include "idx.hpp"
+#include "idxorder.hpp"
 #include "kernel.h"
 #include "natlang.hpp"
 #include "numbers.hpp"
@@ -686,27 +687,6 @@ var* text_array(const std::vector<std::string>& lines)
   return a;
 }
 
-// The order that arg names in s: the active one for NIL, a number from 1
-// to the count, or a file name compared by its base name without case and
-// extension.  0 when none.
-int32_t order_of(const DbfState* s, var* arg)
-{
-  if (!arg || arg->Type == 'U') return s->indexord;
-  if (is_num(arg->Type)) {
-    const int32_t n = vlnIntVar(arg);
-    return n >= 1 && n <= s->indexcount ? n : 0;
-  }
-  if (arg->Type != 'C' && arg->Type != 'M') return 0;
-  const std::string want = index_name(VSTR(arg));
-  const char* wantBase = std::strrchr(want.c_str(), '/') ? std::strrchr(want.c_str(), '/') + 1 : want.c_str();
-  for (int32_t n = 1; n <= s->indexcount; ++n) {
-    const char* full = s->orders[n]->filename;
-    const char* base = std::strrchr(full, '/') ? std::strrchr(full, '/') + 1 : full;
-    if (strcasecmp(base, wantBase) == 0) return n;
-  }
-  return 0;
-}
-
 }  // namespace
 
 int idx_verify_area(var* self, const char* idx, std::vector<std::string>* problems)
@@ -754,7 +734,8 @@ VLN_FUNC(ordverify)
   var* self = area ? area->obj : nullptr;
   if (!self && vlnBringError(0, nullptr, VLN_BRING_REPORT, area)) return vl::text_array({});
   vl::DbfState* s = vl::is_dbf(self) ? vl::dbf_state(self) : nullptr;
-  const int32_t n = s ? vl::order_of(s, argc > 0 ? argv[0] : nullptr) : 0;
+  var* active = set_nv(s ? s->indexord : 0, 0);
+  const int32_t n = s ? vl::diGetOrderNumber(self, s, argc > 0 ? argv[0] : nullptr, active) : 0;
   if (n == 0) return vl::text_array({"no such order in this area"});
   _bb_dbcommit(0, nullptr);
   if (n > s->indexcount) return vl::text_array({"the order was closed"});
