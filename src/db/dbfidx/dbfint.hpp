@@ -193,6 +193,7 @@ struct DbfState {
   int32_t syncstate, syncrec;
   int32_t crpt;
   OrderCond cond;
+  char ordtext[VLN_LOCK_NAME_SIZE]; /* the area's order text (orderinfo 8) */
 
   /* Names. */
   char filename[VLN_LOCK_NAME_SIZE];
