@@ -197,7 +197,15 @@ struct IdxDesc {
 inline size_t idx_entry_size(const IdxDesc* x) { return x->hdr.keysize + IDX_ENTRY_HEAD; }
 inline uint8_t* idx_entry(IdxDesc* x, int32_t k) { return x->sec + IDX_SEC_HEAD + size_t(k) * idx_entry_size(x); }
 
-/* ---- The tree engine (idxio.cpp, idxtree.cpp).  No reports. ---- */
+/* ---- The tree engine (idxio.cpp, idxtree.cpp, idxedit.cpp).  No
+** reports.  Structural nonsense (a sector outside the file, a key count
+** above maxkeys + 1, a path deeper than the file can hold) records fault
+** 412 and ends the operation with its neutral result. ---- */
+
+/* Switch, on by default (tests run both ways): a binary search for the
+** stop position within a sector in place of the walk from its first entry
+** (the same position in a sorted sector). */
+extern int vlnIdxBinarySearch;
 
 /* Read n bytes at file offset at through the exclusive cache: below 1024
 ** nothing is read (the caller's header is the cache), 1024..2047 comes from
@@ -240,19 +248,24 @@ bool Eseek_key(DbfState* wa, IdxDesc* idx, const IdxKey* key, int32_t recno);
 ** clears wa->bof. */
 int32_t INdxFirstOf(DbfState* wa, IdxDesc* idx, const IdxKey* key);
 /* Next and previous key: the record number.  Past the end: eof set and
-** wa->lastrec + 1; before the start: bof set and the first key. */
+** wa->lastrec + 1; before the start: bof set and the first key (as
+** idx_top without its header re-read).  0 on a fault. */
 int32_t Indx_down(DbfState* wa, IdxDesc* idx);
 int32_t Indx_up(DbfState* wa, IdxDesc* idx);
-/* First and last key: set wa->recno (eof and lastrec + 1 when empty). */
+/* First and last key, after re-reading the header: set wa->recno and
+** clear eof (eof and lastrec + 1 when there is no key). */
 void idx_top(DbfState* wa, IdxDesc* idx);
 void idx_bott(DbfState* wa, IdxDesc* idx);
 /* Insert key for recno; the UNIQUE rule and the duplicate fault (416)
 ** included.  false on a fault. */
 bool Indx_add(DbfState* wa, IdxDesc* idx, int32_t recno, const IdxKey* key);
-/* Delete the entry at key_off. */
+/* Delete the entry at key_off (an inner entry first takes the key before
+** it).  false, changing nothing, when key_off is on no entry; false on a
+** fault. */
 bool Indx_del(DbfState* wa, IdxDesc* idx);
-/* Find key: true when found (wa->recno the first equal key); a miss with
-** soft lands on the next key or eof; without soft, eof. */
+/* Find key, after re-reading the header: true when found (wa->recno the
+** first equal key, eof clear); a miss with soft lands on the next key or
+** eof; without soft, eof (recno lastrec + 1). */
 bool idx_find(DbfState* wa, IdxDesc* idx, const IdxKey* key, bool soft);
 /* The key at key_off as an IdxKey of the index's type (text points into
 ** sec; valid until the buffer changes). */
