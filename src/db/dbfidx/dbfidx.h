@@ -51,6 +51,11 @@ var* _bb_fieldputar(int argc, var** argv);
   /* moves: dbfmove.cpp */                                                  \
   X(skip, me) X(gotop, me) X(gobottom, me) X(goto, me) X(recno, as)         \
   X(eval, me)                                                               \
+  /* index engine: idxsync.cpp, dbfmove.cpp */                              \
+  X(indexappend, me) X(indexreplace, me) X(indexsynchronize, me)            \
+  X(indexskip, me) X(indexseek, me) X(indexseekeval, me)                    \
+  X(indexkeycompare, me) X(indexgotop, me) X(indexgobottom, me) X(seek, me) \
+  X(seekeval, me)                                                           \
   /* fields: dbffield.cpp */                                                \
   X(fieldget, me) X(fieldput, me) X(fieldpos, me) X(fieldname, me)          \
   X(fieldinfo, me) X(quickfieldget, me) X(quickfieldput, me)                \
