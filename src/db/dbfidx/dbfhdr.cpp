@@ -212,7 +212,8 @@ int vln_wrcnt(int value, var* self)
 }
 
 /* Commit the pending count and give every open order the table's
-** counter, which says that the order holds every change counted so far. */
+** counter, which says that the order holds every change counted so far
+** (keys an exclusive order still holds are added first). */
 void vln_wrcnt_upd(var* self)
 {
   DbfState* s = dbf_state(self);

@@ -189,6 +189,8 @@ struct IdxDesc {
   var* pendkey;       /* kept old key (owned copy), or null */
   var* pendfor;       /* kept old FOR value (owned copy), or null */
   IdxFault fault;     /* the engine's unreported fault */
+  IdxFault note;      /* the order layer's unreported warning, which
+                         (unlike a fault) does not stop the engine */
 };
 
 /* Entry access in the sector buffer. */

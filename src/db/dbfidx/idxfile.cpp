@@ -127,8 +127,10 @@ void free_desc(IdxDesc* idx)
 {
   const bool excl = idx->flags & IDX_D_EXCL;
   if (idx->fd >= 0) {
-    if (excl && idx->cache && (idx->flags & IDX_D_OPEN))
-      dbf_pwrite(idx->fd, idx->cache, size_t(std::min<int32_t>(idx->cachelen, int32_t(IDX_CACHE_BYTES))), 0);
+    if (excl && idx->cache && (idx->flags & IDX_D_OPEN)) {
+      idx_put_header(&idx->hdr, idx->cache);
+      dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
+    }
     if (idx->flags & IDX_D_OPEN) fdpoolReleaseIndex(idx->fd, excl);
     diCloseFile(idx->fd);
   }
@@ -623,7 +625,10 @@ bool vln_wrcnt_msg(var* self, DbfState* wa, IdxDesc* idx, const char* place, int
     case IDX_CRPT_SILENT: return true;
     case IDX_CRPT_SUSPECT:
       wa->crpt = IDX_CRPT_NONE;
-      idx_fault(idx, VL_E_DEV_WARNING, VL_SEV_RUNTIME, diMN_idxint, diEM_idxmaycrpt, dbf_alias(wa));
+      idx->note.code = VL_E_DEV_WARNING;
+      idx->note.severity = VL_SEV_RUNTIME;
+      idx->note.method = diMN_idxint;
+      std::snprintf(idx->note.text, sizeof idx->note.text, diEM_idxmaycrpt, dbf_alias(wa));
       return true;
     default:
       wa->crpt = IDX_CRPT_NONE;
@@ -640,9 +645,10 @@ bool vln_wrcnt_msg(var* self, DbfState* wa, IdxDesc* idx, const char* place, int
 
 void idx_report(var* self, DbfState* wa, IdxDesc* idx)
 {
-  if (!idx || !idx->fault.code) return;
-  const IdxFault f = idx->fault;
-  idx->fault.code = 0;
+  if (!idx || (!idx->fault.code && !idx->note.code)) return;
+  IdxFault& pending = idx->fault.code ? idx->fault : idx->note;
+  const IdxFault f = pending;
+  pending.code = 0;
   const bool drop = f.code == VL_E_NO_INDEX_SECTOR || (f.code == VL_E_INDEX_CORRUPT && f.severity == VL_SEV_FATAL) ||
                     order_no(wa, idx) > wa->indexcount;
   if (drop) {
@@ -660,7 +666,7 @@ void idx_report_all(var* self, DbfState* wa)
 {
   if (!wa->orders[1]) return;
   for (int i = 1; i <= IDX_MAX_ORDERS; ++i) {
-    if (wa->orders[i] && wa->orders[i]->fault.code) {
+    if (wa->orders[i] && (wa->orders[i]->fault.code || wa->orders[i]->note.code)) {
       idx_report(self, wa, wa->orders[i]);
       i = 0;  // the table may have changed under the report
     }
