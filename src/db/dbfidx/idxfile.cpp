@@ -245,10 +245,7 @@ bool shape_header(IdxHeader* h, var* keytext, var* key, var* unique, var* descen
 bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
 {
   idx->fd = diOpenFile(idx->filename, nullptr, readonly ? O_RDONLY : O_RDWR);
-  if (idx->fd < 0) {
-    fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", idx->filename);
-    return false;
-  }
+  if (idx->fd < 0) return false;  // silent: the caller's NETERR() tells
   const bool locked = fdpoolClaimIndex(idx->fd, excl) == 0;
   if (!locked || (excl ? diLockIndexExcl : diLockIndexShar)(idx->fd, VLN_LOCK_BASE) != 0) {
     if (locked) fdpoolReleaseIndex(idx->fd, excl);
@@ -553,7 +550,7 @@ IdxDesc* ndx_open(var* self, DbfState* wa, var* name, int exclusive, var* alias,
   if (!opened) free_desc(idx);
   vln_enable_break();
   if (!opened) {
-    dbf_error(self, method, f.code, f.severity, "%s", f.text);
+    if (f.code) dbf_error(self, method, f.code, f.severity, "%s", f.text);
     return nullptr;
   }
   bool bound = false;
