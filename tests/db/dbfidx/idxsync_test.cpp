@@ -96,7 +96,9 @@ TEST_F(IdxSync, KeysFollowAppendReplaceDeleteAndPack)
                  {"DBSEEK('q'), {FOUND(), EOF()}", "{.F., .T.}"},
                  {"DBSEEK('q', .T.), {FOUND(), TRIM(K)}", "{.F., r000}"},   // soft: the next key
                  {"ORDSETFOCUS(2), DBSEEK(497), {FOUND(), RECNO()}", "{.T., 3}"},
-                 {"DBSEEK('x')", "#902"}});
+                 {"DBSEEK('x')", "#902"},
+                 {"ORDSETFOCUS(1), DBGOTOP(), _SEEKEVAL({|k, r| k = 'r003' .AND. r > 30}), {FOUND(), RECNO()}",
+                  "{.T., 45}"}});
     run("SET(11, .T.)");  // DELETED on: the walks and the seek pass over records 5, 10, ...
     orders_hold("deleted hidden");
     expect_rows({{"ORDSETFOCUS(2), DBSEEK(485), {FOUND(), EOF()}", "{.F., .T.}"},  // record 15 is deleted
