@@ -25,8 +25,6 @@
 
 using namespace vl;
 
-extern "C" var* _bb_dbfidx_indexsynchronize_me(int argc, var** argv);
-
 namespace {
 
 constexpr LetterSet kOrderNumber = letters("INFL");  // setorder, indexcheck
