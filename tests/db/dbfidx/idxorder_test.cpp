@@ -151,4 +151,15 @@ TEST_F(Orders, IndexOnASharedTableNeedsAFileLock)
   });
 }
 
+// A BREAK out of the EVAL block: the automatic lock is given back, the key
+// block passed in makes way for the key text's again, the condition is gone.
+TEST_F(Orders, BreakOutOfABuildPutsEverythingBack)
+{
+  reopen(true);
+  var* e = vl_call(dbftest::guarded, {set_cv("ORDCONDSET(, , , , {|| BREAK(7)}), ORDCREATE('br', , 'N', {|| -N})")});
+  EXPECT_EQ(vltest::shown(e), "7");
+  run("{ISDBFLOCK(), INDEXCOUNT(), DBGOTO(3), EVAL(DBOBJECT():orderinfo(27))}", "{.F., 1, .T., 2}");
+  run("FLOCK(), ORDCREATE('br', , 'N'), LEN(" + std::string(kWalk) + ")", "20");
+}
+
 }  // namespace
