@@ -327,7 +327,7 @@ var* _bb_dbfidx_setordercondition_me(int argc, var** argv)
   if (kNumber.has(next->Type)) c.next = vlnIntVar(next);
   if (is_true(arg(argc, argv, 10))) c.start = s->recno;
   if (kNumber.has(record->Type)) c.start = vlnIntVar(record), c.next = 1;
-  if (is_true(arg(argc, argv, 3))) c.flags |= kCondAll, c.start = 1, c.next = -1;
+  if (is_true(arg(argc, argv, 3))) c.flags |= kCondAll;
   if (is_true(arg(argc, argv, 11))) c.flags |= kCondDescend;
   return TRUE_VAR;
 }
