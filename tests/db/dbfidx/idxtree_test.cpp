@@ -213,3 +213,153 @@ TEST_F(IdxTree, RandomChurnMatchesTheModelInEveryMode)
 }
 
 }  // namespace
+
+namespace {
+
+std::string whole(const Tree& t)
+{
+  std::string f(size_t(t.x->hdr.nxkysc) * IDX_SECTOR, '\0');
+  f.resize(size_t(std::max<ssize_t>(::pread(t.x->fd, f.data(), f.size(), 0), 0)));
+  return f;
+}
+
+void fill(Tree& t, int n)
+{
+  for (int i = 0; i < n; ++i) {
+    std::string text;
+    double v;
+    make_key(t.shape, i, &text, &v);
+    const IdxKey k = t.key(text, v);
+    ASSERT_TRUE(Indx_add(&t.wa, t.x.get(), i + 1, &k)) << t.x->fault.text;
+  }
+}
+
+TEST_F(IdxTree, OneKeySectorsSplitIntoAnEmptyLeftSector)
+{
+  Tree t(path("g.idx"), {'C', 238, 0}, false);
+  EXPECT_EQ(t.x->hdr.keysize, 240u);
+  EXPECT_EQ(t.x->hdr.maxkeys, 1u);
+  const std::string a(238, 'A'), b(238, 'B');
+  const IdxKey ka = t.key(a, 0), kb = t.key(b, 0);
+  ASSERT_TRUE(Indx_add(&t.wa, t.x.get(), 1, &kb));
+  ASSERT_TRUE(Indx_add(&t.wa, t.x.get(), 2, &ka));
+  // The median A/2 goes up into the new root 4: [3 A/2 5]; 3 is empty, 5 holds B/1.
+  const std::string f = whole(t);
+  auto w = [&](uint32_t sec, size_t at) { return dbf_get32(reinterpret_cast<const uint8_t*>(f.data()) + sec * 512 + at); };
+  EXPECT_EQ(std::vector<uint32_t>({w(0, IDXH_ROOT), w(0, IDXH_NXKYSC), w(0, IDXH_KEYCNT)}), std::vector<uint32_t>({4, 6, 2}));
+  EXPECT_EQ(std::vector<uint32_t>({w(3, 0), w(3, 4), w(3, 8)}), std::vector<uint32_t>({0, 4, 0}));
+  EXPECT_EQ(std::vector<uint32_t>({w(4, 0), w(4, 12), w(4, 16), w(4, 12 + 248)}), std::vector<uint32_t>({1, 3, 2, 5}));
+  EXPECT_EQ(std::vector<uint32_t>({w(5, 0), w(5, 4), w(5, 8), w(5, 16)}), std::vector<uint32_t>({1, 4, 1, 1}));
+  EXPECT_EQ(f.substr(4 * 512 + 20, 238), a);
+  EXPECT_EQ(f.substr(5 * 512 + 20, 239), b + '\0');
+  EXPECT_EQ(t.walk(true), std::vector<int32_t>({2, 1}));
+  EXPECT_EQ(t.walk(false), std::vector<int32_t>({1, 2}));
+  // Emptied, the tree keeps its root; the next key takes a new one.
+  for (const IdxKey* k : {&ka, &kb}) {
+    ASSERT_TRUE(seek_key(&t.wa, t.x.get(), k));
+    ASSERT_TRUE(Indx_del(&t.wa, t.x.get()));
+  }
+  EXPECT_EQ(t.x->hdr.keycnt, 0u);
+  EXPECT_EQ(t.x->hdr.root, 4u);
+  ASSERT_TRUE(Indx_add(&t.wa, t.x.get(), 3, &ka));
+  EXPECT_NE(t.x->hdr.root, 4u);
+}
+
+TEST_F(IdxTree, ExclusiveKeepsTheFirst2048BytesUntilAForcedFlush)
+{
+  Tree t(path("x.idx"), {'C', 10, 0}, true);
+  const std::string before = dir_.read("x.idx");
+  fill(t, 100);
+  const std::string during = dir_.read("x.idx");
+  EXPECT_GT(during.size(), 2048u);
+  EXPECT_EQ(during.substr(0, 2048), before + std::string(512, '\0'));
+  ndx_flshhdr(t.x.get(), 1);
+  EXPECT_EQ(dir_.read("x.idx").substr(0, 2048), std::string(reinterpret_cast<char*>(t.cache), 2048));
+  EXPECT_EQ(t.walk(true).size(), 100u);
+}
+
+TEST_F(IdxTree, CompareRulesAndDuplicates)
+{
+  struct Row {
+    Shape shape;
+    const char* stored;  // C text, else the number
+    char vtype;
+    const char* value;   // C/M text, else the number
+    bool found;
+    int fault;
+  } const rows[] = {
+      {{'C', 10, 0}, "ABC", 'M', "ZZZ", true, 0},   // a memo value equals every key
+      {{'C', 10, 0}, "ABC", 'C', "AB", true, 0},    // a prefix
+      {{'C', 10, 0}, "ABC", 'D', "3", false, 317},  // a date cannot search text
+      {{'N', 2, 0}, "1.25", 'N', "1.254", true, 0}, // within the tolerance
+      {{'N', 2, 0}, "1.25", 'L', "1", false, 0},    // a logical searches numbers by its byte
+      {{'L', 0, 0}, "0", 'N', "0", true, 0},        // a number reads the logical slot as a double
+      {{'D', 0, 0}, "3", 'N', "3", false, 317},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.value);
+    Tree t(path("c.idx"), r.shape, false);
+    std::string stored = r.stored;
+    if (r.shape.type == 'C') stored.resize(10, ' ');
+    const IdxKey k = t.key(stored, std::atof(r.stored));
+    ASSERT_TRUE(Indx_add(&t.wa, t.x.get(), 7, &k));
+    const double v = std::atof(r.value);
+    const IdxKey q{r.vtype, r.value, int32_t(std::strlen(r.value)), v, int32_t(v), int32_t(v)};
+    EXPECT_EQ(idx_find(&t.wa, t.x.get(), &q, false), r.found);
+    EXPECT_EQ(t.x->fault.code, r.fault);
+    // The same key and record again: refused in a plain index, nothing in a UNIQUE one.
+    t.x->fault.code = 0;
+    EXPECT_FALSE(Indx_add(&t.wa, t.x.get(), 7, &k));
+    EXPECT_EQ(t.x->fault.code, 416);
+    t.x->fault.code = 0;
+    t.x->hdr.flags = IDX_FLAG_UNIQUE;
+    EXPECT_TRUE(Indx_add(&t.wa, t.x.get(), 8, &k));
+    EXPECT_EQ(t.x->hdr.keycnt, 1u);
+  }
+}
+
+TEST_F(IdxTree, DamagedFilesEndInFault412)
+{
+  for (int d = 0; d < 6; ++d) {
+    SCOPED_TRACE(d);
+    Tree t(path("d.idx"), {'C', 10, 0}, false);
+    fill(t, 300);
+    IdxDesc* x = t.x.get();
+    x->cur_sec = x->hdr.root;
+    ASSERT_TRUE(get_cur_sec(&t.wa, x));
+    const uint32_t root = x->hdr.root, leaf = ent_child(x, 0);
+    auto put = [&](uint32_t sec, size_t at, uint32_t word) {
+      uint8_t b[4];
+      dbf_put32(b, word);
+      ASSERT_EQ(::pwrite(x->fd, b, 4, off_t(sec) * 512 + off_t(at)), 4);
+    };
+    switch (d) {
+      case 0: put(root, 12, root); break;                      // a child loop
+      case 1: put(root, 12, x->hdr.nxkysc + 7); break;         // a child past the file
+      case 2: put(leaf, 0, x->hdr.maxkeys + 2); break;         // too many keys
+      case 3: put(leaf, 0, leaf), x->hdr.kavsec = leaf; break; // a free chain that loops
+      case 4: put(leaf, 4, leaf), put(leaf, 8, 999); break;    // a parent loop
+      case 5: put(0, IDXH_KEYSIZE, 0); break;                  // a header the engine cannot use
+    }
+    if (d == 3) {
+      EXPECT_EQ(get_new_sec(x), 0u);
+    } else if (d == 4) {
+      x->cur_sec = leaf;
+      ASSERT_TRUE(get_cur_sec(&t.wa, x));
+      x->key_off = sec_count(x) - 1;
+      EXPECT_EQ(Indx_down(&t.wa, x), 0);
+    } else {
+      idx_top(&t.wa, x);
+      EXPECT_TRUE(t.wa.eof);
+    }
+    EXPECT_EQ(x->fault.code, 412);
+    EXPECT_EQ(x->fault.severity, VL_SEV_FATAL);
+  }
+  IdxHeader h{};
+  h.secsize = IDX_SECTOR;
+  char why[80] = "";
+  EXPECT_FALSE(idx_header_sane(&h, -1, why, sizeof why));
+  EXPECT_STREQ(why, "key size out of range");
+}
+
+}  // namespace
