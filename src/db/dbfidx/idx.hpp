@@ -189,6 +189,8 @@ struct IdxDesc {
   var* pendkey;       /* kept old key (owned copy), or null */
   var* pendfor;       /* kept old FOR value (owned copy), or null */
   IdxFault fault;     /* the engine's unreported fault */
+  struct IdxSecCache* seccache; /* exclusive: recently used key sectors
+                                   (owned, see idx_cache_release), or null */
 };
 
 /* Entry access in the sector buffer. */
@@ -200,10 +202,19 @@ inline uint8_t* idx_entry(IdxDesc* x, int32_t k) { return x->sec + IDX_SEC_HEAD 
 ** above maxkeys + 1, a path deeper than the file can hold) records fault
 ** 412 and ends the operation with its neutral result. ---- */
 
-/* Switch, on by default (tests run both ways): a binary search for the
-** stop position within a sector in place of the walk from its first entry
-** (the same position in a sorted sector). */
+/* Switches, on by default (tests run both ways).  vlnIdxBinarySearch: a
+** binary search for the stop position within a sector in place of the
+** walk from its first entry (the same position in a sorted sector).
+** vlnIdxSectorCache: an exclusive descriptor keeps up to this many
+** recently used key sectors in memory (seccache), 0 none, and writes
+** changed ones when they leave it, at a forced header flush and at
+** idx_cache_release; the file's bytes are then what they would have been
+** without it.  The value is read when a descriptor first moves a sector. */
 extern int vlnIdxBinarySearch;
+extern int vlnIdxSectorCache;
+/* Write the sectors idx's cache holds unwritten and free it.  ndx_close
+** calls it for every descriptor before closing the file. */
+void idx_cache_release(IdxDesc* idx);
 
 /* Read n bytes at file offset at through the exclusive cache: below 1024
 ** nothing is read (the caller's header is the cache), 1024..2047 comes from
@@ -219,7 +230,8 @@ ssize_t Iwrite_fil(IdxDesc* idx, int fd, const void* buf, size_t n, off_t at, in
 bool get_cur_sec(DbfState* wa, IdxDesc* idx);
 bool put_cur_sec(DbfState* wa, IdxDesc* idx);
 /* Write the header (exclusive without force: into the cache only; a forced
-** flush of an exclusive descriptor writes the cached 0..2047 whole). */
+** flush of an exclusive descriptor writes the sectors the sector cache
+** holds unwritten, then the cached 0..2047 whole). */
 void ndx_flshhdr(IdxDesc* idx, int force);
 /* Re-read the header; nothing when exclusive. */
 void ndx_updthdr(IdxDesc* idx);

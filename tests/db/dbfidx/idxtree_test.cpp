@@ -57,7 +57,11 @@ struct Tree {
     }
     wa.lastrec = 1000000;
   }
-  ~Tree() { ::close(x->fd); }
+  ~Tree()
+  {
+    idx_cache_release(x.get());
+    ::close(x->fd);
+  }
   // A key of the index's type: text for C, else the number v.
   IdxKey key(const std::string& text, double v) const
   {
@@ -188,7 +192,11 @@ void churn(const std::string& path, Shape s, bool excl, int batches, int ops, st
 
 class IdxTree : public ::testing::Test {
  protected:
-  void TearDown() override { vlnIdxBinarySearch = 1; }
+  void TearDown() override
+  {
+    vlnIdxBinarySearch = 1;
+    vlnIdxSectorCache = 8192;
+  }
   std::string path(const char* name) const { return dir_ / name; }
   vltest::TempDir dir_;
 };
@@ -200,11 +208,14 @@ TEST_F(IdxTree, RandomChurnMatchesTheModelInEveryMode)
                           {'N', 2, IDX_FLAG_DESCEND}, {'C', 10, IDX_FLAG_UNIQUE | IDX_FLAG_DESCEND}};
   for (const Shape& s : shapes) {
     std::string first;
-    for (int mode = 0; mode < 4; ++mode) {
+    // Modes: linear or binary search; shared, exclusive, exclusive with a
+    // sector cache of 8 (always evicting) or 1024 sectors.
+    for (int mode = 0; mode < 8; ++mode) {
       SCOPED_TRACE(testing::Message() << s.type << s.len << " flags " << s.flags << " mode " << mode);
       vlnIdxBinarySearch = mode & 1;
+      vlnIdxSectorCache = mode < 4 ? 0 : mode < 6 ? 8 : 1024;
       std::string bytes;
-      churn(path("t.idx"), s, mode & 2, 6, s.len > 200 ? 150 : 600, &bytes);
+      churn(path("t.idx"), s, mode >= 2, 6, s.len > 200 ? 150 : 600, &bytes);
       if (HasFatalFailure()) return;
       if (mode == 0) first = bytes;
       EXPECT_TRUE(bytes == first) << "the file differs between modes";
@@ -267,15 +278,22 @@ TEST_F(IdxTree, OneKeySectorsSplitIntoAnEmptyLeftSector)
 
 TEST_F(IdxTree, ExclusiveKeepsTheFirst2048BytesUntilAForcedFlush)
 {
-  Tree t(path("x.idx"), {'C', 10, 0}, true);
-  const std::string before = dir_.read("x.idx");
-  fill(t, 100);
-  const std::string during = dir_.read("x.idx");
-  EXPECT_GT(during.size(), 2048u);
-  EXPECT_EQ(during.substr(0, 2048), before + std::string(512, '\0'));
-  ndx_flshhdr(t.x.get(), 1);
-  EXPECT_EQ(dir_.read("x.idx").substr(0, 2048), std::string(reinterpret_cast<char*>(t.cache), 2048));
-  EXPECT_EQ(t.walk(true).size(), 100u);
+  for (int cache : {0, 1024}) {
+    vlnIdxSectorCache = cache;
+    Tree t(path("x.idx"), {'C', 10, 0}, true);
+    const std::string before = dir_.read("x.idx");
+    fill(t, 100);
+    // Without the sector cache the sectors after 3 are written at once.
+    const std::string during = dir_.read("x.idx");
+    EXPECT_EQ(during.size() > 2048, cache == 0);
+    EXPECT_EQ(during.substr(0, 1536), before);
+    EXPECT_EQ(during.substr(1536, 512), std::string(during.size() > 2048 ? 512 : 0, '\0'));
+    ndx_flshhdr(t.x.get(), 1);
+    const std::string after = dir_.read("x.idx");
+    EXPECT_EQ(after.substr(0, 2048), std::string(reinterpret_cast<char*>(t.cache), 2048));
+    EXPECT_EQ(after.size(), size_t(t.x->hdr.nxkysc) * 512);
+    EXPECT_EQ(t.walk(true).size(), 100u);
+  }
 }
 
 TEST_F(IdxTree, CompareRulesAndDuplicates)
