@@ -225,8 +225,8 @@ ssize_t Iread_fil(IdxDesc* idx, int fd, void* buf, size_t n, off_t at);
 ** force is set.  Bytes written (n when cached). */
 ssize_t Iwrite_fil(IdxDesc* idx, int fd, const void* buf, size_t n, off_t at, int force);
 /* Read or write sector cur_sec into or from sec.  false (fault 412 with
-** the diEM_badidx text) when cur_sec is out of range (get: < nxkysc, put:
-** <= nxkysc) or the sector's key count exceeds maxkeys + 1. */
+** the diEM_badidx text) when cur_sec is out of range (get: 3 .. nxkysc - 1,
+** put: 3 .. nxkysc) or a read sector's key count exceeds maxkeys + 1. */
 bool get_cur_sec(DbfState* wa, IdxDesc* idx);
 bool put_cur_sec(DbfState* wa, IdxDesc* idx);
 /* Write the header (exclusive without force: into the cache only; a forced
