@@ -127,6 +127,7 @@ void free_desc(IdxDesc* idx)
 {
   const bool excl = idx->flags & IDX_D_EXCL;
   if (idx->fd >= 0) {
+    idx_cache_release(idx);
     if (excl && idx->cache && (idx->flags & IDX_D_OPEN)) {
       idx_put_header(&idx->hdr, idx->cache);
       dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
@@ -591,6 +592,7 @@ int ndx_zap(var* self, IdxDesc* idx)
   ndx_updthdr(idx);
   char fortext[IDXH2_FOR_ROOM + 1];
   vln_ndx_hdr2(6, 0, 0, self, idx, fortext);
+  idx_cache_release(idx);  // its sectors are the old tree's
   const bool ok = (idx->flags & IDX_D_EXCL) && idx->cache && ftruncate(idx->fd, 0) == 0 &&
                   vlnFCNTLlock(F_SETLK, F_WRLCK, 0, kZapLockLen, idx->fd, nullptr) == 0;
   if (!ok) {
