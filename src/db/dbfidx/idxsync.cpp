@@ -360,6 +360,7 @@ bool ndx_fastfind(var* self, DbfState* wa, IdxDesc* idx, var* block)
     var* r = _bb_eval(3, args);
     const bool hit = vlnInSet("LINF", r->Type) && vlnLogVar(r);
     del_tmpvars(mark);
+    if (!dbf_is_open(wa) || !order_of(wa, idx)) return false;  // the block closed the order
     if (hit) break;
     Indx_down(wa, idx);
     if (wa->eof || !on_entry(idx)) break;
