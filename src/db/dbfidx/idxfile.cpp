@@ -381,6 +381,15 @@ void fill_hdr2(var* self, int value, const char* fortext)
   if (const uint8_t* t = sort_table()) std::memcpy(hdr2buf + IDXH2_SORTTAB, t, kSortTab);
 }
 
+/* A text field of room bytes at p into text (room + 1 bytes), up to its
+** terminator (a damaged file may have none). */
+void copy_out(char* text, const uint8_t* p, size_t room)
+{
+  const size_t n = strnlen(reinterpret_cast<const char*>(p), room);
+  std::memcpy(text, p, n);
+  text[n] = '\0';
+}
+
 /* Read n bytes of the second header into the buffer. */
 bool read_hdr2(IdxDesc* idx, int fd, size_t n) { return Iread_fil(idx, fd, hdr2buf, n, IDX_HDR2_AT) == ssize_t(n); }
 
@@ -452,11 +461,11 @@ int vln_ndx_hdr2(int op, int value, int fd, var* self, IdxDesc* idx, char* text)
     }
     case 5:
       ok = read_hdr2(idx, fd, kHdr2Head);
-      std::snprintf(text, IDX_NAME_ROOM + 1, "%.*s", int(IDX_NAME_ROOM), reinterpret_cast<const char*>(hdr2buf + IDXH2_DBFNAME));
+      copy_out(text, hdr2buf + IDXH2_DBFNAME, IDX_NAME_ROOM);
       break;
     case 6:
       ok = read_hdr2(idx, fd, kHdr2ForPart);
-      std::snprintf(text, IDXH2_FOR_ROOM + 1, "%.*s", int(IDXH2_FOR_ROOM), reinterpret_cast<const char*>(hdr2buf + IDXH2_FOREXPR));
+      copy_out(text, hdr2buf + IDXH2_FOREXPR, IDXH2_FOR_ROOM);
       break;
     case 7:
       ok = read_hdr2(idx, fd, sizeof hdr2buf);
