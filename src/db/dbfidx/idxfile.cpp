@@ -121,17 +121,21 @@ var* own_copy(var* v)
   return keep;
 }
 
-/* Free a descriptor and what it owns, writing an exclusive cache back
-** first.  The file's claim and its pooled descriptor end here. */
+/* Free a descriptor and what it owns; an open one writes what it holds
+** in memory back first (an open that failed leaves the file as it was).
+** The file's claim and its pooled descriptor end here. */
 void free_desc(IdxDesc* idx)
 {
   const bool excl = idx->flags & IDX_D_EXCL;
   if (idx->fd >= 0) {
-    if (excl && idx->cache && (idx->flags & IDX_D_OPEN)) {
-      idx_put_header(&idx->hdr, idx->cache);
-      dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
+    if (idx->flags & IDX_D_OPEN) {
+      idx_cache_release(idx);
+      if (excl && idx->cache) {
+        idx_put_header(&idx->hdr, idx->cache);
+        dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
+      }
     }
-    if (idx->flags & IDX_D_OPEN) fdpoolReleaseIndex(idx->fd, excl);
+    if (idx->flags & IDX_D_CLAIMED) fdpoolReleaseIndex(idx->fd, excl);
     diCloseFile(idx->fd);
   }
   drop_value(&idx->keyblock);
@@ -245,10 +249,7 @@ bool shape_header(IdxHeader* h, var* keytext, var* key, var* unique, var* descen
 bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
 {
   idx->fd = diOpenFile(idx->filename, nullptr, readonly ? O_RDONLY : O_RDWR);
-  if (idx->fd < 0) {
-    fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", idx->filename);
-    return false;
-  }
+  if (idx->fd < 0) return false;  // silent: the caller's NETERR() tells
   const bool locked = fdpoolClaimIndex(idx->fd, excl) == 0;
   if (!locked || (excl ? diLockIndexExcl : diLockIndexShar)(idx->fd, VLN_LOCK_BASE) != 0) {
     if (locked) fdpoolReleaseIndex(idx->fd, excl);
@@ -256,7 +257,7 @@ bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
          excl ? diEM_idxlock_s : diEM_idxlock_e);
     return false;
   }
-  idx->flags = uint8_t(IDX_D_OPEN | (excl ? IDX_D_EXCL : 0));
+  idx->flags = uint8_t(IDX_D_CLAIMED | (excl ? IDX_D_EXCL : 0));
   uint8_t head[IDX_HDR_BYTES];
   const uint8_t* p = head;
   size_t got;
@@ -380,6 +381,15 @@ void fill_hdr2(var* self, int value, const char* fortext)
   if (const uint8_t* t = sort_table()) std::memcpy(hdr2buf + IDXH2_SORTTAB, t, kSortTab);
 }
 
+/* A text field of room bytes at p into text (room + 1 bytes), up to its
+** terminator (a damaged file may have none). */
+void copy_out(char* text, const uint8_t* p, size_t room)
+{
+  const size_t n = strnlen(reinterpret_cast<const char*>(p), room);
+  std::memcpy(text, p, n);
+  text[n] = '\0';
+}
+
 /* Read n bytes of the second header into the buffer. */
 bool read_hdr2(IdxDesc* idx, int fd, size_t n) { return Iread_fil(idx, fd, hdr2buf, n, IDX_HDR2_AT) == ssize_t(n); }
 
@@ -451,11 +461,11 @@ int vln_ndx_hdr2(int op, int value, int fd, var* self, IdxDesc* idx, char* text)
     }
     case 5:
       ok = read_hdr2(idx, fd, kHdr2Head);
-      std::snprintf(text, IDX_NAME_ROOM + 1, "%.*s", int(IDX_NAME_ROOM), reinterpret_cast<const char*>(hdr2buf + IDXH2_DBFNAME));
+      copy_out(text, hdr2buf + IDXH2_DBFNAME, IDX_NAME_ROOM);
       break;
     case 6:
       ok = read_hdr2(idx, fd, kHdr2ForPart);
-      std::snprintf(text, IDXH2_FOR_ROOM + 1, "%.*s", int(IDXH2_FOR_ROOM), reinterpret_cast<const char*>(hdr2buf + IDXH2_FOREXPR));
+      copy_out(text, hdr2buf + IDXH2_FOREXPR, IDXH2_FOR_ROOM);
       break;
     case 7:
       ok = read_hdr2(idx, fd, sizeof hdr2buf);
@@ -553,14 +563,16 @@ IdxDesc* ndx_open(var* self, DbfState* wa, var* name, int exclusive, var* alias,
   if (!opened) free_desc(idx);
   vln_enable_break();
   if (!opened) {
-    dbf_error(self, method, f.code, f.severity, "%s", f.text);
+    if (f.code) dbf_error(self, method, f.code, f.severity, "%s", f.text);
     return nullptr;
   }
   bool bound = false;
   vln_guarded(
       [&] {
         bound = bind_key(self, wa, idx, key, method);
-        if (bound) first_key(self, wa, idx);
+        if (!bound) return;
+        idx->flags |= IDX_D_OPEN;
+        first_key(self, wa, idx);
       },
       [&] {
         if (bound) return;
@@ -594,6 +606,8 @@ int ndx_zap(var* self, IdxDesc* idx)
   ndx_updthdr(idx);
   char fortext[IDXH2_FOR_ROOM + 1];
   vln_ndx_hdr2(6, 0, 0, self, idx, fortext);
+  idx_cache_release(idx);  // its sectors are the old tree's
+  idx->flags &= uint8_t(~IDX_D_DEFER);  // the keys it held go with them
   const bool ok = (idx->flags & IDX_D_EXCL) && idx->cache && ftruncate(idx->fd, 0) == 0 &&
                   vlnFCNTLlock(F_SETLK, F_WRLCK, 0, kZapLockLen, idx->fd, nullptr) == 0;
   if (!ok) {
