@@ -1,0 +1,148 @@
+// One table used by eight processes at once, opened shared with both of its
+// orders, each change made under the record's lock: no change may be lost
+// (each process counts its changes into a field of its own, so a write
+// from a stale record loses counts) and both orders must be sound after.
+// Then a writer killed at a random moment of its index updates: what it
+// leaves must pass the checker or be reported as corrupt once the orders
+// are used, and REINDEX must make it sound again.
+#include <sched.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+
+#include <climits>
+#include <fstream>
+#include <random>
+
+#include "idxdemo.h"
+
+using namespace idxdemo;
+
+namespace {
+
+constexpr int kWriters = 8;
+constexpr char kOpen[] = "DBUSEAREA(.T., , 't', , .T.), ORDLISTADD('a'), ORDLISTADD('b')";
+// One change of the locked current record: which keys (1 name, 2 number,
+// 3 both), their values, and the writer's counter field.
+constexpr char kChange[] =
+    "{|k, s, v, c| IIF(k != 2, FIELDPUT(1, s), NIL), IIF(k != 1, FIELDPUT(2, v), NIL), "
+    "FIELDPUT(c, FIELDGET(c) + 1), DBCOMMIT(), DBUNLOCK()}";
+
+// A writer: ops changes of random records (often the first few, so that
+// writers collide) and appends; exits 0 when nothing failed or reported.
+[[noreturn]] void writer(int w, long ops)
+{
+  frame f;
+  vln_fn_start(&f, "writer", "writer", 1, 0);
+  std::mt19937 rng(w);
+  bool ok = truth(kOpen);
+  for (long i = 0; ok && i < ops; ++i) {
+    const long count = num("LASTREC()");
+    int keys = 3;
+    if (count == 0 || rng() % 3 == 0) {
+      while (!truth("DBAPPEND(), !NETERR()")) sched_yield();
+    } else {
+      vl_call(_bb_dbgoto, {set_Iv(int32_t(1 + rng() % (rng() % 2 ? std::min(count, 16L) : count)))});
+      while (!truth("RLOCK()")) sched_yield();
+      keys = 1 + rng() % 3;
+    }
+    vl_call(exp_evalb, {eval(kChange), set_Iv(keys), set_cv(("w" + std::to_string(rng() % 500)).c_str()),
+                        set_Iv(int32_t(rng() % 1000)), set_Iv(2 + w)});
+    ok = vltest::VlTest::reports().empty();
+    del_tmpvars(f.TmvNp);
+  }
+  for (const auto& r : vltest::VlTest::reports()) fprintf(stderr, "writer %d: %d %s\n", w, r.code, r.description.c_str());
+  eval("DBCLOSEALL()");
+  _exit(ok ? 0 : 1);
+}
+
+pid_t spawn(int w, long ops)
+{
+  vltest::VlTest::reports().clear();
+  const pid_t pid = fork();
+  if (pid == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    writer(w, ops);
+  }
+  return pid;
+}
+
+// Whether pid exited with 0 within seconds (killed if not).
+bool finished(pid_t pid, int seconds)
+{
+  int status = 0;
+  for (int ms = 0; ms < seconds * 1000; ms += 10) {
+    if (waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    usleep(10000);
+  }
+  kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
+  return false;
+}
+
+// The record count in the table's header.
+uint32_t records()
+{
+  uint8_t h[vl::DBF_OFF_COUNT + 4] = {};
+  std::ifstream("t.dbf", std::ios::binary).read(reinterpret_cast<char*>(h), sizeof h);
+  return vl::dbf_get32(h + vl::DBF_OFF_COUNT);
+}
+
+class SharedOrders : public Area {
+ protected:
+  void SetUp() override
+  {
+    Area::SetUp();
+    std::string fields = "{{'NAME', 'C', 10, 0}, {'NUM', 'N', 8, 0}";
+    for (int w = 1; w <= kWriters; ++w) fields += ", {'C" + std::to_string(w) + "', 'N', 8, 0}";
+    ASSERT_TRUE(truth("DBCREATE('t', " + fields + "}), DBUSEAREA(.T., , 't', , .F.)"));
+    ASSERT_TRUE(truth("ORDCREATE('a', , 'NAME'), ORDCREATE('b', , 'STR(NUM, 8) + NAME'), DBCLOSEALL()"));
+  }
+  static std::string both() { return problems("t.dbf", "a.idx") + problems("t.dbf", "b.idx"); }
+};
+
+TEST_F(SharedOrders, EightWritersLoseNoChangeAndLeaveSoundOrders)
+{
+  const long ops = long_run() ? 10000 : 600;
+  std::vector<pid_t> writers;
+  for (int w = 1; w <= kWriters; ++w) writers.push_back(spawn(w, ops));
+  for (pid_t pid : writers) EXPECT_TRUE(finished(pid, 30 + int(ops / 20))) << "writer " << pid;
+  EXPECT_EQ(both(), "");
+  ASSERT_TRUE(truth("DBUSEAREA(.T., , 't', , .T.)"));
+  std::string want = "{";
+  for (int w = 1; w <= kWriters; ++w) want += (w > 1 ? ", " : "") + std::to_string(ops);
+  EXPECT_EQ(vltest::shown(eval("a := AFILL(ARRAY(8), 0), DBEVAL({|| AEVAL(a, {|x, i| a[i] += FIELDGET(2 + i)})}), a")),
+            want + "}");
+}
+
+TEST_F(SharedOrders, AKilledWriterLeavesSoundOrReportedOrdersThatReindexRepairs)
+{
+  const int rounds = long_run() ? 200 : 16;
+  std::mt19937 rng(5);
+  int reported = 0;
+  for (int round = 1; round <= rounds; ++round) {
+    const uint32_t before = records();
+    const pid_t pid = spawn(1 + round % kWriters, LONG_MAX);
+    for (int ms = 0; records() < before + 3 && ms < vltest::kWatchdogMs; ms += 1) usleep(1000);
+    usleep(rng() % 5000);
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    const std::string found = both();
+    if (!found.empty()) {
+      ++reported;
+      eval(std::string(kOpen) + ", DBGOTOP(), DBSKIP(LASTREC()), ORDSETFOCUS(2), DBGOBOTTOM(), DBSKIP(-LASTREC())");
+      bool flagged = false;
+      for (const auto& r : reports())
+        flagged |= r.code == 331 || r.code == 412 || (r.code == 902 && r.description.find("corrupt") != std::string::npos);
+      EXPECT_TRUE(flagged) << "round " << round << ": the checker finds" << found << "\nbut using the orders reports nothing";
+      eval("DBCLOSEALL()");
+    }
+    ASSERT_TRUE(truth("DBUSEAREA(.T., , 't', , .F.), ORDLISTADD('a'), ORDLISTADD('b'), DBREINDEX()")) << "round " << round;
+    eval("DBCLOSEALL()");
+    ASSERT_EQ(both(), "") << "round " << round << ": after REINDEX";
+    sweep();
+  }
+  RecordProperty("damaged", reported);
+}
+
+}  // namespace
