@@ -80,6 +80,8 @@
   X(idxlock_e, "exclusive") \
   X(illord, "illegal order %d in area %s, only %d indices") \
   X(inconsist, "database %s;and index %s;are inconsistent;please reindex") \
+  X(keepfor, "KEEPINDEX only with FOR clause, ignored") \
+  X(keepidx, "KEEPINDEX only with open index, ignored") \
   X(keytyp, "key type (%c) doesn't match;index '%s';index key type (%c)") \
   X(logreq, "block must return logical") \
   X(mulop, "database %s;is multiply opened in different work areas") \

@@ -67,7 +67,9 @@ var* _bb___dbpack(int argc, var** argv);
 var* _bb___dbzap(int argc, var** argv);
 var* _bb_fieldget(int argc, var** argv);   /* NIL on an empty area */
 var* _bb_fieldput(int argc, var** argv);   /* NIL on an empty area */
-var* _bb_ordcreate(int argc, var** argv);  /* createorder, 7 args at most */
+/* ORDCREATE(file, order name, key text, key block, unique, no auto-lock,
+** keep index, width, decimals): createorder. */
+var* _bb_ordcreate(int argc, var** argv);
 var* _bb_dbcreatein(int argc, var** argv); /* createindex */
 var* _bb_orddestroy(int argc, var** argv); /* deleteorder; 0 */
 var* _bb_ordlistreb(int argc, var** argv); /* reindex */
@@ -142,6 +144,11 @@ var* _bb_dbgetlocat(int argc, var** argv);
 var* _bb_dbrlocklis(int argc, var** argv);
 var* _bb_dbstruct(int argc, var** argv);
 var* _bb_indexnames(int argc, var** argv);
+/* INDEXINFO([order]): an array describing the order: full name, order
+** name, key, FOR, key type, key length, key size, key count, UNIQUE,
+** DESCEND, table name, INDEXCHECK(), the index's write counter, sectors in
+** use, "version/flags/counter", then the table's write counter. */
+var* _bb_indexinfo(int argc, var** argv);
 
 /* ---- Answer without a table, through a closed default-driver object. ---- */
 var* _bb_indexext(int argc, var** argv);

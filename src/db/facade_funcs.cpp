@@ -26,8 +26,9 @@ constexpr const char* kBlockText = "BbCM";
 constexpr int32_t kFieldType = 2, kFieldLen = 3, kFieldDec = 4;
 constexpr int32_t kOrderDbfName = 5001, kOrderCheck = 5002;
 constexpr int32_t kInfoFileLock = 20;
-// createorder takes at most this many of the caller's arguments.
-constexpr int kCreateOrderArgs = 7;
+// createorder's arguments: file, order name, key text, key block, unique,
+// no auto-lock, keep index, width and decimals.
+constexpr int kCreateOrderArgs = 9;
 // delete and recall take at most the three scope arguments.
 constexpr int kScopeMethodArgs = 3;
 

@@ -25,6 +25,11 @@ constexpr uint8_t S = VLN_BRING_SILENT;
 constexpr int32_t kInfoFound = 29;
 constexpr int32_t kInfoMemoExt = 37;
 constexpr int32_t kOrderFullName = 20;
+constexpr int32_t kInfoWriteCount = 5011;
+// INDEXINFO()'s orderinfo codes: full name, order name, key, FOR, key type,
+// key length, key size, key count, UNIQUE, DESCEND, table name, check
+// state, write counter, sectors in use, version/flags/counter.
+constexpr int32_t kIndexInfoCodes[] = {20, 21, 2, 1, 24, 28, 25, 26, 43, 22, 5001, 5002, 5011, 5012, 5013};
 // Values that name an area.
 constexpr vl::LetterSet kAreaRef = vl::letters("CFIN");
 
@@ -152,6 +157,23 @@ VLN_FUNC(indexnames)
     var* add[] = {list, dispatch(obj, "orderinfo", VLN_DS_ORDERINFO, kOrderFullName, 1, &order)};
     _bb_aadd(2, add);
   }
+  return list;
+}
+
+// INDEXINFO([order]): the orderinfo answers of kIndexInfoCodes for the
+// order (the active one by default), then the table's own write counter.
+VLN_FUNC(indexinfo)
+{
+  var* list = neutral(Neutral::EmptyArray);
+  var* obj = object_or_bring(S);
+  if (!obj || !check_args("INDEXINFO", {"NI"}, argc, argv)) return list;
+  var* order = argc > 0 ? argv[0] : NIL_VAR;
+  for (int32_t code : kIndexInfoCodes) {
+    var* add[] = {list, dispatch(obj, "orderinfo", VLN_DS_ORDERINFO, code, 1, &order)};
+    _bb_aadd(2, add);
+  }
+  var* add[] = {list, dispatch(obj, "info", VLN_DS_INFO, kInfoWriteCount, 0, argv)};
+  _bb_aadd(2, add);
   return list;
 }
 

@@ -18,102 +18,41 @@
 // BEGIN SEQUENCE around each statement would.  After each input nothing of
 // it may remain: no work area, no open descriptor, no blocked break
 // signal; a remainder aborts, so that libFuzzer keeps the input.
-#include <dirent.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <stdlib.h>
-#include <unistd.h>
-
-#include <climits>
-#include <csetjmp>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 #include <string>
 #include <utility>
 
-#include "areas.h"
 #include "dbfidx.h"
 #include "facade.h"
-#include "kernel.hpp"
+#include "fuzzkit.hpp"
 #include "switches.hpp"
 #include "vartostr.hpp"
-#include "vl.h"
 
 namespace {
+
+using fuzzkit::truth;
 
 constexpr int kReadOnly = 1, kExclusive = 2, kDeleted = 4, kBreak = 8, kTwice = 16;
 constexpr size_t kPrefix = 3;
 constexpr size_t kShown = 512;   // room for a field value as text
 
 std::string dir;  // the scratch directory, the current directory from start()
-
-void ignore_error(const VlnErrReport*) {}
-
-// A report while breaking: leave for the innermost landing, as an error
-// block that BREAKs does.
-void break_error(const VlnErrReport*)
-{
-  if (glob_sequencebuf) longjmp(*glob_sequencebuf, 1);
-}
-
-// Descriptors of this process open on files in the scratch directory.
-int open_descriptors()
-{
-  DIR* d = opendir("/proc/self/fd");
-  int n = 0;
-  while (const dirent* e = readdir(d)) {
-    char link[64], target[PATH_MAX];
-    std::snprintf(link, sizeof link, "/proc/self/fd/%s", e->d_name);
-    const ssize_t len = readlink(link, target, sizeof target - 1);
-    n += len > 0 && size_t(len) > dir.size() && std::strncmp(target, dir.c_str(), dir.size()) == 0;
-  }
-  closedir(d);
-  return n;
-}
+frame* top = nullptr;  // the frame of the input's statements
 
 void start()
 {
   static bool started = false;
   if (std::exchange(started, true)) return;
   vln_start(0, nullptr);
-  // In memory where there is a tmpfs: a close syncs the files it wrote.
-  char shm[] = "/dev/shm/fuzzdbfXXXXXX", tmp[] = "/tmp/fuzzdbfXXXXXX";
-  const char* made = mkdtemp(shm);
-  dir = made ? made : mkdtemp(tmp);
-  if (chdir(dir.c_str()) != 0) abort();
+  dir = fuzzkit::scratch_dir("fuzzdbf");
   atexit([] { unlink("t.dbf"), unlink("t.dbt"), rmdir(dir.c_str()); });
 }
-
-void write_file(const char* name, const uint8_t* data, size_t size)
-{
-  const int fd = open(name, O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (fd < 0 || write(fd, data, size) != ssize_t(size)) abort();
-  close(fd);
-}
-
-// Run one statement of the function whose frame is top as inside BEGIN
-// SEQUENCE ... END: a BREAK out of it lands here, puts the frames back as
-// they were, and the next statement runs.
-frame* top = nullptr;
 
 template <class Statement>
 void statement(Statement&& body)
 {
-  jmp_buf landing;
-  jmp_buf* const outer = glob_sequencebuf;
-  const int32_t nesting = alreadyin;
-  glob_sequencebuf = &landing;
-  if (setjmp(landing) == 0) {
-    body();
-  } else {
-    vln_after_break(top);
-    alreadyin = nesting;
-  }
-  glob_sequencebuf = outer;
+  fuzzkit::statement(top, body);
 }
-
-bool truth(var* v) { return v->Type == 'L' && vlnLogVar(v); }
 
 // Read every field of the current record.
 void read_record()
@@ -168,9 +107,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
   size_t n = size_t(data[1] | data[2] << 8);
   if (n > size - kPrefix) n = size - kPrefix;
   unlink("t.dbt");
-  write_file("t.dbf", data + kPrefix, n);
-  if (size > kPrefix + n) write_file("t.dbt", data + kPrefix + n, size - kPrefix - n);
-  vln_error_handler = mode & kBreak ? break_error : ignore_error;
+  fuzzkit::write_file("t.dbf", data + kPrefix, n);
+  if (size > kPrefix + n) fuzzkit::write_file("t.dbt", data + kPrefix + n, size - kPrefix - n);
+  vln_error_handler = mode & kBreak ? fuzzkit::break_error : fuzzkit::ignore_error;
   vl::flags[VL_FLAG_DELETED] = mode & kDeleted ? 1 : 0;
 
   frame f;
@@ -189,17 +128,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
   del_tmpvars(0);
   alreadyin = 0;
 
-  sigset_t blocked;
-  sigprocmask(SIG_BLOCK, nullptr, &blocked);
-  const char* left = vlnWAHead                           ? "a work area"
-                     : glob_sequencebuf                  ? "a landing"
-                     : sigismember(&blocked, SIGINT)     ? "breaks disabled"
-                     : open_descriptors() != 0           ? "a descriptor"
-                                                         : nullptr;
-  if (left) {
-    std::fprintf(stderr, "fuzz_dbf: the input left %s behind\n", left);
-    system("ls -l /proc/$PPID/fd >&2");
-    abort();
-  }
+  fuzzkit::check_nothing_left("fuzz_dbf", dir);
   return 0;
 }

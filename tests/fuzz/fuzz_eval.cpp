@@ -18,35 +18,12 @@
 #include <cstring>
 #include <string>
 
-#include "kernel.hpp"
-#include "vl.h"
+#include "fuzzkit.hpp"
 
 namespace {
 
 // Length of the text a "*" line unfolds to.
 constexpr size_t kLongText = 200000;
-
-const char* const kCallable[] = {
-    "len",     "upper",   "lower",    "abs",      "eval",     "type",     "valtype",
-    "empty",   "int",     "round",    "str",      "val",      "substr",   "left",
-    "right",   "at",      "rat",      "trim",     "ltrim",    "rtrim",    "alltrim",
-    "chr",     "asc",     "stuff",    "dtos",     "stod",     "ctod",     "dtoc",
-    "year",    "month",   "day",      "dow",      "cdow",     "cmonth",   "max",
-    "min",     "strzero", "descend",  "aadd",     "acopy",    "aclone",   "adel",
-    "ains",    "afill",   "ascan",    "asort",    "atail",    "soundex",  "strtran",
-    "isfunction", "macroeval", "macrosubst", "memvarbloc", "procname", "procline",
-    "word",    "pcount",  "fieldblock", "isupper", "islower", "isalpha",  "isdigit",
-};
-
-var* nil_function(int, var**) { return NIL_VAR; }
-void ignore_error(const VlnErrReport*) {}
-
-bool callable(const char* name)
-{
-  for (const char* c : kCallable)
-    if (std::strcmp(c, name) == 0) return true;
-  return false;
-}
 
 void start()
 {
@@ -54,9 +31,8 @@ void start()
   if (started) return;
   started = true;
   vln_start(0, nullptr);
-  for (int32_t i = 1; i < vln_ftab_size(); ++i)
-    if (!callable(glob_ftab[i].name)) glob_ftab[i].fn = nil_function;
-  vln_error_handler = ignore_error;
+  fuzzkit::restrict_functions();
+  vln_error_handler = fuzzkit::ignore_error;
 }
 
 // The expression of the first line, with a "*" repetition unfolded.

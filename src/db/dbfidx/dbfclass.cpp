@@ -199,7 +199,7 @@ var* _bb_dbfidx_found_ac(var* obj) { return flag_of(obj, &DbfState::found); }
 var* _bb_dbfidx_used_ac(var* obj) { return set_lv(open_obj(obj)); }
 var* _bb_dbfidx_shared_ac(var* obj) { return set_lv(open_obj(obj) && !dbf_is_excl(st(obj))); }
 var* _bb_dbfidx_readonly_ac(var* obj) { return set_lv(open_obj(obj) && dbf_is_ro(st(obj))); }
-var* _bb_dbfidx_indexcount_ac(var* obj) { return set_Iv(0); }
+var* _bb_dbfidx_indexcount_ac(var* obj) { return set_Iv(open_obj(obj) ? st(obj)->indexcount : 0); }
 var* _bb_dbfidx_driver_ac(var* obj) { return text(kDriverName); }
 var* _bb_dbfidx_rddname_ac(var* obj) { return text(kDriverName); }
 var* _bb_dbfidx_indexext_ac(var* obj) { return text(st(obj) ? st(obj)->idxext : ".idx"); }

@@ -17,7 +17,8 @@
 ** The write counter (byte 31) is a generation number: every written
 ** record adds 1 to wrpending, and a commit adds wrpending to the byte,
 ** skipping 0 and 1 after a wrap, so that an index that remembers the byte
-** can tell that the table was changed without it.
+** can tell that the table was changed without it.  Each commit copies the
+** byte into every open order's second header (vln_wrcnt_upd).
 */
 #include <errno.h>
 #include <sys/stat.h>
@@ -31,6 +32,7 @@
 
 #include "dbfidx.h"
 #include "dbfint.hpp"
+#include "idx.hpp"
 
 extern "C" {
 int VLdbheadY2000 = 0;
@@ -209,14 +211,24 @@ int vln_wrcnt(int value, var* self)
   return s->wrpending;
 }
 
+/* Commit the pending count and give every open order the table's
+** counter, which says that the order holds every change counted so far
+** (keys an exclusive order still holds are added first). */
 void vln_wrcnt_upd(var* self)
 {
   DbfState* s = dbf_state(self);
-  if (!dbf_is_open(s) || dbf_is_ro(s) || s->wrpending == 0) return;
-  local_wrlock2(&s->lk, diMN_fldput);
+  if (!dbf_is_open(s) || dbf_is_ro(s) || (s->wrpending == 0 && s->indexcount == 0)) return;
+  // Only a change to count or keys to add needs the write section; an
+  // order's counter that is already in step is only read.
+  const bool write = s->wrpending != 0 || s->syncstate == IDX_SYNC_APPENDED;
+  if (write) local_wrlock2(&s->lk, diMN_fldput);
+  else local_rdlock2(&s->lk, diMN_fldput);
+  idx_sync(self, s, IDX_SYNC_FLUSH);
   updat_dbfhdr(self);
-  vln_wrcnt(-4, self);
+  const int counter = s->wrpending ? vln_wrcnt(-4, self) : s->hdr[DBF_OFF_WRCNT];
+  for (int i = 1; i <= s->indexcount; ++i) vln_ndx_hdr2(3, counter, 0, self, s->orders[i], nullptr);
   local_rwulock2(&s->lk, diMN_fldput);
+  idx_report_all(self, s);
 }
 
 void dbf_fldef(int i, const char* name, char type, uint32_t len, int dec, uint8_t* header)

@@ -51,6 +51,11 @@ var* _bb_fieldputar(int argc, var** argv);
   /* moves: dbfmove.cpp */                                                  \
   X(skip, me) X(gotop, me) X(gobottom, me) X(goto, me) X(recno, as)         \
   X(eval, me)                                                               \
+  /* index engine: idxsync.cpp, dbfmove.cpp */                              \
+  X(indexappend, me) X(indexreplace, me) X(indexsynchronize, me)            \
+  X(indexskip, me) X(indexseek, me) X(indexseekeval, me)                    \
+  X(indexkeycompare, me) X(indexgotop, me) X(indexgobottom, me) X(seek, me) \
+  X(seekeval, me)                                                           \
   /* fields: dbffield.cpp */                                                \
   X(fieldget, me) X(fieldput, me) X(fieldpos, me) X(fieldname, me)          \
   X(fieldinfo, me) X(quickfieldget, me) X(quickfieldput, me)                \
@@ -65,7 +70,11 @@ var* _bb_fieldputar(int argc, var** argv);
   X(driver, ac) X(rddname, ac) X(indexext, ac) X(deleted, ac) X(found, ac)  \
   X(lupdate, ac) X(concurrenc, ac) X(concurrenc, as) X(indexcount, ac)      \
   X(info, me) X(rddinfo, me) X(recordinfo, me) X(asstring, me)              \
-  X(errinfo, me) X(error, me)
+  X(errinfo, me) X(error, me)                                               \
+  /* orders: idxorder.cpp, idxbuild.cpp */                                  \
+  X(createindex, me) X(createorder, me) X(setindex, me) X(clearindex, me)   \
+  X(setorder, me) X(reindex, me) X(orderinfo, me) X(setordercondition, me)  \
+  X(indexkey, me) X(indexcheck, me) X(deleteorder, me) X(indexord, me)
 
 #define VLN_DBFIDX_DECL_me(name) var* _bb_dbfidx_##name##_me(int argc, var** argv);
 #define VLN_DBFIDX_DECL_ac(name) var* _bb_dbfidx_##name##_ac(var* obj);

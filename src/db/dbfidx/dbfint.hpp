@@ -193,6 +193,7 @@ struct DbfState {
   int32_t syncstate, syncrec;
   int32_t crpt;
   OrderCond cond;
+  char ordtext[VLN_LOCK_NAME_SIZE]; /* the area's order text (orderinfo 8) */
 
   /* Names. */
   char filename[VLN_LOCK_NAME_SIZE];
@@ -237,7 +238,9 @@ void updat_dbfhdr(var* self);
 bool reread_dbfhdr(var* self);
 /* The write counter: see the table in dbfhdr.cpp. */
 int vln_wrcnt(int value, var* self);
-/* At commit: count pending changes into header byte 31 and write it. */
+/* At commit (and at the end of an index build): count pending changes into
+** header byte 31 and write it; add keys an order still holds; copy the byte
+** into every open order. */
 void vln_wrcnt_upd(var* self);
 /* Today's date into header bytes 1..3, year - 1900 cut to a byte. */
 void dbf_stamp_date(uint8_t* hdr);

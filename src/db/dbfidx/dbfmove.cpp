@@ -1,7 +1,8 @@
 /*
-** dbfmove.cpp -- moving through a table in its natural order: SKIP, GO
-** TOP, GO BOTTOM, GOTO, and eval, the loop under every record-wise
-** command.
+** dbfmove.cpp -- moving through a table: SKIP, GO TOP, GO BOTTOM, GOTO,
+** SEEK, and eval, the loop under every record-wise command.  With an
+** active order SKIP, GO TOP and GO BOTTOM walk the order, and SEEK looks a
+** key up in it (idxsync.cpp); without one they go by record number.
 **
 ** A move sets recno and the flags and reads nothing: the record is read by
 ** the first field access (get_rec).  Only SET DELETED needs the delete
@@ -21,6 +22,7 @@
 #include "dbfidx.h"
 #include "dbfint.hpp"
 #include "evaluator.h"
+#include "idx.hpp"
 #include "kernel.h"
 #include "switches.h"
 
@@ -115,6 +117,109 @@ var* condition(var* v)
 
 bool holds(var* block) { return !block || vlnTrueBlockEval(block); }
 
+/* SKIP in the active order, forward: the records moved. */
+int32_t order_forward(var* self, DbfState* s, int32_t n, bool filtered)
+{
+  const bool was = s->eof;
+  int32_t moved;
+  if (!filtered) {
+    moved = idx_skip(self, s, n);
+  } else {
+    moved = 0;
+    s->eof = 0;
+    while (moved < n && !s->eof) {
+      idx_skip(self, s, 1);
+      if (!s->eof && !filt_n_del(self, s)) continue;
+      ++moved;
+    }
+  }
+  return was && s->eof ? 0 : moved;
+}
+
+/* SKIP in the active order, backward: the records moved (negative). */
+int32_t order_backward(var* self, DbfState* s, int32_t n, bool filtered)
+{
+  const int32_t old = s->recno;
+  if (!filtered) {
+    const int32_t moved = idx_skip(self, s, n);
+    return s->recno == old ? 0 : moved;
+  }
+  const int64_t m = -int64_t(n);
+  int64_t moved = 0;
+  while (moved < m && !s->bof) {
+    idx_skip(self, s, -1);
+    if (!s->bof && !filt_n_del(self, s)) continue;
+    ++moved;
+  }
+  if (s->bof) {
+    dbf_gotop(self);
+    s->bof = 1;
+  }
+  return s->recno == old ? 0 : int32_t(-moved);
+}
+
+/* Pass over records SET DELETED hides, forward in the active order. */
+void order_visible(var* self, DbfState* s)
+{
+  while (!s->eof && !filt_n_del(self, s)) idx_skip(self, s, 1);
+}
+
+/* Look key up (or, with block, scan by block) in the active order, then
+** pass over records SET DELETED hides: each must still match, or found is
+** false and, without soft, the seek ends at EOF.  Whether found. */
+bool seek_in_order(var* self, DbfState* s, var* key, var* block, bool soft)
+{
+  bool found = block ? idx_seekeval(self, s, block) : idx_seek(self, s, key, soft);
+  while (!s->eof && !filt_n_del(self, s)) {
+    idx_skip(self, s, 1);
+    const bool same = !s->eof && (block ? idx_seekeval(self, s, block) : idx_keycompare(self, s, key) == 0);
+    if (same) continue;
+    found = false;
+    if (!soft) s->eof = 1;
+  }
+  if (s->eof) {
+    diSetEof(self);
+    found = false;
+  }
+  return found;
+}
+
+/* seek(key, soft) and seekeval(block): method names the operation for
+** reports; mode is the synchronization before the look-up.  The frame:
+**   1. an empty table: EOF and BOF, not found
+**   2. no active order: 415, not found
+**   3. no key: GO TOP and the 902 warning, the result TRUE
+**   4. the buffer written, the order synchronized, the look-up and the
+**      pass over hidden records under a read section
+** The record is read at the first field access, as after any move. */
+var* dbf_seek(var* self, var* key, var* soft, var* block, const char* method, int mode)
+{
+  DbfState* s = dbf_state(self);
+  if (!dbf_is_open(s)) return FALSE_VAR;
+  s->found = 0;
+  if (stays_empty(self, s)) return FALSE_VAR;
+  if (!idx_active(s)) {
+    dbf_error(self, method, VL_E_IDX_NOT_OPEN, VL_SEV_RUNTIME, diEM_noidxs, dbf_alias(s));
+    return FALSE_VAR;
+  }
+  if (!key && !block) {
+    dbf_gotop(self);
+    s->found = 1;
+    dbf_error(self, method, VL_E_DEV_WARNING, VL_SEV_RUNTIME, "%s", diEM_argmis);
+    return TRUE_VAR;
+  }
+  s->eof = s->bof = 0;
+  const bool wrote = put_rec(self);
+  local_rdlock2(&s->lk, method);
+  if (!wrote) updat_dbfhdr(self);
+  idx_sync(self, s, mode);
+  const bool softly = soft && soft->Type == 'L' ? vlnLogVar(soft) != 0 : vlnGetSoftSeek() != 0;
+  s->found = idx_active(s) && seek_in_order(self, s, key, block, softly);
+  local_rwulock2(&s->lk, method);
+  idx_report_all(self, s);
+  return set_lv(s->found);
+}
+
 }  // namespace
 
 namespace vl {
@@ -134,11 +239,17 @@ int32_t diSkip(var* self, int32_t n)
   put_rec(self);
   local_rdlock2(&s->lk, diMN_skip);
   if (s->eof) updat_dbfhdr(self);
+  const bool ordered = idx_sync(self, s, IDX_SYNC_MOVE) && idx_active(s);
   s->bof = 0;
   const bool filtered = vlnGetDelete();
-  const int32_t moved = n > 0 ? skip_forward(self, s, n, filtered) : skip_backward(self, s, n, filtered);
+  int32_t moved;
+  if (ordered)
+    moved = n > 0 ? order_forward(self, s, n, filtered) : order_backward(self, s, n, filtered);
+  else
+    moved = n > 0 ? skip_forward(self, s, n, filtered) : skip_backward(self, s, n, filtered);
   if (s->eof) diSetEof(self);
   local_rwulock2(&s->lk, diMN_skip);
+  idx_report_all(self, s);
   return moved;
 }
 
@@ -149,13 +260,22 @@ void dbf_gotop(var* self)
   put_rec(self);
   local_rdlock2(&s->lk, "GoTop()");
   s->eof = s->bof = s->found = 0;
-  s->recno = 1;
-  while (!s->eof && !filt_n_del(self, s)) {
-    ++s->recno;
-    if (past_end(self, s)) diSetEof(self);
+  if (idx_active(s)) {
+    idx_gotop(self, s);
+    order_visible(self, s);
+  } else {
+    s->recno = 1;
+    while (!s->eof && !filt_n_del(self, s)) {
+      ++s->recno;
+      if (past_end(self, s)) s->eof = 1;
+    }
   }
-  if (s->eof) s->bof = 1;
+  if (s->eof) {
+    diSetEof(self);
+    s->bof = 1;
+  }
   local_rwulock2(&s->lk, "GoTop()");
+  idx_report_all(self, s);
 }
 
 void dbf_gobottom(var* self)
@@ -166,11 +286,18 @@ void dbf_gobottom(var* self)
   local_rdlock2(&s->lk, "GoBottom()");
   updat_dbfhdr(self);
   s->eof = s->bof = s->found = 0;
-  s->recno = s->lastrec;
-  while (!s->bof && !filt_n_del(self, s))
-    if (--s->recno == 0) s->recno = 1, s->bof = 1;
+  if (idx_active(s)) {
+    idx_gobottom(self, s);
+    if (s->eof) s->bof = 1;
+    while (!s->bof && !filt_n_del(self, s)) idx_skip(self, s, -1);
+  } else {
+    s->recno = s->lastrec;
+    while (!s->bof && !filt_n_del(self, s))
+      if (--s->recno == 0) s->recno = 1, s->bof = 1;
+  }
   if (s->bof) diSetEof(self);
   local_rwulock2(&s->lk, "GoBottom()");
+  idx_report_all(self, s);
 }
 
 void dbf_goto(var* self, int32_t n)
@@ -235,6 +362,25 @@ var* _bb_dbfidx_goto_me(int argc, var** argv)
   }
   dbf_goto(self, vlnIntVar(argv[1]));
   return TRUE_VAR;
+}
+
+/* seek(key, soft): whether key was found in the active order. */
+var* _bb_dbfidx_seek_me(int argc, var** argv)
+{
+  return dbf_seek(argv[0], argc > 1 ? argv[1] : nullptr, argc > 2 ? argv[2] : nullptr, nullptr, diMN_seek,
+                  IDX_SYNC_SEEK);
+}
+
+/* seekeval(block): from the current record on in the active order, the
+** first entry for which block(key, recno) is true. */
+var* _bb_dbfidx_seekeval_me(int argc, var** argv)
+{
+  var* block = argc > 1 && is_block(argv[1]) ? argv[1] : nullptr;
+  if (argc > 1 && !block) {
+    dbf_error(argv[0], diMN_seekev, VL_E_ARG_TYPE, VL_SEV_RUNTIME, "%s", diEM_blkexptd);
+    return FALSE_VAR;
+  }
+  return dbf_seek(argv[0], nullptr, nullptr, block, diMN_seekev, IDX_SYNC_SEEKEVAL);
 }
 
 var* _bb_dbfidx_recno_as(var* obj, var* value)

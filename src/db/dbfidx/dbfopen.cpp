@@ -45,6 +45,7 @@
 #include "facade.h"
 #include "files.h"
 #include "fname.h"
+#include "idx.hpp"
 #include "kernel.h"
 #include "objects.h"
 #include "rddreg.hpp"
@@ -505,6 +506,7 @@ bool dbf_close(var* self)
     if (s->wrpending) vln_wrcnt_upd(self);
   }
   vln_disable_break();
+  idx_close_all(self, s);
   if (s->wbuf) dbf_wb_flush(s);
   if (!dbf_is_ro(s)) vlnSync(s, 1);
   vlnLockRelease(&s->lk);

@@ -19,8 +19,9 @@
 **   5. the new memo file, then the new table, are renamed over the old
 **      names
 **   6. the backups are removed, the state's descriptors replaced (the old
-**      ones closed, which ends their locks), the header re-read, and the
-**      table is positioned at the top
+**      ones closed, which ends their locks), the header re-read, the open
+**      orders rebuilt over the new records, and the table is positioned at
+**      the top
 **
 ** A failure at any step up to 5 undoes what was done: renamed files get
 ** their backups renamed back over them, and every new and backup name is
@@ -45,7 +46,9 @@
 
 #include "dbfidx.h"
 #include "dbfint.hpp"
+#include "idx.hpp"
 #include "kernel.h"
+#include "objects.h"
 
 namespace vl {
 
@@ -276,6 +279,17 @@ void take_over(DbfState* s, Swap* w)
   diFileChain(&s->lk, VLN_CHAIN_LINK);
 }
 
+/* The open orders describe the old records: each is emptied and built
+** again over the new table (reindex), and the active order stays. */
+void rebuild_orders(var* self, DbfState* s)
+{
+  if (s->indexcount == 0) return;
+  const int32_t active = s->indexord;
+  var* args[] = {self};
+  vlnDoMethod("reindex", VLN_DS_REINDEX, 0, 1, args);
+  if (active <= s->indexcount) s->indexord = active;
+}
+
 /* PACK (pack true) or ZAP of self's table; true when the new table is in
 ** place, false after a report. */
 bool zap_pack(var* self, bool pack)
@@ -292,6 +306,7 @@ bool zap_pack(var* self, bool pack)
     return false;
   }
   put_rec(self);
+  idx_sync(self, s, IDX_SYNC_FLUSH);
   const int32_t run = s->wbfirst;
   if (!dbf_wb_flush(s)) {
     dbf_error(self, method, VL_E_FILE_WRITE, VL_SEV_IO, diEM_writrec, int(run), dbf_alias(s));
@@ -315,6 +330,7 @@ bool zap_pack(var* self, bool pack)
   diInvalidateFields(s);
   diForceReadDbfHdr(self);
   vln_wrcnt(0, self);
+  rebuild_orders(self, s);
   dbf_gotop(self);
   return true;
 }

@@ -4,7 +4,8 @@
 **
 ** put_rec is the one point where a changed record leaves the buffer.  It
 ** counts the change for the write counter and writes the record under a
-** write section; failures are reported only after the section is left.
+** write section, and there the open orders trade the record's old keys for
+** its new ones; failures are reported only after the section is left.
 **
 ** Write-behind.  A table opened exclusively (and writable) may collect
 ** written records in wbuf, a run of consecutive records of at most
@@ -30,6 +31,7 @@
 #include <cstring>
 
 #include "dbfint.hpp"
+#include "idx.hpp"
 #include "kernel.h"
 
 namespace vl {
@@ -157,6 +159,25 @@ void report_flush(var* self, DbfState* s, FlushResult r, int32_t n)
   }
 }
 
+/* Make buf the record buffer that the field records show. */
+void show_buffer(DbfState* s, uint8_t* buf)
+{
+  s->recbuf = buf;
+  dbf_point_fields(s);
+  diInvalidateFields(s);
+}
+
+/* The orders follow a written record: its old keys are taken from the
+** record as it was read (backup), then swapped for the new ones. */
+void replace_keys(var* self, DbfState* s)
+{
+  uint8_t* now = s->recbuf;
+  show_buffer(s, s->backup ? s->backup : now);
+  idx_sync(self, s, IDX_SYNC_HELD);
+  show_buffer(s, now);
+  idx_replace(self, s);
+}
+
 }  // namespace
 
 bool dbf_wb_flush(DbfState* s)
@@ -274,10 +295,12 @@ int put_rec(var* self)
   local_wrlock2(&s->lk, diMN_fldput);
   vln_wrcnt(-2, self);
   const FlushResult r = flush_quiet(s, n);
+  if (r == kWritten && s->indexcount > 0) replace_keys(self, s);
   del_tmpvars(mark);
   local_rwulock2(&s->lk, diMN_fldput);
   if (r != kWriteFailed) s->dirty = 0;
   report_flush(self, s, r, n);
+  idx_report_all(self, s);
   return 1;
 }
 

@@ -6,7 +6,8 @@
 ** the new record: it re-reads the count, writes the blank record at the
 ** end, and only then the header with the new count.  A process killed
 ** between the two leaves an unreferenced record behind the count, never a
-** count ahead of the records, and the next append writes over it.
+** count ahead of the records, and the next append writes over it.  The
+** open orders learn of the new record in the same section.
 */
 #include <cstring>
 
@@ -14,6 +15,7 @@
 #include "dbfidx.h"
 #include "dbfint.hpp"
 #include "facade.h"
+#include "idx.hpp"
 #include "kernel.h"
 #include "objects.h"
 
@@ -143,8 +145,10 @@ var* _bb_dbfidx_append_me(int argc, var** argv)
   const bool release = !(argc > 1 && argv[1]->Type == 'L' && !vlnLogVar(argv[1]));
   local_wrlock2(&s->lk, "DbAppend()");
   const int r = add_record(self, s, release);
+  if (r == kAddOk) idx_sync(self, s, IDX_SYNC_APPENDED);
   local_rwulock2(&s->lk, "DbAppend()");
   vlnSetNeterr(r != kAddOk);
+  idx_report_all(self, s);
   if (r == kAddTooBig)
     dbf_error(self, "DbAppend()", VL_E_ILLEGAL_VALUE, VL_SEV_RUNTIME, diEM_recno, long(s->lastrec + 1));
   return set_lv(r == kAddOk);

@@ -8,7 +8,8 @@
 **
 **   paxNodes  one row per distinct file: full device and inode, number of
 **             opens in use (the row is freed at 0), the section nesting
-**             counts of the file, the name of the first open
+**             counts of the file, how this process holds it as an index,
+**             the name of the first open
 **   paxFDs    one row per descriptor: fd (-1 when the row is free), its
 **             file row, its open mode, whether an open uses it
 **
@@ -192,12 +193,30 @@ const char* vl::fdpoolNameOf(int fd)
   return node ? node->name.c_str() : nullptr;
 }
 
+int vl::fdpoolClaimIndex(int fd, bool exclusive)
+{
+  VlnFileNode* node = fdpoolNodeOf(fd);
+  if (!node) return 0;
+  if (node->idxExcl || (exclusive && node->idxShared > 0)) return -1;
+  if (exclusive) node->idxExcl = true;
+  else ++node->idxShared;
+  return 0;
+}
+
+void vl::fdpoolReleaseIndex(int fd, bool exclusive)
+{
+  VlnFileNode* node = fdpoolNodeOf(fd);
+  if (!node) return;
+  if (exclusive) node->idxExcl = false;
+  else if (node->idxShared > 0) --node->idxShared;
+}
+
 // The child holds no locks yet, so closing what it inherited costs it
 // nothing; its handles stay open, as plain descriptors would.
 void vl::fdpoolDropAfterFork()
 {
   for (auto& n : paxNodes)
-    if (n) n->opens = n->Read = n->Write = 0;
+    if (n) n->opens = n->Read = n->Write = n->idxShared = 0, n->idxExcl = false;
   for (FdRow& r : paxFDs) {
     if (r.inUse && r.handle) {
       ++r.node->opens;

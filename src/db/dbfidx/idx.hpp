@@ -132,6 +132,12 @@ struct IdxHeader {
 /* Decode or encode the 452 header bytes at p. */
 void idx_get_header(const uint8_t* p, IdxHeader* h);
 void idx_put_header(const IdxHeader* h, uint8_t* p);
+/* Whether the engine can work on a file with header h and filesize bytes
+** (negative: not known): sector size, key size, keys per sector and key
+** type agree, and root, free chain head and next sector lie in the file.
+** The version byte is not looked at.  When not, why (n bytes) says what is
+** wrong. */
+bool idx_header_sane(const IdxHeader* h, off_t filesize, char* why, size_t n);
 /* Stored key size for a raw key size, and keys per sector for it. */
 inline uint32_t idx_keysize(uint32_t raw) { return (raw + 3) & ~3u; }
 inline uint32_t idx_maxkeys(uint32_t keysize) { return IDX_SEC_ROOM / (keysize + IDX_ENTRY_HEAD); }
@@ -183,13 +189,23 @@ struct IdxDesc {
   var* pendkey;       /* kept old key (owned copy), or null */
   var* pendfor;       /* kept old FOR value (owned copy), or null */
   IdxFault fault;     /* the engine's unreported fault */
+  IdxFault note;      /* the order layer's unreported warning, which
+                         (unlike a fault) does not stop the engine */
 };
 
 /* Entry access in the sector buffer. */
 inline size_t idx_entry_size(const IdxDesc* x) { return x->hdr.keysize + IDX_ENTRY_HEAD; }
 inline uint8_t* idx_entry(IdxDesc* x, int32_t k) { return x->sec + IDX_SEC_HEAD + size_t(k) * idx_entry_size(x); }
 
-/* ---- The tree engine (idxio.cpp, idxtree.cpp).  No reports. ---- */
+/* ---- The tree engine (idxio.cpp, idxtree.cpp, idxedit.cpp).  No
+** reports.  Structural nonsense (a sector outside the file, a key count
+** above maxkeys + 1, a path deeper than the file can hold) records fault
+** 412 and ends the operation with its neutral result. ---- */
+
+/* Switch, on by default (tests run both ways): a binary search for the
+** stop position within a sector in place of the walk from its first entry
+** (the same position in a sorted sector). */
+extern int vlnIdxBinarySearch;
 
 /* Read n bytes at file offset at through the exclusive cache: below 1024
 ** nothing is read (the caller's header is the cache), 1024..2047 comes from
@@ -232,19 +248,24 @@ bool Eseek_key(DbfState* wa, IdxDesc* idx, const IdxKey* key, int32_t recno);
 ** clears wa->bof. */
 int32_t INdxFirstOf(DbfState* wa, IdxDesc* idx, const IdxKey* key);
 /* Next and previous key: the record number.  Past the end: eof set and
-** wa->lastrec + 1; before the start: bof set and the first key. */
+** wa->lastrec + 1; before the start: bof set and the first key (as
+** idx_top without its header re-read).  0 on a fault. */
 int32_t Indx_down(DbfState* wa, IdxDesc* idx);
 int32_t Indx_up(DbfState* wa, IdxDesc* idx);
-/* First and last key: set wa->recno (eof and lastrec + 1 when empty). */
+/* First and last key, after re-reading the header: set wa->recno and
+** clear eof (eof and lastrec + 1 when there is no key). */
 void idx_top(DbfState* wa, IdxDesc* idx);
 void idx_bott(DbfState* wa, IdxDesc* idx);
 /* Insert key for recno; the UNIQUE rule and the duplicate fault (416)
 ** included.  false on a fault. */
 bool Indx_add(DbfState* wa, IdxDesc* idx, int32_t recno, const IdxKey* key);
-/* Delete the entry at key_off. */
+/* Delete the entry at key_off (an inner entry first takes the key before
+** it).  false, changing nothing, when key_off is on no entry; false on a
+** fault. */
 bool Indx_del(DbfState* wa, IdxDesc* idx);
-/* Find key: true when found (wa->recno the first equal key); a miss with
-** soft lands on the next key or eof; without soft, eof. */
+/* Find key, after re-reading the header: true when found (wa->recno the
+** first equal key, eof clear); a miss with soft lands on the next key or
+** eof; without soft, eof (recno lastrec + 1). */
 bool idx_find(DbfState* wa, IdxDesc* idx, const IdxKey* key, bool soft);
 /* The key at key_off as an IdxKey of the index's type (text points into
 ** sec; valid until the buffer changes). */
@@ -257,8 +278,18 @@ void idx_fault(IdxDesc* idx, int code, int severity, const char* method, const c
 
 /* The corrupted state of an area. */
 enum { IDX_CRPT_NONE = 0, IDX_CRPT_SUSPECT = 1, IDX_CRPT_BROKEN = 2, IDX_CRPT_SILENT = 3 };
-/* Sync states. */
-enum { IDX_SYNC_APPENDED = 5, IDX_SYNC_HELD = 4 };
+/* Sync states, and the modes of idx_sync that set them: flush deferred
+** keys (0), before a move (1), before a seek (2) or a seek by block (3),
+** hold the current record's keys before a write (4), after an append (5). */
+enum {
+  IDX_SYNC_FLUSH = 0, IDX_SYNC_MOVE = 1, IDX_SYNC_SEEK = 2, IDX_SYNC_SEEKEVAL = 3,
+  IDX_SYNC_HELD = 4, IDX_SYNC_APPENDED = 5
+};
+/* Descriptor flag of the order layer: the keys of the appended record
+** wa->syncrec are held in pendkey/pendfor and not yet in the file (only
+** exclusive orders defer; a shared one takes them at once, for the other
+** processes to see). */
+enum { IDX_D_DEFER = 0x02 };
 
 /* Make the index file name (".idx" added) for key text keytext whose
 ** value is key; see the creation rules.  TRUE_VAR or FALSE_VAR after a
@@ -293,5 +324,59 @@ void diBuildIdxFile(var* self, IdxDesc* idx, int keep);
 /* Sets the corrupted state to broken if keycnt differs from the count for
 ** an index without UNIQUE and FOR. */
 void check_ndx_crpt(DbfState* wa, IdxDesc* idx, int32_t count);
+/* Before engine work at place (a text for the report): a suspect state
+** records the 902 warning and goes on; a broken one records the 331 report,
+** drops the area's orders (count and active order 0; the descriptors wait
+** in the table for idx_report, which closes them) and gives false: the
+** operation must stop.  Silent: nothing.  The state is 0 afterwards. */
+bool vln_wrcnt_msg(var* self, DbfState* wa, IdxDesc* idx, const char* place, int line);
+/* The language value v as a key (text borrowed from v); false for a type
+** no key can have. */
+bool idx_key_of(var* v, IdxKey* key);
+
+/* The walks of the order layer: each checks the corrupted state and
+** re-reads the header first, and sets wa->recno, bof and eof. */
+void ndx_top(var* self, DbfState* wa, IdxDesc* idx);
+void ndx_bott(var* self, DbfState* wa, IdxDesc* idx);
+/* Next and previous key from the current record: past the end eof and
+** the ghost record; before the start (or off the index) bof and record 1. */
+void ndx_down(var* self, DbfState* wa, IdxDesc* idx);
+void ndx_up(var* self, DbfState* wa, IdxDesc* idx);
+/* Find key; see idx_find. */
+bool ndx_find(var* self, DbfState* wa, IdxDesc* idx, const IdxKey* key, bool soft);
+/* From the current record forward in index order, the first entry for
+** which block(key, recno) is true: true when found (recno set), else eof. */
+bool ndx_fastfind(var* self, DbfState* wa, IdxDesc* idx, var* block);
+/* Delete the entry of record recno whose key was key. */
+void ndx_del(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno);
+/* update_pos for key and recno given (null key: the current record's). */
+int update_pos1(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno);
+/* Re-read the cursor's sector (shared only): 0 when its entry is unchanged. */
+int ndx_rereadpg(var* self, DbfState* wa, IdxDesc* idx);
+
+/* ---- The driver's index methods (idxsync.cpp), as direct calls; the
+** _bb_dbfidx_index*_me entries wrap them.  They run inside the caller's
+** section and record faults; the caller reports with idx_report_all once
+** it has left the section. ---- */
+
+/* The active order, or null in natural order. */
+IdxDesc* idx_active(const DbfState* wa);
+/* indexsynchronize(mode): false when no order is open. */
+bool idx_sync(var* self, DbfState* wa, int mode);
+/* indexreplace: swap the held keys of the current record for its keys now. */
+void idx_replace(var* self, DbfState* wa);
+/* indexskip(n): the signed number of steps taken in the active order. */
+int32_t idx_skip(var* self, DbfState* wa, int32_t n);
+/* indexseek: the type rule, then ndx_find on the active order. */
+bool idx_seek(var* self, DbfState* wa, var* key, bool soft);
+/* indexseekeval: ndx_fastfind on the active order. */
+bool idx_seekeval(var* self, DbfState* wa, var* block);
+/* indexkeycompare: key against the active order's current entry. */
+int idx_keycompare(var* self, DbfState* wa, var* key);
+/* indexgotop, indexgobottom: flush, then the first or last key. */
+void idx_gotop(var* self, DbfState* wa);
+void idx_gobottom(var* self, DbfState* wa);
+/* Report every order's pending fault (idx_report each). */
+void idx_report_all(var* self, DbfState* wa);
 
 }  // namespace vl

@@ -20,6 +20,8 @@ struct VlnFileNode {
   int opens = 0;     // opens still in use; the row is freed at 0
   int Read = 0;      // read section nesting
   int Write = 0;     // write section nesting
+  int idxShared = 0; // index opens of this process in shared mode
+  bool idxExcl = false; // an index open of this process holds it exclusive
   std::string name;  // as given to the first open, for traces
 };
 
@@ -71,6 +73,15 @@ class FilePosKeeper {
 VlnFileNode* fdpoolNodeOf(int fd);
 // The name under which fd was opened through the pool, or null.
 const char* fdpoolNameOf(int fd);
+// An index open of this process on the file of pooled descriptor fd, in
+// exclusive or shared mode.  The kernel's lock on IDX byte 6 is one per
+// process and file, so a second open of the same file by this process
+// would silently change or share it: an index held exclusive cannot be
+// opened again, and one held at all cannot be opened exclusive.  0 when
+// claimed, -1 (nothing claimed) when refused.
+int fdpoolClaimIndex(int fd, bool exclusive);
+// End a claim made by fdpoolClaimIndex with the same arguments.
+void fdpoolReleaseIndex(int fd, bool exclusive);
 // In a child after fork: close the inherited descriptors and forget them.
 void fdpoolDropAfterFork();
 // In a child after fork: detach every linked area (their locks belong to
