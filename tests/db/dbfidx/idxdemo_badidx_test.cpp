@@ -4,9 +4,6 @@
 // what is wrong in its own words, must not crash or hang (a watchdog ends
 // the program), and must leave the table's bytes as they were; the checker
 // must find the damage too.
-#include <signal.h>
-#include <unistd.h>
-
 #include "idxdemo.h"
 #include "idx.hpp"
 
@@ -37,23 +34,6 @@ const struct Case {
     {"a key expression of the wrong type", [](std::string& i, const std::string&) { expr(i, "N"); }, 317, "key type"},
 };
 
-// A watchdog: SIGALRM with its default action ends the program on a hang.
-struct Watchdog {
-  struct sigaction old {};
-  Watchdog()
-  {
-    struct sigaction dfl {};
-    dfl.sa_handler = SIG_DFL;
-    sigaction(SIGALRM, &dfl, &old);
-    alarm(kWatchdogSeconds);
-  }
-  ~Watchdog()
-  {
-    alarm(0);
-    sigaction(SIGALRM, &old, nullptr);
-  }
-};
-
 class BadIndex : public Area {
  protected:
   // Table name with 200 records of key K and its order name.idx.
@@ -62,7 +42,8 @@ class BadIndex : public Area {
     ASSERT_TRUE(truth("DBCREATE('" + name + "', {{'K', 'C', 20, 0}, {'N', 'N', 6, 0}}), DBUSEAREA(.T., , '" + name + "', , .F.)"));
     eval("AEVAL(ARRAY(200), {|x, i| DBAPPEND(), FIELDPUT(1, 'k' + LTRIM(STR(i * " + std::to_string(salt) +
          " % 211))), FIELDPUT(2, i)})");
-    ASSERT_TRUE(truth("ORDCREATE('" + name + "', , 'K'), DBCLOSEALL()"));
+    EXPECT_TRUE(truth("ORDCREATE('" + name + "', , 'K')"));
+    eval("DBCLOSEALL()");
   }
 };
 
@@ -80,7 +61,7 @@ TEST_F(BadIndex, DamageIsReportedInTheDriversWordsAndTheTableIsUntouched)
       dir_.write("t.idx", idx);
       reports().clear();
       {
-        const Watchdog dog;
+        const Watchdog dog(kWatchdogSeconds);
         eval(std::string("DBUSEAREA(.T., , 't', , ") + shared + "), ORDLISTADD('t'), DBGOTOP(), DBSKIP(300), " +
              "DBGOBOTTOM(), DBSKIP(-300), DBSEEK('k1'), DBSEEK('k5', .T.), DBSKIP(3), DBCLOSEALL()");
       }

@@ -11,7 +11,6 @@
 #include <sys/wait.h>
 
 #include <climits>
-#include <fstream>
 #include <random>
 
 #include "idxdemo.h"
@@ -60,32 +59,8 @@ pid_t spawn(int w, long ops)
 {
   vltest::VlTest::reports().clear();
   const pid_t pid = fork();
-  if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    writer(w, ops);
-  }
+  if (pid == 0) prctl(PR_SET_PDEATHSIG, SIGKILL), writer(w, ops);
   return pid;
-}
-
-// Whether pid exited with 0 within seconds (killed if not).
-bool finished(pid_t pid, int seconds)
-{
-  int status = 0;
-  for (int ms = 0; ms < seconds * 1000; ms += 10) {
-    if (waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    usleep(10000);
-  }
-  kill(pid, SIGKILL);
-  waitpid(pid, nullptr, 0);
-  return false;
-}
-
-// The record count in the table's header.
-uint32_t records()
-{
-  uint8_t h[vl::DBF_OFF_COUNT + 4] = {};
-  std::ifstream("t.dbf", std::ios::binary).read(reinterpret_cast<char*>(h), sizeof h);
-  return vl::dbf_get32(h + vl::DBF_OFF_COUNT);
 }
 
 class SharedOrders : public Area {
@@ -96,23 +71,28 @@ class SharedOrders : public Area {
     std::string fields = "{{'NAME', 'C', 10, 0}, {'NUM', 'N', 8, 0}";
     for (int w = 1; w <= kWriters; ++w) fields += ", {'C" + std::to_string(w) + "', 'N', 8, 0}";
     ASSERT_TRUE(truth("DBCREATE('t', " + fields + "}), DBUSEAREA(.T., , 't', , .F.)"));
-    ASSERT_TRUE(truth("ORDCREATE('a', , 'NAME'), ORDCREATE('b', , 'STR(NUM, 8) + NAME'), DBCLOSEALL()"));
+    ASSERT_TRUE(truth("ORDCREATE('a', , 'NAME') .AND. ORDCREATE('b', , 'STR(NUM, 8) + NAME')"));
+    eval("DBCLOSEALL()");
   }
   static std::string both() { return problems("t.dbf", "a.idx") + problems("t.dbf", "b.idx"); }
+  uint32_t records() const { return le32(dir_.read("t.dbf"), vl::DBF_OFF_COUNT); }
 };
 
 TEST_F(SharedOrders, EightWritersLoseNoChangeAndLeaveSoundOrders)
 {
   const long ops = long_run() ? 10000 : 600;
-  std::vector<pid_t> writers;
-  for (int w = 1; w <= kWriters; ++w) writers.push_back(spawn(w, ops));
-  for (pid_t pid : writers) EXPECT_TRUE(finished(pid, 30 + int(ops / 20))) << "writer " << pid;
+  std::vector<pid_t> pids;
+  for (int w = 1; w <= kWriters; ++w) pids.push_back(spawn(w, ops));
+  const Watchdog dog(60 + ops / 50);
+  for (pid_t pid : pids) {
+    int status = 0;
+    EXPECT_TRUE(waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0) << "writer " << pid;
+  }
   EXPECT_EQ(both(), "");
   ASSERT_TRUE(truth("DBUSEAREA(.T., , 't', , .T.)"));
-  std::string want = "{";
-  for (int w = 1; w <= kWriters; ++w) want += (w > 1 ? ", " : "") + std::to_string(ops);
-  EXPECT_EQ(vltest::shown(eval("a := AFILL(ARRAY(8), 0), DBEVAL({|| AEVAL(a, {|x, i| a[i] += FIELDGET(2 + i)})}), a")),
-            want + "}");
+  const std::string writers = "ARRAY(" + std::to_string(kWriters) + ")";
+  EXPECT_EQ(vltest::shown(eval("a := AFILL(" + writers + ", 0), DBEVAL({|| AEVAL(a, {|x, i| a[i] += FIELDGET(2 + i)})}), a")),
+            vltest::shown(eval("AFILL(" + writers + ", " + std::to_string(ops) + ")")));
 }
 
 TEST_F(SharedOrders, AKilledWriterLeavesSoundOrReportedOrdersThatReindexRepairs)
