@@ -198,9 +198,9 @@ TEST_F(FacadeSends, DefaultsCodesAndArgumentLimits)
 {
   vlnSetNeterr(1);
   vltest::expect_rows({{"DBAPPEND(), NETERR()", ".F."},  // the append gave TRUE
-                       {"FIELDLEN(2)"}, {"FOUND(.T.)"}, {"ORDCREATE(1, 2, 3, 4, 5, 6, 7, 8, 9)"}});
+                       {"FIELDLEN(2)"}, {"FOUND(.T.)"}, {"ORDCREATE(1, 2, 3, 4, 5, 6, 7, 8, 9, 10)"}});
   EXPECT_EQ(g_sent, (std::vector<std::string>{"3: .T.", "54: 3 2", "84: 29 .T.",
-                                              "38: 1 2 3 4 5 6 7"}));
+                                              "38: 1 2 3 4 5 6 7 8 9"}));
 }
 
 TEST_F(FacadeSends, CommitAllSwitchesRelationsOffAroundTheCommit)

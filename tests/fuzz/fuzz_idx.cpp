@@ -25,6 +25,7 @@
 // Run with FUZZ_IDX_SEEDS=DIR to write the seed corpus instead: real
 // indexes of the table (C, N, D and L keys, UNIQUE, DESCEND with a FOR
 // condition, and one with a free sector), each with a mode byte of 0.
+// With FUZZ_IDX_SHOW=1 the checker's problems go to standard error.
 #include <sys/stat.h>
 
 #include <cstdint>
@@ -186,9 +187,14 @@ void add_index()
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
   start();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
   if (size < 1) return 0;
   const int mode = data[0];
   fuzzkit::write_file("t.idx", data + 1, size - 1);
@@ -199,6 +205,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
   top = &f;
   std::vector<std::string> problems;
   const int found = vl::vlnIdxVerify("t", "t", &problems);
+  if (getenv("FUZZ_IDX_SHOW"))
+    for (const std::string& p : problems) std::fprintf(stderr, "fuzz_idx: %s\n", p.c_str());
   statement([&] { use(mode); });
   if (truth(_bb_used(0, nullptr))) {
     statement(add_index);

@@ -46,6 +46,7 @@
 #include "files.h"
 #include "fname.h"
 #include "idx.hpp"
+#include "idxorder.hpp"
 #include "kernel.h"
 #include "objects.h"
 #include "rddreg.hpp"
@@ -507,6 +508,7 @@ bool dbf_close(var* self)
   }
   vln_disable_break();
   idx_close_all(self, s);
+  idx_cond_reset(&s->cond);
   if (s->wbuf) dbf_wb_flush(s);
   if (!dbf_is_ro(s)) vlnSync(s, 1);
   vlnLockRelease(&s->lk);

@@ -191,6 +191,8 @@ struct IdxDesc {
   IdxFault fault;     /* the engine's unreported fault */
   IdxFault note;      /* the order layer's unreported warning, which
                          (unlike a fault) does not stop the engine */
+  struct IdxSecCache* seccache; /* exclusive: recently used key sectors
+                                   (owned, see idx_cache_release), or null */
 };
 
 /* Entry access in the sector buffer. */
@@ -202,10 +204,19 @@ inline uint8_t* idx_entry(IdxDesc* x, int32_t k) { return x->sec + IDX_SEC_HEAD 
 ** above maxkeys + 1, a path deeper than the file can hold) records fault
 ** 412 and ends the operation with its neutral result. ---- */
 
-/* Switch, on by default (tests run both ways): a binary search for the
-** stop position within a sector in place of the walk from its first entry
-** (the same position in a sorted sector). */
+/* Switches, on by default (tests run both ways).  vlnIdxBinarySearch: a
+** binary search for the stop position within a sector in place of the
+** walk from its first entry (the same position in a sorted sector).
+** vlnIdxSectorCache: an exclusive descriptor keeps up to this many
+** recently used key sectors in memory (seccache), 0 none, and writes
+** changed ones when they leave it, at a forced header flush and at
+** idx_cache_release; the file's bytes are then what they would have been
+** without it.  The value is read when a descriptor first moves a sector. */
 extern int vlnIdxBinarySearch;
+extern int vlnIdxSectorCache;
+/* Write the sectors idx's cache holds unwritten and free it.  ndx_close
+** calls it for every descriptor before closing the file. */
+void idx_cache_release(IdxDesc* idx);
 
 /* Read n bytes at file offset at through the exclusive cache: below 1024
 ** nothing is read (the caller's header is the cache), 1024..2047 comes from
@@ -216,12 +227,13 @@ ssize_t Iread_fil(IdxDesc* idx, int fd, void* buf, size_t n, off_t at);
 ** force is set.  Bytes written (n when cached). */
 ssize_t Iwrite_fil(IdxDesc* idx, int fd, const void* buf, size_t n, off_t at, int force);
 /* Read or write sector cur_sec into or from sec.  false (fault 412 with
-** the diEM_badidx text) when cur_sec is out of range (get: < nxkysc, put:
-** <= nxkysc) or the sector's key count exceeds maxkeys + 1. */
+** the diEM_badidx text) when cur_sec is out of range (get: 3 .. nxkysc - 1,
+** put: 3 .. nxkysc) or a read sector's key count exceeds maxkeys + 1. */
 bool get_cur_sec(DbfState* wa, IdxDesc* idx);
 bool put_cur_sec(DbfState* wa, IdxDesc* idx);
 /* Write the header (exclusive without force: into the cache only; a forced
-** flush of an exclusive descriptor writes the cached 0..2047 whole). */
+** flush of an exclusive descriptor writes the sectors the sector cache
+** holds unwritten, then the cached 0..2047 whole). */
 void ndx_flshhdr(IdxDesc* idx, int force);
 /* Re-read the header; nothing when exclusive. */
 void ndx_updthdr(IdxDesc* idx);

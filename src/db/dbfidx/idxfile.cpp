@@ -127,6 +127,7 @@ void free_desc(IdxDesc* idx)
 {
   const bool excl = idx->flags & IDX_D_EXCL;
   if (idx->fd >= 0) {
+    idx_cache_release(idx);
     if (excl && idx->cache && (idx->flags & IDX_D_OPEN)) {
       idx_put_header(&idx->hdr, idx->cache);
       dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
@@ -245,10 +246,7 @@ bool shape_header(IdxHeader* h, var* keytext, var* key, var* unique, var* descen
 bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
 {
   idx->fd = diOpenFile(idx->filename, nullptr, readonly ? O_RDONLY : O_RDWR);
-  if (idx->fd < 0) {
-    fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", idx->filename);
-    return false;
-  }
+  if (idx->fd < 0) return false;  // silent: the caller's NETERR() tells
   const bool locked = fdpoolClaimIndex(idx->fd, excl) == 0;
   if (!locked || (excl ? diLockIndexExcl : diLockIndexShar)(idx->fd, VLN_LOCK_BASE) != 0) {
     if (locked) fdpoolReleaseIndex(idx->fd, excl);
@@ -553,7 +551,7 @@ IdxDesc* ndx_open(var* self, DbfState* wa, var* name, int exclusive, var* alias,
   if (!opened) free_desc(idx);
   vln_enable_break();
   if (!opened) {
-    dbf_error(self, method, f.code, f.severity, "%s", f.text);
+    if (f.code) dbf_error(self, method, f.code, f.severity, "%s", f.text);
     return nullptr;
   }
   bool bound = false;
@@ -594,6 +592,7 @@ int ndx_zap(var* self, IdxDesc* idx)
   ndx_updthdr(idx);
   char fortext[IDXH2_FOR_ROOM + 1];
   vln_ndx_hdr2(6, 0, 0, self, idx, fortext);
+  idx_cache_release(idx);  // its sectors are the old tree's
   const bool ok = (idx->flags & IDX_D_EXCL) && idx->cache && ftruncate(idx->fd, 0) == 0 &&
                   vlnFCNTLlock(F_SETLK, F_WRLCK, 0, kZapLockLen, idx->fd, nullptr) == 0;
   if (!ok) {

@@ -26,6 +26,14 @@ inline void ent_set_child(IdxDesc* x, int32_t k, uint32_t c) { dbf_put32(idx_ent
 inline uint32_t ent_recno(IdxDesc* x, int32_t k) { return dbf_get32(idx_entry(x, k) + 4); }
 inline uint8_t* ent_key(IdxDesc* x, int32_t k) { return idx_entry(x, k) + IDX_ENTRY_HEAD; }
 
+/* The sector cache (idxcache.cpp).  read and write move the 512 bytes of
+** sector through it, false (nothing done) when the sector is not for it;
+** find gives the bytes it holds for sector, or null; flush writes the
+** changed ones. */
+bool idx_cache_read(IdxDesc* idx, uint32_t sector, uint8_t* buf);
+bool idx_cache_write(IdxDesc* idx, uint32_t sector, const uint8_t* buf);
+const uint8_t* idx_cache_find(IdxDesc* idx, uint32_t sector);
+void idx_cache_flush(IdxDesc* idx);
 /* Record fault 412 for sector (the area's alias and idx's order number
 ** when wa is known). */
 void idx_bad_sector(const DbfState* wa, IdxDesc* idx, uint32_t sector);

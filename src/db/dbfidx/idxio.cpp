@@ -176,7 +176,7 @@ bool idx_read_sec(DbfState* wa, IdxDesc* idx, bool counted)
     idx_bad_sector(wa, idx, s);
     return false;
   }
-  Iread_fil(idx, idx->fd, idx->sec, IDX_SECTOR, off_t(s) << IDX_SECTOR_SHIFT);
+  if (!idx_cache_read(idx, s, idx->sec)) Iread_fil(idx, idx->fd, idx->sec, IDX_SECTOR, off_t(s) << IDX_SECTOR_SHIFT);
   if (counted && dbf_get32(idx->sec + IDXS_KEYCNT) > idx->hdr.maxkeys + 1) {
     idx_bad_sector(wa, idx, s);
     return false;
@@ -194,7 +194,8 @@ bool put_cur_sec(DbfState* wa, IdxDesc* idx)
     idx_bad_sector(wa, idx, s);
     return false;
   }
-  Iwrite_fil(idx, idx->fd, idx->sec, IDX_SECTOR, off_t(s) << IDX_SECTOR_SHIFT, 0);
+  if (!idx_cache_write(idx, s, idx->sec))
+    Iwrite_fil(idx, idx->fd, idx->sec, IDX_SECTOR, off_t(s) << IDX_SECTOR_SHIFT, 0);
   return true;
 }
 
@@ -204,6 +205,7 @@ void ndx_flshhdr(IdxDesc* idx, int force)
 {
   if (cached(idx)) {
     if (!force) return;
+    idx_cache_flush(idx);
     idx_put_header(&idx->hdr, idx->cache);
     const int32_t len = std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES);
     pwrite_all(idx->fd, idx->cache, size_t(len), 0);
@@ -239,7 +241,11 @@ uint32_t get_new_sec(IdxDesc* idx)
   uint32_t s = h.kavsec;
   if (s) {
     uint8_t link[4] = {0, 0, 0, 0};
-    if (in_file(s, h.nxkysc)) Iread_fil(idx, idx->fd, link, sizeof link, off_t(s) << IDX_SECTOR_SHIFT);
+    const uint8_t* kept = in_file(s, h.nxkysc) ? idx_cache_find(idx, s) : nullptr;
+    if (kept)
+      std::memcpy(link, kept, sizeof link);
+    else if (in_file(s, h.nxkysc))
+      Iread_fil(idx, idx->fd, link, sizeof link, off_t(s) << IDX_SECTOR_SHIFT);
     const uint32_t next = dbf_get32(link);
     if (!in_file(s, h.nxkysc) || (next && (next == s || !in_file(next, h.nxkysc)))) {
       idx_bad_sector(nullptr, idx, s);

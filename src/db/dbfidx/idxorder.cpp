@@ -25,8 +25,6 @@
 
 using namespace vl;
 
-extern "C" var* _bb_dbfidx_indexsynchronize_me(int argc, var** argv);
-
 namespace {
 
 constexpr LetterSet kOrderNumber = letters("INFL");  // setorder, indexcheck
@@ -103,14 +101,17 @@ var* hdr2_text(const uint8_t (&buf)[IDX_HDR2_BYTES], size_t at, size_t room)
 }
 
 /* indexcheck of idx: the corrupted state as the header and the count show
-** it now, without a report; the area's state is left as it was. */
+** it now, without a report; the area's state is left as it was.  Held
+** keys are added first, in a section of their own (adding them may report
+** and drop the orders: then -1). */
 int32_t check_order(var* self, DbfState* s, IdxDesc* idx)
 {
+  var* sync[] = {self, IZERO_VAR};
+  _bb_dbfidx_indexsynchronize_me(2, sync);
+  if (!idx_still_open(s, idx)) return kNoOrder;
   const int32_t kept = s->crpt;
   local_rdlock2(&s->lk, diMN_ordinfo);
   updat_dbfhdr(self);
-  var* sync[] = {self, IZERO_VAR};
-  _bb_dbfidx_indexsynchronize_me(2, sync);
   if (!dbf_is_ro(s)) ndx_updthdr(idx);
   int32_t state = IDX_CRPT_NONE;
   if (vln_ndx_hdr2(2, s->hdr[DBF_OFF_WRCNT], 0, self, idx, nullptr)) state = IDX_CRPT_SUSPECT;

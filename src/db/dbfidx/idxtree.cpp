@@ -177,7 +177,9 @@ int climb_back(DbfState* wa, IdxDesc* idx)
     if (!get_cur_sec(wa, idx)) return -1;
     idx->key_off = pos - 1;
   }
-  return 1;
+  if (idx->key_off < sec_count(idx)) return 1;
+  idx_bad_sector(wa, idx, idx->cur_sec); /* a back link past the parent's keys */
+  return -1;
 }
 
 void to_eof(DbfState* wa)

@@ -24,7 +24,7 @@ class IdxCheck : public dbftest::InDir {
       run("DBAPPEND(), FIELDPUT(1, 'K" + std::to_string(i * 7 % 30 + 10) + "'), FIELDPUT(2, " + std::to_string(i) + ")");
     run("ORDCREATE('t', , 'NAME')", ".T.");
     run("ORDCONDSET('N % 2 == 0', {|| N % 2 == 0}), ORDCREATE('f', , 'N')", ".T.");
-    run("DBCLOSEALL()", ".T.");
+    run("DBCLOSEALL()");
     file_ = dir_.read("t.idx");
   }
   uint32_t at(size_t off) const { return le32(file_, off); }
@@ -72,7 +72,7 @@ TEST_F(IdxCheck, FindsHandMadeDamage)
       {"wrong key count", [&](std::string& f) { put(f, 4, at(4) + 1); }, "keys, but the tree holds"},
       {"a loop", [&](std::string& f) { put(f, leaf() + 12, at(8)); }, "already in the tree"},
       {"sector out of range", [&](std::string& f) { put(f, root() + 12, at(16) + 5); }, "out of range"},
-      {"key not its record's", [&](std::string& f) { f[key(leaf(), 0) + 2] = '0'; }, "differs from the key expression"},
+      {"key not its record's", [&](std::string& f) { f[key(leaf(), 0) + 2] ^= 1; }, "differs from the key expression"},
       {"missing key", [&](std::string& f) { put(f, leaf(), at(leaf()) - 1), put(f, 4, at(4) - 1); }, "has no key"},
       {"free chain into the tree", [&](std::string& f) { put(f, 12, at(8)); }, "already in the tree"},
       {"not terminated", [&](std::string& f) { f[451] = 'x'; }, "not terminated"},
@@ -93,7 +93,7 @@ TEST_F(IdxCheck, OrdVerifySeesTheOpenOrder)
   run("DBGOTO(3), FIELDPUT(2, 41), DBAPPEND(), FIELDPUT(1, 'A1'), FIELDPUT(2, 8)");
   run("LEN(ORDVERIFY()) + LEN(ORDVERIFY(2)) + LEN(ORDVERIFY('f'))", "0");
   run("ORDVERIFY(7)", "{no such order in this area}");
-  run("DBCLOSEALL()", ".T.");
+  run("DBCLOSEALL()");
   EXPECT_EQ(check(), std::vector<std::string>{});
   EXPECT_EQ(check("f"), std::vector<std::string>{});
 }
