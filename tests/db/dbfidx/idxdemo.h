@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "dbftest.h"
+#include "idx.hpp"
 #include "idxcheck.hpp"
 #include "switches.hpp"
 

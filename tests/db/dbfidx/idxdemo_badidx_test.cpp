@@ -5,13 +5,10 @@
 // the program), and must leave the table's bytes as they were; the checker
 // must find the damage too.
 #include "idxdemo.h"
-#include "idx.hpp"
 
 using namespace idxdemo;
 
 namespace {
-
-constexpr unsigned kWatchdogSeconds = 20;
 
 uint32_t get(const std::string& s, size_t at) { return vl::dbf_get32(reinterpret_cast<const uint8_t*>(&s[at])); }
 void put(std::string& s, size_t at, uint32_t v) { vl::dbf_put32(reinterpret_cast<uint8_t*>(&s[at]), v); }
@@ -34,23 +31,18 @@ const struct Case {
     {"a key expression of the wrong type", [](std::string& i, const std::string&) { expr(i, "N"); }, 317, "key type"},
 };
 
-class BadIndex : public Area {
- protected:
-  // Table name with 200 records of key K and its order name.idx.
-  void make(const std::string& name, int salt)
-  {
+using BadIndex = Area;
+
+TEST_F(BadIndex, DamageIsReportedInTheDriversWordsAndTheTableIsUntouched)
+{
+  // Tables u and t of 200 records each (keys in another order), with an order on K.
+  for (const std::string name : {"u", "t"}) {
     ASSERT_TRUE(truth("DBCREATE('" + name + "', {{'K', 'C', 20, 0}, {'N', 'N', 6, 0}}), DBUSEAREA(.T., , '" + name + "', , .F.)"));
-    eval("AEVAL(ARRAY(200), {|x, i| DBAPPEND(), FIELDPUT(1, 'k' + LTRIM(STR(i * " + std::to_string(salt) +
+    eval("AEVAL(ARRAY(200), {|x, i| DBAPPEND(), FIELDPUT(1, 'k' + LTRIM(STR(i * " + std::to_string(name == "u" ? 17 : 13) +
          " % 211))), FIELDPUT(2, i)})");
     EXPECT_TRUE(truth("ORDCREATE('" + name + "', , 'K')"));
     eval("DBCLOSEALL()");
   }
-};
-
-TEST_F(BadIndex, DamageIsReportedInTheDriversWordsAndTheTableIsUntouched)
-{
-  make("u", 17);
-  make("t", 13);
   const std::string dbf = dir_.read("t.dbf"), good = dir_.read("t.idx"), other = dir_.read("u.idx");
   ASSERT_GT(good.size(), 8u * vl::IDX_SECTOR) << "an order of several sectors";
   for (const Case& c : kCases) {
@@ -61,7 +53,7 @@ TEST_F(BadIndex, DamageIsReportedInTheDriversWordsAndTheTableIsUntouched)
       dir_.write("t.idx", idx);
       reports().clear();
       {
-        const Watchdog dog(kWatchdogSeconds);
+        const Watchdog dog(20);
         eval(std::string("DBUSEAREA(.T., , 't', , ") + shared + "), ORDLISTADD('t'), DBGOTOP(), DBSKIP(300), " +
              "DBGOBOTTOM(), DBSKIP(-300), DBSEEK('k1'), DBSEEK('k5', .T.), DBSKIP(3), DBCLOSEALL()");
       }
