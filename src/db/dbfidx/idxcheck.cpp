@@ -5,10 +5,12 @@
 **
 **   1. the headers, decoded here from the raw bytes;
 **   2. the tree and the free chain, read sector by sector with pread; the
-**      walk keeps its own stack of at most IDX_MAX_DEPTH sectors
-**      and marks each sector it meets, so a loop or a shared sector is
-**      seen at its second visit; each key is compared with the one before
-**      it as it is met;
+**      walk keeps its own stack, of at most IDX_MAX_DEPTH sectors when a
+**      sector holds two keys or more (with one key a sector a tree can be
+**      as deep as it has keys), and marks each sector it meets, so a loop
+**      or a shared sector is seen at its second visit and no path is
+**      longer than the file has sectors; each key is compared with the one
+**      before it as it is met;
 **   3. the records: each one is visited with a natural-order GOTO, its FOR
 **      and key expressions evaluated and compared with the entries that
 **      name it (entries sorted by record number).
@@ -497,12 +499,13 @@ void walk_tree(Check* c)
       l.childDone = true;
       const uint32_t child = dbf_get32(entry_at(c, l, l.i));
       if (!child) continue;
-      if (depth >= IDX_MAX_DEPTH) {
+      if (depth >= IDX_MAX_DEPTH && c->maxkeys >= 2) {
         problem(c, "sector %u: the tree is deeper than %d sectors", l.sec, IDX_MAX_DEPTH);
         c->cutShort = true;
-      } else if (enter(c, child, l.sec, depth)) {
-        ++depth;
+        continue;
       }
+      if (depth == c->stack.size()) c->stack.resize(depth * 2);  // l is not used again
+      if (enter(c, child, l.sec, depth)) ++depth;
     } else if (l.i < l.n) {
       take(c, l, l.i);
       ++l.i;
