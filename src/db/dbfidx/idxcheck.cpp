@@ -504,8 +504,9 @@ void walk_tree(Check* c)
         c->cutShort = true;
         continue;
       }
+      const uint32_t from = l.sec;
       if (depth == c->stack.size()) c->stack.resize(depth * 2);  // l is not used again
-      if (enter(c, child, l.sec, depth)) ++depth;
+      if (enter(c, child, from, depth)) ++depth;
     } else if (l.i < l.n) {
       take(c, l, l.i);
       ++l.i;
