@@ -15,8 +15,8 @@
 **      and key expressions evaluated and compared with the entries that
 **      name it (entries sorted by record number).
 **
-** Steps 2 and 3 run in one read section of the table, so that the check
-** sees one state of the files: writers of other processes wait for it.
+** All three run in one read section of the table, so that the check sees
+** one state of the files: writers of other processes wait for it.
 **
 ** While a check runs, vln_error_handler is the checker's own: a report
 ** (other than a warning) becomes the text of a problem and leaves for the
@@ -632,10 +632,10 @@ void type_from_value(Check* c)
   c->type = t == 'M' ? 'C' : is_num(t) ? 'N' : t;
 }
 
-// The whole check of index file idx against the open table of self.
-void check_area(Check* c, var* self, const char* idx, bool probe)
+// Check index file idx against the open table of self (s its state).
+void check_files(Check* c, var* self, DbfState* s, const char* idx, bool probe)
 {
-  DbfState* s = dbf_state(self);
+  updat_dbfhdr(self);
   if (!open_index(c, idx, probe)) {
     c->failed = true;
     return;
@@ -653,19 +653,27 @@ void check_area(Check* c, var* self, const char* idx, bool probe)
     c->hasFor = compile(c, c->forblock, text, "FOR");
     if (!c->hasFor) return;
   }
-  // The whole check runs in one read section of the table: it sees one
-  // state of both files, and the records are read without a lock each.
-  // The reports of the record checks land inside check_records.
-  updat_dbfhdr(self);
-  local_rdlock2(&s->lk, kMethod);
   walk_tree(c);
   walk_free(c);
   if (keyOk) check_records(c, self, s->lastrec);
+}
+
+// The whole check in one read section of the table: it sees one state of
+// both files, and the records are read without a lock each.  A report
+// lands before the section is left.
+void check_area(Check* c, var* self, const char* idx, bool probe)
+{
+  DbfState* s = dbf_state(self);
+  if (local_rdlock2(&s->lk, kMethod) != 0) {
+    problem(c, "cannot enter the table's read section");
+    return;
+  }
+  if (!attempt(c, [&] { check_files(c, self, s, idx, probe); })) problem(c, "check stopped: %s", c->caught);
   local_rwulock2(&s->lk, kMethod);
 }
 
 // check_area under a landing of its own, so that what follows it (putting
-// the area back) runs whatever happens.
+// the area back) runs whatever happens, also after a failed section.
 void check_guarded(Check* c, var* self, const char* idx, bool probe)
 {
   if (!attempt(c, [&] { check_area(c, self, idx, probe); })) problem(c, "check stopped: %s", c->caught);
