@@ -52,7 +52,8 @@ std::string idx_path() { return dir() + "/bench_name.idx"; }
 bool add_order()
 {
   const int32_t mark = tmpvar_cnt;
-  var* name = set_cv(idx_path().c_str());
+  const std::string path = idx_path();
+  var* name = set_cv(path.c_str());
   const bool ok = is_true(_bb_ordlistadd(1, &name));
   del_tmpvars(mark);
   return ok;
@@ -109,11 +110,12 @@ const char* sqlite_seek(double* seconds)
   return sum.rows == kSeeks ? nullptr : "SQLite: a name was not found";
 }
 
-// Whether name comes before *last (byte order), keeping name as the last.
-bool out_of_order(std::string* last, const char* name)
+// Whether the name of len bytes comes before *last (byte order), keeping
+// it as the last.
+bool out_of_order(std::string* last, const char* name, size_t len)
 {
-  const bool wrong = std::strcmp(name, last->c_str()) < 0;
-  last->assign(name);
+  const bool wrong = last->compare(0, std::string::npos, name, len) > 0;
+  last->assign(name, len);
   return wrong;
 }
 
@@ -129,7 +131,7 @@ const char* sqlite_walk(double* seconds, Checksum* sum)
   const double start = cpu_now();
   while (sqlite3_step(s) == SQLITE_ROW) {
     const char* name = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
-    sorted &= !out_of_order(&last, name);
+    sorted &= !out_of_order(&last, name, std::strlen(name));
     sum->add(name, reinterpret_cast<const char*>(sqlite3_column_text(s, 1)), sqlite3_column_double(s, 2),
              sqlite3_column_int(s, 3));
   }
@@ -165,7 +167,8 @@ const char* driver_build(double* seconds)
   std::filesystem::remove(idx_path());
   if (!use_table()) return "DBUSEAREA failed";
   const int32_t mark = tmpvar_cnt;
-  var* args[] = {set_cv(idx_path().c_str()), NIL_VAR, set_cv("NAME")};
+  const std::string path = idx_path();
+  var* args[] = {set_cv(path.c_str()), NIL_VAR, set_cv("NAME")};
   const double start = cpu_now();
   const bool ok = is_true(_bb_ordcreate(3, args));
   *seconds = seconds_since(start);
@@ -228,7 +231,7 @@ const char* driver_walk(double* seconds, Checksum* sum)
     var* city = _bb_fieldget(1, &a.number[1]);
     var* amount = _bb_fieldget(1, &a.number[2]);
     var* born = _bb_fieldget(1, &a.number[3]);
-    sorted &= !out_of_order(&last, VSTR(name));
+    sorted &= !out_of_order(&last, VSTR(name), kNameLen);
     sum->add(VSTR(name), VSTR(city), VDBL(amount), VINT(born));
     _bb_dbskip(0, nullptr);
     del_tmpvars(mark);

@@ -7,8 +7,7 @@
 ** its headers, the tree, the free chain, the order of the keys, and that
 ** every record has exactly the key its key expression gives (none where
 ** the FOR condition is false).  Each problem is one line on standard
-** output, "INDEX: text".  Run it on a table no one is writing to: a change
-** made while it reads the records may show as a problem.
+** output, "INDEX: text".  While it reads, writers in other processes wait.
 **
 ** Exit status: 0 every index is sound, 1 problems were found, 2 a usage
 ** error or a file that could not be opened (the reason on standard error).

@@ -302,6 +302,9 @@ enum {
 ** exclusive orders defer; a shared one takes them at once, for the other
 ** processes to see). */
 enum { IDX_D_DEFER = 0x02 };
+/* Descriptor flag of the order layer: the pool's claim on the file is held
+** (IDX_D_OPEN comes only when the open is complete). */
+enum { IDX_D_CLAIMED = 0x04 };
 
 /* Make the index file name (".idx" added) for key text keytext whose
 ** value is key; see the creation rules.  TRUE_VAR or FALSE_VAR after a

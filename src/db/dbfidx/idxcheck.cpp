@@ -4,15 +4,19 @@
 ** One check owns a Check record on the heap and runs in three steps:
 **
 **   1. the headers, decoded here from the raw bytes;
-**   2. the tree and the free chain, read sector by sector with pread under
-**      the table's read section, so that no writer changes the file half
-**      way; the walk keeps its own stack of at most IDX_MAX_DEPTH sectors
-**      and marks each sector it meets, so a loop or a shared sector is
-**      seen at its second visit; each key is compared with the one before
-**      it as it is met;
+**   2. the tree and the free chain, read sector by sector with pread; the
+**      walk keeps its own stack, of at most IDX_MAX_DEPTH sectors when a
+**      sector holds two keys or more (with one key a sector a tree can be
+**      as deep as it has keys), and marks each sector it meets, so a loop
+**      or a shared sector is seen at its second visit and no path is
+**      longer than the file has sectors; each key is compared with the one
+**      before it as it is met;
 **   3. the records: each one is visited with a natural-order GOTO, its FOR
 **      and key expressions evaluated and compared with the entries that
 **      name it (entries sorted by record number).
+**
+** Steps 2 and 3 run in one read section of the table, so that the check
+** sees one state of the files: writers of other processes wait for it.
 **
 ** While a check runs, vln_error_handler is the checker's own: a report
 ** (other than a warning) becomes the text of a problem and leaves for the
@@ -292,6 +296,7 @@ std::string shown(const Check* c, const IdxKey& k)
 
 // ---- The headers. ----
 
+// Open the index file and decode its main header.
 bool open_index(Check* c, const char* name, bool probe)
 {
   c->fd = diOpenFile(name, nullptr, O_RDONLY);
@@ -312,19 +317,20 @@ bool open_index(Check* c, const char* name, bool probe)
     problem(c, "header: the file has %lld bytes, less than a header", (long long)c->size);
     return false;
   }
-  return true;
-}
-
-// Decode the main header and check what the walk relies on: false when
-// the file cannot be walked.
-bool check_header(Check* c)
-{
   const uint8_t* h = c->hdr;
   c->version = h[IDXH_VERSION], c->flags = h[IDXH_FLAGS], c->type = char(h[IDXH_KEYTYPE]);
   c->keylen = h[IDXH_KEYLEN];
   c->keycnt = dbf_get32(h + IDXH_KEYCNT), c->root = dbf_get32(h + IDXH_ROOT);
   c->kavsec = dbf_get32(h + IDXH_KAVSEC), c->nxkysc = dbf_get32(h + IDXH_NXKYSC);
   c->keysize = dbf_get32(h + IDXH_KEYSIZE), c->maxkeys = dbf_get32(h + IDXH_MAXKEYS);
+  return true;
+}
+
+// Check the main header, and what the walk relies on: false when the file
+// cannot be walked.
+bool check_header(Check* c)
+{
+  const uint8_t* h = c->hdr;
   bool ok = true;
   if (c->version != IDX_VERSION && c->version != IDX_VERSION_402) {
     problem(c, "header: version byte 0x%02x is not an index version", c->version);
@@ -367,7 +373,10 @@ bool check_header(Check* c)
 }
 
 // The sort table in force: the active language's collation, or none.
-const uint8_t* active_sort_table() { return curr_lang >= 0 ? languages[curr_lang].collation : nullptr; }
+const uint8_t* active_sort_table()
+{
+  return curr_lang >= 0 && curr_lang < VLN_LANGUAGES ? languages[curr_lang].collation : nullptr;
+}
 
 void check_second_header(Check* c, const DbfState* s)
 {
@@ -490,12 +499,13 @@ void walk_tree(Check* c)
       l.childDone = true;
       const uint32_t child = dbf_get32(entry_at(c, l, l.i));
       if (!child) continue;
-      if (depth >= IDX_MAX_DEPTH) {
+      if (depth >= IDX_MAX_DEPTH && c->maxkeys >= 2) {
         problem(c, "sector %u: the tree is deeper than %d sectors", l.sec, IDX_MAX_DEPTH);
         c->cutShort = true;
-      } else if (enter(c, child, l.sec, depth)) {
-        ++depth;
+        continue;
       }
+      if (depth == c->stack.size()) c->stack.resize(depth * 2);  // l is not used again
+      if (enter(c, child, l.sec, depth)) ++depth;
     } else if (l.i < l.n) {
       take(c, l, l.i);
       ++l.i;
@@ -534,18 +544,9 @@ bool evaluate(Check* c, var* block, int32_t r, const char* what)
   return false;
 }
 
-// Whether a FOR value admits a key: only a false logical or a numeric 0
-// keeps the record out.
-bool admits(const var* v)
-{
-  switch (v->Type) {
-    case 'L':
-    case 'I': return v->Value.w1.i != 0;
-    case 'N':
-    case 'F': return v->Value.w1.d != 0;
-    default: return true;
-  }
-}
+// Whether a FOR value admits a key: only a false value of a logical or
+// numeric type keeps the record out.
+bool admits(var* v) { return !(vlnInSet("LINF", v->Type) && !vlnLogVar(v)); }
 
 // Compile text (key or FOR expression) into block: false after a problem.
 bool compile(Check* c, var* block, const char* text, const char* what)
@@ -651,13 +652,15 @@ void check_area(Check* c, var* self, const char* idx, bool probe)
     c->hasFor = compile(c, c->forblock, text, "FOR");
     if (!c->hasFor) return;
   }
+  // The whole check runs in one read section of the table: it sees one
+  // state of both files, and the records are read without a lock each.
+  // The reports of the record checks land inside check_records.
   updat_dbfhdr(self);
   local_rdlock2(&s->lk, kMethod);
   walk_tree(c);
   walk_free(c);
-  const int32_t last = s->lastrec;
+  if (keyOk) check_records(c, self, s->lastrec);
   local_rwulock2(&s->lk, kMethod);
-  if (keyOk) check_records(c, self, last);
 }
 
 // check_area under a landing of its own, so that what follows it (putting

@@ -25,7 +25,10 @@
 **     no key of its own and is not reported, since the engine drops a key
 **     that several records share when its owner changes.
 **
-** Problems are one-line texts that name the sector, entry or record.  The
+** The check reads the tree and the records in one read section of the
+** table, so it sees one state of the files while writers in other
+** processes wait.  Problems are one-line texts that name the sector, entry
+** or record.  The
 ** first kMaxListed are kept, followed by one line counting the rest.  No
 ** input makes the checker crash or loop, and its memory is bounded by the
 ** size of the files.

@@ -121,18 +121,21 @@ var* own_copy(var* v)
   return keep;
 }
 
-/* Free a descriptor and what it owns, writing an exclusive cache back
-** first.  The file's claim and its pooled descriptor end here. */
+/* Free a descriptor and what it owns; an open one writes what it holds
+** in memory back first (an open that failed leaves the file as it was).
+** The file's claim and its pooled descriptor end here. */
 void free_desc(IdxDesc* idx)
 {
   const bool excl = idx->flags & IDX_D_EXCL;
   if (idx->fd >= 0) {
-    idx_cache_release(idx);
-    if (excl && idx->cache && (idx->flags & IDX_D_OPEN)) {
-      idx_put_header(&idx->hdr, idx->cache);
-      dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
+    if (idx->flags & IDX_D_OPEN) {
+      idx_cache_release(idx);
+      if (excl && idx->cache) {
+        idx_put_header(&idx->hdr, idx->cache);
+        dbf_pwrite(idx->fd, idx->cache, size_t(std::clamp<int32_t>(idx->cachelen, IDX_HDR_BYTES, IDX_CACHE_BYTES)), 0);
+      }
     }
-    if (idx->flags & IDX_D_OPEN) fdpoolReleaseIndex(idx->fd, excl);
+    if (idx->flags & IDX_D_CLAIMED) fdpoolReleaseIndex(idx->fd, excl);
     diCloseFile(idx->fd);
   }
   drop_value(&idx->keyblock);
@@ -254,7 +257,7 @@ bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
          excl ? diEM_idxlock_s : diEM_idxlock_e);
     return false;
   }
-  idx->flags = uint8_t(IDX_D_OPEN | (excl ? IDX_D_EXCL : 0));
+  idx->flags = uint8_t(IDX_D_CLAIMED | (excl ? IDX_D_EXCL : 0));
   uint8_t head[IDX_HDR_BYTES];
   const uint8_t* p = head;
   size_t got;
@@ -378,6 +381,15 @@ void fill_hdr2(var* self, int value, const char* fortext)
   if (const uint8_t* t = sort_table()) std::memcpy(hdr2buf + IDXH2_SORTTAB, t, kSortTab);
 }
 
+/* A text field of room bytes at p into text (room + 1 bytes), up to its
+** terminator (a damaged file may have none). */
+void copy_out(char* text, const uint8_t* p, size_t room)
+{
+  const size_t n = strnlen(reinterpret_cast<const char*>(p), room);
+  std::memcpy(text, p, n);
+  text[n] = '\0';
+}
+
 /* Read n bytes of the second header into the buffer. */
 bool read_hdr2(IdxDesc* idx, int fd, size_t n) { return Iread_fil(idx, fd, hdr2buf, n, IDX_HDR2_AT) == ssize_t(n); }
 
@@ -449,11 +461,11 @@ int vln_ndx_hdr2(int op, int value, int fd, var* self, IdxDesc* idx, char* text)
     }
     case 5:
       ok = read_hdr2(idx, fd, kHdr2Head);
-      std::snprintf(text, IDX_NAME_ROOM + 1, "%.*s", int(IDX_NAME_ROOM), reinterpret_cast<const char*>(hdr2buf + IDXH2_DBFNAME));
+      copy_out(text, hdr2buf + IDXH2_DBFNAME, IDX_NAME_ROOM);
       break;
     case 6:
       ok = read_hdr2(idx, fd, kHdr2ForPart);
-      std::snprintf(text, IDXH2_FOR_ROOM + 1, "%.*s", int(IDXH2_FOR_ROOM), reinterpret_cast<const char*>(hdr2buf + IDXH2_FOREXPR));
+      copy_out(text, hdr2buf + IDXH2_FOREXPR, IDXH2_FOR_ROOM);
       break;
     case 7:
       ok = read_hdr2(idx, fd, sizeof hdr2buf);
@@ -558,7 +570,9 @@ IdxDesc* ndx_open(var* self, DbfState* wa, var* name, int exclusive, var* alias,
   vln_guarded(
       [&] {
         bound = bind_key(self, wa, idx, key, method);
-        if (bound) first_key(self, wa, idx);
+        if (!bound) return;
+        idx->flags |= IDX_D_OPEN;
+        first_key(self, wa, idx);
       },
       [&] {
         if (bound) return;
@@ -593,6 +607,7 @@ int ndx_zap(var* self, IdxDesc* idx)
   char fortext[IDXH2_FOR_ROOM + 1];
   vln_ndx_hdr2(6, 0, 0, self, idx, fortext);
   idx_cache_release(idx);  // its sectors are the old tree's
+  idx->flags &= uint8_t(~IDX_D_DEFER);  // the keys it held go with them
   const bool ok = (idx->flags & IDX_D_EXCL) && idx->cache && ftruncate(idx->fd, 0) == 0 &&
                   vlnFCNTLlock(F_SETLK, F_WRLCK, 0, kZapLockLen, idx->fd, nullptr) == 0;
   if (!ok) {

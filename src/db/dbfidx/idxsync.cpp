@@ -41,9 +41,6 @@ namespace {
 
 constexpr char kModule[] = "idxsync";
 constexpr size_t kKeyText = IDX_MAX_KEY + 1;
-constexpr const char* kPosText = "%s (%s/%d);Cannot locate key value for record %d;WA alias '%s', order # %d;key = "
-                                 "'%s';index = '%s'";
-constexpr const char* kPos1Text = "%s (%s/%d);Cannot locate key value for record %d;WA alias '%s', order #%d = '%s'";
 
 bool excl(const IdxDesc* idx) { return idx->flags & IDX_D_EXCL; }
 bool unique(const IdxDesc* idx) { return idx->hdr.flags & IDX_FLAG_UNIQUE; }
@@ -79,7 +76,7 @@ void key_text(var* v, char* out, size_t size)
   }
 }
 
-/* Whether two values are the same key (and FOR values the same truth). */
+/* Whether two values are the same key. */
 bool same_value(var* a, var* b)
 {
   IdxKey x{}, y{};
@@ -111,9 +108,10 @@ bool record_key(var* v, IdxDesc* idx, IdxKey* k)
 
 /* Descend to key of record recno (the record's current key when key is
 ** null); one re-read of the record when it is not found, then the 331
-** report in text's form.  1 when found. */
-int locate(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno, const char* text)
+** report (in update_pos1's form when a key was given).  1 when found. */
+int locate(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno)
 {
+  const bool given = key != nullptr;
   const int32_t mark = tmpvar_cnt;
   bool found = false;
   var* v = key;
@@ -130,12 +128,14 @@ int locate(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno, const
   if (!found && !idx->forblock && wa->crpt != IDX_CRPT_SILENT && recno <= wa->lastrec && !idx->fault.code) {
     char shown[kKeyText];
     key_text(v, shown, sizeof shown);
-    if (text == kPosText)
-      idx_fault(idx, VL_E_INDEX_CORRUPT, VL_SEV_RUNTIME, diMN_idxint, kPosText, diEM_idxcrpt, kModule, __LINE__,
-                int(recno), dbf_alias(wa), order_of(wa, idx), shown, idx->filename);
+    if (given)
+      idx_fault(idx, VL_E_INDEX_CORRUPT, VL_SEV_RUNTIME, diMN_idxint,
+                "%s (%s/%d);Cannot locate key value for record %d;WA alias '%s', order #%d = '%s'", diEM_idxcrpt,
+                kModule, __LINE__, int(recno), dbf_alias(wa), order_of(wa, idx), shown);
     else
-      idx_fault(idx, VL_E_INDEX_CORRUPT, VL_SEV_RUNTIME, diMN_idxint, kPos1Text, diEM_idxcrpt, kModule, __LINE__,
-                int(recno), dbf_alias(wa), order_of(wa, idx), shown);
+      idx_fault(idx, VL_E_INDEX_CORRUPT, VL_SEV_RUNTIME, diMN_idxint,
+                "%s (%s/%d);Cannot locate key value for record %d;WA alias '%s', order # %d;key = '%s';index = '%s'",
+                diEM_idxcrpt, kModule, __LINE__, int(recno), dbf_alias(wa), order_of(wa, idx), shown, idx->filename);
   }
   del_tmpvars(mark);
   return found;
@@ -155,29 +155,15 @@ void to_ghost(DbfState* wa)
   wa->recno = wa->lastrec + 1;
 }
 
-/* The entry at the cursor as a language value (ndxISetBlkVars); at the
-** end an empty key of the index's type. */
-var* entry_value(IdxDesc* idx, bool atend)
+/* The key at the cursor as a language value (ndxISetBlkVars). */
+var* entry_value(IdxDesc* idx)
 {
-  const IdxHeader& h = idx->hdr;
-  if (atend) {
-    switch (h.keytype) {
-      case 'C': {
-        char blanks[kKeyText];
-        std::memset(blanks, ' ', h.keylen);
-        return set_Cvar(cre_tmpvar(), blanks, h.keylen);
-      }
-      case 'D': return set_dv(0);
-      case 'L': return set_lv(0);
-      default: return set_nv(0, h.keylen);
-    }
-  }
   const IdxKey k = idx_entry_key(idx, idx->key_off);
-  switch (h.keytype) {
-    case 'C': return set_Cvar(cre_tmpvar(), k.text, int32_t(strnlen(k.text, size_t(k.len))));
+  switch (idx->hdr.keytype) {
+    case 'C': return set_Cvar(cre_tmpvar(), k.text, k.len);
     case 'D': return set_dv(k.day);
     case 'L': return set_lv(k.logical);
-    default: return set_nv(k.num, h.keylen);
+    default: return set_nv(k.num, idx->hdr.keylen);
   }
 }
 
@@ -280,7 +266,7 @@ int update_pos(var* self, DbfState* wa, IdxDesc* idx)
   wa->bof = wa->eof = 0;
   idx->lastrec = wa->recno;
   if (excl(idx) && on_entry(idx) && entry_recno(idx, idx->key_off) == wa->recno) return 1;
-  return locate(self, wa, idx, nullptr, wa->recno, kPosText);
+  return locate(self, wa, idx, nullptr, wa->recno);
 }
 
 int update_pos1(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno)
@@ -289,7 +275,7 @@ int update_pos1(var* self, DbfState* wa, IdxDesc* idx, var* key, int32_t recno)
   ndx_updthdr(idx);
   if (!vln_wrcnt_msg(self, wa, idx, "updating index", __LINE__) || idx->hdr.keycnt == 0) return 0;
   if (excl(idx) && on_entry(idx) && entry_recno(idx, idx->key_off) == recno) return 1;
-  return locate(self, wa, idx, key, recno, kPos1Text);
+  return locate(self, wa, idx, key, recno);
 }
 
 int ndx_rereadpg(var* self, DbfState* wa, IdxDesc* idx)
@@ -356,10 +342,11 @@ bool ndx_fastfind(var* self, DbfState* wa, IdxDesc* idx, var* block)
   }
   const int32_t mark = tmpvar_cnt;
   for (;;) {
-    var* args[] = {block, entry_value(idx, false), set_Iv(entry_recno(idx, idx->key_off))};
+    var* args[] = {block, entry_value(idx), set_Iv(entry_recno(idx, idx->key_off))};
     var* r = _bb_eval(3, args);
     const bool hit = vlnInSet("LINF", r->Type) && vlnLogVar(r);
     del_tmpvars(mark);
+    if (!dbf_is_open(wa) || !order_of(wa, idx)) return false;  // the block closed the order
     if (hit) break;
     Indx_down(wa, idx);
     if (wa->eof || !on_entry(idx)) break;
@@ -515,15 +502,17 @@ extern "C" {
 var* _bb_dbfidx_indexsynchronize_me(int argc, var** argv)
 {
   if (!usable(argv[0])) return FALSE_VAR;
-  const int mode = vlnInSet("INF", arg(argc, argv, 1)->Type) ? vlnIntVar(argv[1]) : IDX_SYNC_FLUSH;
-  const bool write = mode == IDX_SYNC_HELD || mode == IDX_SYNC_APPENDED || dbf_state(argv[0])->syncstate == IDX_SYNC_APPENDED;
+  int mode = vlnInSet("INF", arg(argc, argv, 1)->Type) ? vlnIntVar(argv[1]) : IDX_SYNC_FLUSH;
+  if (mode < IDX_SYNC_FLUSH || mode > IDX_SYNC_APPENDED) mode = IDX_SYNC_FLUSH;
+  const bool write = mode >= IDX_SYNC_HELD || dbf_state(argv[0])->syncstate == IDX_SYNC_APPENDED;
   return set_lv(in_section(argv[0], write, diMN_idxint, [&](DbfState* s) { return idx_sync(argv[0], s, mode); }));
 }
 
 var* _bb_dbfidx_indexappend_me(int argc, var** argv)
 {
   if (!usable(argv[0])) return FALSE_VAR;
-  return set_lv(in_section(argv[0], true, diMN_idxint, [&](DbfState* s) { return idx_sync(argv[0], s, IDX_SYNC_APPENDED); }));
+  return set_lv(
+      in_section(argv[0], true, diMN_idxint, [&](DbfState* s) { return idx_sync(argv[0], s, IDX_SYNC_APPENDED); }));
 }
 
 var* _bb_dbfidx_indexreplace_me(int argc, var** argv)
@@ -547,7 +536,8 @@ var* _bb_dbfidx_indexseek_me(int argc, var** argv)
 {
   if (!usable(argv[0]) || argc < 2) return FALSE_VAR;
   const bool soft = arg(argc, argv, 2)->Type == 'L' ? vlnLogVar(argv[2]) != 0 : vlnGetSoftSeek() != 0;
-  return set_lv(in_section(argv[0], false, diMN_seek, [&](DbfState* s) { return idx_seek(argv[0], s, argv[1], soft); }));
+  return set_lv(
+      in_section(argv[0], false, diMN_seek, [&](DbfState* s) { return idx_seek(argv[0], s, argv[1], soft); }));
 }
 
 var* _bb_dbfidx_indexseekeval_me(int argc, var** argv)
@@ -562,7 +552,8 @@ var* _bb_dbfidx_indexseekeval_me(int argc, var** argv)
 var* _bb_dbfidx_indexkeycompare_me(int argc, var** argv)
 {
   if (!usable(argv[0]) || argc < 2) return set_Iv(0);
-  return set_Iv(in_section(argv[0], false, diMN_seek, [&](DbfState* s) { return idx_keycompare(argv[0], s, argv[1]); }));
+  return set_Iv(
+      in_section(argv[0], false, diMN_seek, [&](DbfState* s) { return idx_keycompare(argv[0], s, argv[1]); }));
 }
 
 var* _bb_dbfidx_indexgotop_me(int argc, var** argv)

@@ -58,6 +58,12 @@ TEST_F(IdxCheck, SoundIndexesPass)
   EXPECT_EQ(rc_, 0);
   EXPECT_TRUE(any(check("nosuch"), "cannot open index"));
   EXPECT_EQ(rc_, -1);
+  // One key a sector: ascending keys make a tree as deep as it has keys.
+  run("DBCREATE('w', {{'W', 'C', 238, 0}}), DBUSEAREA(.T., , 'w', , .F.)", ".T.");
+  run("AEVAL(ARRAY(90), {|x, i| DBAPPEND(), FIELDPUT(1, STRZERO(i, 3))}), ORDCREATE('w', , 'W')", ".T.");
+  run("DBCLOSEALL()");
+  std::vector<std::string> found;
+  EXPECT_EQ(vl::vlnIdxVerify("w", "w", &found), 0) << (found.empty() ? "" : found[0]);
 }
 
 TEST_F(IdxCheck, FindsHandMadeDamage)

@@ -199,6 +199,7 @@ TEST_F(IdxSync, OpensOfOtherFilesAreRefusedOrWarned)
     if (*c.text) EXPECT_TRUE(reported(c.opens ? 902 : 340, c.text));
     run(c.opens ? "DBSEEK('c037'), {FOUND(), RECNO(), NETERR()}" : "{INDEXCOUNT(), NETERR()}",
         c.opens ? "{.T., 1, .F.}" : "{0, .T.}");
+    if (!c.opens) EXPECT_EQ(dir_.read("k.idx").substr(1), pristine.substr(1)) << "a refused file is left alone";
     run("DBCLOSEALL()");
   }
   // INDEX ON leaves its file exclusive; a second area of this process
