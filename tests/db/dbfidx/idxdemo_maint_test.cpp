@@ -26,7 +26,7 @@ const std::pair<const char*, unsigned> kOps[] = {
     {"{|n, s, v| __DBPACK()}", 2},
 };
 #ifdef __SANITIZE_ADDRESS__
-constexpr long kRun = 20000;  // the sanitizers make each operation ten times dearer
+constexpr long kRun = 20000;  // the sanitizers' build runs a tenth
 #else
 constexpr long kRun = 200000;
 #endif
