@@ -165,6 +165,12 @@ bool Indx_del(DbfState* wa, IdxDesc* idx)
 {
   IdxHeader& h = idx->hdr;
   if (idx->key_off < 0 || idx->key_off >= sec_count(idx)) return false;
+  /* The lower count reaches the header before any sector changes: a
+  ** process killed in the middle leaves a count that disagrees with the
+  ** table, which the next open reports, rather than a tree that lost a key
+  ** behind a count that still looks right. */
+  if (h.keycnt) --h.keycnt;
+  ndx_flshhdr(idx, 0);
   /* An entry with keys before it in its subtree gives way to the key just
   ** before it, until the key to remove has no subtree.  The first key of
   ** all, whose subtree holds no key, is removed with it. */
@@ -194,10 +200,7 @@ bool Indx_del(DbfState* wa, IdxDesc* idx)
     }
     ent_set_child(idx, pos, kept);
   }
-  if (h.keycnt) --h.keycnt;
-  const bool ok = put_cur_sec(wa, idx);
-  ndx_flshhdr(idx, 0);
-  return ok;
+  return put_cur_sec(wa, idx);
 }
 
 }  // namespace vl
