@@ -1,7 +1,9 @@
 /*
 ** idxcache.cpp -- the sector cache of an exclusive IDX descriptor: the key
-** sectors used last, so that a descent reads its upper levels from memory
-** and a build writes each sector once instead of at every change.
+** sectors used recently, so that a descent reads its upper levels from
+** memory and a build writes each sector once instead of at every change.
+** Eviction is a clock: a slot's used bit is set at each use and cleared
+** by the passing hand, which takes the first slot it finds clear.
 **
 ** Only an exclusive descriptor has one: no other process may read the file
 ** meanwhile, exactly as for the 2048 bytes the descriptor keeps anyway
@@ -16,14 +18,14 @@
 
 #include <algorithm>
 #include <cstring>
-#include <unordered_map>
+#include <memory>
 #include <vector>
 
 #include "idxint.hpp"
 
 namespace vl {
 
-int vlnIdxSectorCache = 8192; /* 4 MiB at most per descriptor */
+int vlnIdxSectorCache = 131072; /* 64 MiB at most per descriptor */
 
 namespace {
 
@@ -36,15 +38,20 @@ struct IdxSecCache {
   struct Slot {
     uint32_t sector;
     bool dirty;
-    uint32_t prev, next; /* towards the most / least recently used */
+    bool used; /* touched since the clock hand last passed */
     uint8_t data[IDX_SECTOR];
   };
-  std::vector<Slot> slots;
-  uint32_t cap;                                 /* slots at most */
-  std::unordered_map<uint32_t, uint32_t> where; /* sector -> slot */
-  uint32_t head = kNone, tail = kNone;          /* most, least recently used */
-  uint32_t nxkysc = 0;                          /* as last seen */
+  /* Slots live in fixed chunks so that growing never moves them. */
+  static constexpr uint32_t kChunkShift = 10;
+  std::vector<std::unique_ptr<Slot[]>> chunks;
+  uint32_t count = 0;        /* slots in use */
+  uint32_t cap;              /* slots at most */
+  uint32_t hand = 0;         /* the clock's next candidate for eviction */
+  std::vector<uint32_t> where; /* sector -> slot, or kNone */
+  uint32_t nxkysc = 0;       /* as last seen */
   uint32_t ends = 0; /* sectors the file would span with nothing kept */
+
+  Slot& slot(uint32_t i) { return chunks[i >> kChunkShift][i & ((1u << kChunkShift) - 1)]; }
 };
 
 namespace {
@@ -61,20 +68,13 @@ void write_slot(IdxDesc* idx, IdxSecCache::Slot& s)
   s.dirty = false;
 }
 
-void unlink_slot(IdxSecCache* c, uint32_t i)
+/* Forget every kept sector, written or not. */
+void drop_all(IdxSecCache* c)
 {
-  IdxSecCache::Slot& s = c->slots[i];
-  (s.prev == kNone ? c->head : c->slots[s.prev].next) = s.next;
-  (s.next == kNone ? c->tail : c->slots[s.next].prev) = s.prev;
-}
-
-void link_first(IdxSecCache* c, uint32_t i)
-{
-  IdxSecCache::Slot& s = c->slots[i];
-  s.prev = kNone;
-  s.next = c->head;
-  (c->head == kNone ? c->tail : c->slots[c->head].prev) = i;
-  c->head = i;
+  c->chunks.clear();
+  c->count = c->hand = 0;
+  c->where.assign(c->where.size(), kNone);
+  c->ends = 0;
 }
 
 /* The cache for sector of idx, or null when the sector is not for it. */
@@ -87,55 +87,67 @@ IdxSecCache* cache_for(IdxDesc* idx, uint32_t sector)
     c = idx->seccache = new IdxSecCache;
     c->cap = uint32_t(vlnIdxSectorCache);
   }
-  if (idx->hdr.nxkysc < c->nxkysc) {
-    c->slots.clear();
-    c->where.clear();
-    c->head = c->tail = kNone;
-    c->ends = 0;
-  }
+  if (idx->hdr.nxkysc < c->nxkysc) drop_all(c);
   c->nxkysc = idx->hdr.nxkysc;
   return c;
 }
 
-/* The slot of sector, made the most recently used, or null. */
+/* The slot that holds sector, or kNone. */
+uint32_t slot_of(const IdxSecCache* c, uint32_t sector)
+{
+  return sector < c->where.size() ? c->where[sector] : kNone;
+}
+
+/* The data of sector, marked as used, or null. */
 const uint8_t* find(IdxSecCache* c, uint32_t sector)
 {
-  const auto it = c->where.find(sector);
-  if (it == c->where.end()) return nullptr;
-  if (c->head != it->second) {
-    unlink_slot(c, it->second);
-    link_first(c, it->second);
+  const uint32_t i = slot_of(c, sector);
+  if (i == kNone) return nullptr;
+  IdxSecCache::Slot& s = c->slot(i);
+  s.used = true;
+  return s.data;
+}
+
+/* A slot for a sector not kept: a new one while there is room, else the
+** first the clock hand finds untouched since its last pass, written out
+** first if changed. */
+uint32_t free_slot(IdxDesc* idx, IdxSecCache* c)
+{
+  if (c->count < c->cap) {
+    if ((c->count >> IdxSecCache::kChunkShift) == c->chunks.size())
+      c->chunks.emplace_back(new IdxSecCache::Slot[size_t(1) << IdxSecCache::kChunkShift]);
+    return c->count++;
   }
-  return c->slots[it->second].data;
+  for (;; c->hand = (c->hand + 1) % c->count) {
+    IdxSecCache::Slot& s = c->slot(c->hand);
+    if (s.used) {
+      s.used = false;
+      continue;
+    }
+    write_slot(idx, s);
+    c->where[s.sector] = kNone;
+    const uint32_t i = c->hand;
+    c->hand = (c->hand + 1) % c->count;
+    return i;
+  }
 }
 
 /* Keep the 512 bytes at data as sector. */
 void keep(IdxDesc* idx, IdxSecCache* c, uint32_t sector, const uint8_t* data, bool dirty)
 {
-  uint32_t i;
-  const auto it = c->where.find(sector);
-  const bool fresh = it == c->where.end();
-  if (!fresh) {
-    i = it->second;
-    unlink_slot(c, i);
-  } else if (c->slots.size() < c->cap) {
-    i = uint32_t(c->slots.size());
-    c->slots.emplace_back();
-  } else {
-    i = c->tail;
-    write_slot(idx, c->slots[i]);
-    unlink_slot(c, i);
-    c->where.erase(c->slots[i].sector);
-  }
-  IdxSecCache::Slot& s = c->slots[i];
-  if (fresh) {
+  uint32_t i = slot_of(c, sector);
+  if (i == kNone) {
+    i = free_slot(idx, c);
+    IdxSecCache::Slot& s = c->slot(i);
     s.sector = sector;
     s.dirty = false;
+    if (sector >= c->where.size()) c->where.resize(std::max<size_t>(sector + 1, c->where.size() * 2), kNone);
     c->where[sector] = i;
   }
+  IdxSecCache::Slot& s = c->slot(i);
   std::memcpy(s.data, data, IDX_SECTOR);
   s.dirty = s.dirty || dirty;
-  link_first(c, i);
+  s.used = true;
 }
 
 }  // namespace
@@ -180,10 +192,10 @@ void idx_cache_flush(IdxDesc* idx)
   if (!c || idx->hdr.nxkysc < c->nxkysc) return;
   /* In file order, so that a build's sectors go out as one sweep. */
   std::vector<uint32_t> order;
-  for (uint32_t i = 0; i < c->slots.size(); ++i)
-    if (c->slots[i].dirty) order.push_back(i);
-  std::sort(order.begin(), order.end(), [c](uint32_t a, uint32_t b) { return c->slots[a].sector < c->slots[b].sector; });
-  for (uint32_t i : order) write_slot(idx, c->slots[i]);
+  for (uint32_t i = 0; i < c->count; ++i)
+    if (c->slot(i).dirty) order.push_back(i);
+  std::sort(order.begin(), order.end(), [c](uint32_t a, uint32_t b) { return c->slot(a).sector < c->slot(b).sector; });
+  for (uint32_t i : order) write_slot(idx, c->slot(i));
 }
 
 void idx_cache_release(IdxDesc* idx)

@@ -153,7 +153,7 @@ void churn(const std::string& path, Shape s, bool excl, int batches, int ops, st
 
 class IdxTree : public ::testing::Test {
  protected:
-  void TearDown() override { vlnIdxBinarySearch = 1, vlnIdxSectorCache = 8192; }
+  void TearDown() override { vlnIdxBinarySearch = 1, vlnIdxSectorCache = 131072; }
   std::string path(const char* name) const { return dir_ / name; }
   vltest::TempDir dir_;
 };
