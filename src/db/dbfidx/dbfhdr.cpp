@@ -69,6 +69,16 @@ void dbf_error(var* self, const char* method, int code, int severity, const char
   diError(self, method, code, severity, text, "dbfidx", 0);
 }
 
+void dbf_fail(DbfFailure* f, int code, int severity, const char* fmt, ...)
+{
+  f->code = code;
+  f->severity = severity;
+  va_list ap;
+  va_start(ap, fmt);
+  std::vsnprintf(f->text, sizeof f->text, fmt, ap);
+  va_end(ap);
+}
+
 const char* dbf_alias(const DbfState* s)
 {
   if (!s) return "";

@@ -212,6 +212,16 @@ inline off_t dbf_recpos(const DbfState* s, int32_t n)
   return off_t(s->lk.headerlen) + off_t(n - 1) * off_t(s->lk.reclen);
 }
 
+/* A failure noted while a file is opened or made, reported (dbf_error)
+** once everything is undone. */
+struct DbfFailure {
+  int code = 0;
+  int severity = 0;
+  char text[512] = "";
+};
+/* Note a failure in f (code 0 means none yet), text printf-style. */
+void dbf_fail(DbfFailure* f, int code, int severity, const char* fmt, ...) __attribute__((format(printf, 4, 5)));
+
 /* Report through diError for self's table, with a printf-style text. */
 void dbf_error(var* self, const char* method, int code, int severity, const char* fmt, ...)
     __attribute__((format(printf, 5, 6)));

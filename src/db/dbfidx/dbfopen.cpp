@@ -62,45 +62,27 @@ constexpr int kOctalBase = 8;
 constexpr uint8_t kDbase4 = 0x8B;
 constexpr uint8_t kFox = 0xF5;
 
-/* A failure noted during an open, reported once everything is undone. */
-struct Failure {
-  int code = 0;
-  int severity = 0;
-  char text[kTextSize] = "";
-};
-
-void fail(Failure* f, int code, int severity, const char* fmt, ...) __attribute__((format(printf, 4, 5)));
-void fail(Failure* f, int code, int severity, const char* fmt, ...)
-{
-  f->code = code;
-  f->severity = severity;
-  va_list ap;
-  va_start(ap, fmt);
-  std::vsnprintf(f->text, sizeof f->text, fmt, ap);
-  va_end(ap);
-}
-
 /* The header of name is damaged: what is wrong. */
-void fail_header(Failure* f, const char* name, const char* what, long a = 0, long b = 0)
+void fail_header(DbfFailure* f, const char* name, const char* what, long a = 0, long b = 0)
 {
   char detail[kTextSize / 2];
   std::snprintf(detail, sizeof detail, what, a, b);
-  fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, "%s;%s", name, detail);
+  dbf_fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, "%s;%s", name, detail);
 }
 
 /* The version byte's refusal, or true when the byte is one of ours. */
-bool check_version(uint8_t v, Failure* f)
+bool check_version(uint8_t v, DbfFailure* f)
 {
   if ((v & DBF_VERSION_MASK) == DBF_VERSION) return true;
-  if (v == kDbase4) fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, "%s", diEM_dbivfile);
-  else if (v == kFox) fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, "%s", diEM_foxfile);
-  else fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, diEM_vercode, unsigned(v));
+  if (v == kDbase4) dbf_fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, "%s", diEM_dbivfile);
+  else if (v == kFox) dbf_fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, "%s", diEM_foxfile);
+  else dbf_fail(f, VL_E_DBF_VERSION, VL_SEV_RUNTIME, diEM_vercode, unsigned(v));
   return false;
 }
 
 /* Decode the descriptors of a whole header into s->fields; false (with f
 ** filled) when they do not fit the record. */
-bool decode_fields(DbfState* s, const uint8_t* header, Failure* f)
+bool decode_fields(DbfState* s, const uint8_t* header, DbfFailure* f)
 {
   const int most = (s->lk.headerlen - DBF_HEADER_SIZE) / DBF_FIELD_SIZE;
   int n = 0;
@@ -133,7 +115,7 @@ bool decode_fields(DbfState* s, const uint8_t* header, Failure* f)
 }
 
 /* Read and check the header; fills the geometry, count and fields. */
-bool read_header(DbfState* s, Failure* f)
+bool read_header(DbfState* s, DbfFailure* f)
 {
   struct stat sb;
   if (fstat(s->lk.fd, &sb) != 0 || !dbf_pread(s->lk.fd, s->hdr, DBF_HEADER_SIZE, 0, 0)) {
@@ -167,7 +149,7 @@ bool read_header(DbfState* s, Failure* f)
 }
 
 /* Allocate the buffers and announce alias and fields. */
-bool bind_table(var* self, DbfState* s, Failure* f)
+bool bind_table(var* self, DbfState* s, DbfFailure* f)
 {
   s->recbuf = new uint8_t[s->lk.reclen];
   diClrRecord(s);
@@ -184,7 +166,7 @@ bool bind_table(var* self, DbfState* s, Failure* f)
     bound = vlnAnnounceAlias(self, name, s->alias);
   }
   if (bound < 0) {
-    fail(f, VL_E_ILLEGAL_ALIAS, VL_SEV_RUNTIME, "%s", s->filename);
+    dbf_fail(f, VL_E_ILLEGAL_ALIAS, VL_SEV_RUNTIME, "%s", s->filename);
     return false;
   }
   for (uint16_t i = 0; i < s->fieldcount; ++i) {
@@ -205,7 +187,7 @@ char unknown_type(const DbfState* s)
 }
 
 /* Steps 2 to 5 of an open, on a state whose descriptor is taken. */
-bool open_steps(var* self, DbfState* s, Failure* f)
+bool open_steps(var* self, DbfState* s, DbfFailure* f)
 {
   if (vlnLockUse(&s->lk) != 0) return false;  // silent: NETERR() tells
   local_rdlock2(&s->lk, diMN_init);
@@ -215,7 +197,7 @@ bool open_steps(var* self, DbfState* s, Failure* f)
     dbt_name(s, s->filename, memo, sizeof memo);
     s->dbt_fd = diOpenFile(memo, nullptr, dbf_is_ro(s) ? O_RDONLY : O_RDWR);
     if (s->dbt_fd < 0) {
-      fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", memo);
+      dbf_fail(f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", memo);
       ok = false;
     }
   }
@@ -229,7 +211,7 @@ bool open_steps(var* self, DbfState* s, Failure* f)
 bool open_table(var* self, DbfState* s, const char* name, bool exclusive, bool readonly, bool inspect)
 {
   char wanted[VLN_LOCK_NAME_SIZE], found[VLN_LOCK_NAME_SIZE];
-  Failure f;
+  DbfFailure f;
   if (!vlnAddExtension(wanted, name, s->dbfext, sizeof wanted)) {
     dbf_error(self, diMN_init, VL_E_FILE_OPEN, VL_SEV_IO, "%s", name);
     return false;
@@ -245,7 +227,7 @@ bool open_table(var* self, DbfState* s, const char* name, bool exclusive, bool r
   }
   bool ok = false;
   if (s->lk.fd < 0) {
-    if (errno != EAGAIN) fail(&f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", found[0] ? found : wanted);
+    if (errno != EAGAIN) dbf_fail(&f, VL_E_FILE_OPEN, VL_SEV_IO, "%s", found[0] ? found : wanted);
   } else {
     s->lk.status = uint8_t((exclusive ? DBF_ST_EXCL : 0) | (readonly ? DBF_ST_READONLY : 0) |
                            (inspect ? DBF_ST_INSPECT : 0));

@@ -65,24 +65,6 @@ constexpr int kZapLockLen = VLN_IDX_ZAP_LEN;
 /* The one second-header buffer; zeroed before each use. */
 uint8_t hdr2buf[IDX_HDR2_BYTES];
 
-/* A failure noted while opening, reported once everything is undone. */
-struct Failure {
-  int code = 0;
-  int severity = 0;
-  char text[kTextSize] = "";
-};
-
-void fail(Failure* f, int code, int severity, const char* fmt, ...) __attribute__((format(printf, 4, 5)));
-void fail(Failure* f, int code, int severity, const char* fmt, ...)
-{
-  f->code = code;
-  f->severity = severity;
-  va_list ap;
-  va_start(ap, fmt);
-  std::vsnprintf(f->text, sizeof f->text, fmt, ap);
-  va_end(ap);
-}
-
 const char* base_of(const char* path)
 {
   const char* slash = std::strrchr(path, '/');
@@ -185,24 +167,24 @@ bool starts_round(const char* text, int32_t n)
 ** filled when the key cannot be indexed.  *rewritten is set when a numeric
 ** key of unknown width had to be rounded. */
 bool shape_header(IdxHeader* h, var* keytext, var* key, var* unique, var* descend, var* fortext, int width,
-                  int decimals, bool* rewritten, Failure* f)
+                  int decimals, bool* rewritten, DbfFailure* f)
 {
   const uint32_t raw = raw_size(key);
   if (raw == 0 && key->Type != 'C') {
-    fail(f, VL_E_ILLEGAL_TYPE, VL_SEV_RUNTIME, "%s", diEM_wrgidxtyp);
+    dbf_fail(f, VL_E_ILLEGAL_TYPE, VL_SEV_RUNTIME, "%s", diEM_wrgidxtyp);
     return false;
   }
   const int32_t textlen = text_len(keytext);
   if (raw < 1 || raw > IDX_MAX_KEY) {
-    fail(f, VL_E_ARG_VALUE, VL_SEV_RUNTIME, "%s", diEM_wrgidxklen);
+    dbf_fail(f, VL_E_ARG_VALUE, VL_SEV_RUNTIME, "%s", diEM_wrgidxklen);
     return false;
   }
   if (textlen < 1 || textlen > IDX_MAX_EXPR) {
-    fail(f, VL_E_ARG_VALUE, VL_SEV_RUNTIME, "%s", diEM_wrgidxelen);
+    dbf_fail(f, VL_E_ARG_VALUE, VL_SEV_RUNTIME, "%s", diEM_wrgidxelen);
     return false;
   }
   if (is_text(fortext) && text_len(fortext) > IDX_MAX_FOR) {
-    fail(f, VL_E_ARG_VALUE, VL_SEV_RUNTIME, "%s", diEM_wrgidxfexp);
+    dbf_fail(f, VL_E_ARG_VALUE, VL_SEV_RUNTIME, "%s", diEM_wrgidxfexp);
     return false;
   }
   *h = IdxHeader{};
@@ -246,14 +228,14 @@ bool shape_header(IdxHeader* h, var* keytext, var* key, var* unique, var* descen
 
 /* Open the file of idx (named in idx->filename) and take its lock; fills
 ** the header (and the cache when exclusive).  false with f filled. */
-bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
+bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, DbfFailure* f)
 {
   idx->fd = diOpenFile(idx->filename, nullptr, readonly ? O_RDONLY : O_RDWR);
   if (idx->fd < 0) return false;  // silent: the caller's NETERR() tells
   const bool locked = fdpoolClaimIndex(idx->fd, excl) == 0;
   if (!locked || (excl ? diLockIndexExcl : diLockIndexShar)(idx->fd, VLN_LOCK_BASE) != 0) {
     if (locked) fdpoolReleaseIndex(idx->fd, excl);
-    fail(f, VL_E_DEV_WARNING, VL_SEV_RUNTIME, diEM_idxlock, excl ? diEM_idxlock_e : diEM_idxlock_s,
+    dbf_fail(f, VL_E_DEV_WARNING, VL_SEV_RUNTIME, diEM_idxlock, excl ? diEM_idxlock_e : diEM_idxlock_s,
          excl ? diEM_idxlock_s : diEM_idxlock_e);
     return false;
   }
@@ -273,21 +255,21 @@ bool open_file(DbfState* wa, IdxDesc* idx, bool excl, bool readonly, Failure* f)
   }
   struct stat st;
   if (got < IDX_HDR_BYTES || fstat(idx->fd, &st) != 0) {
-    fail(f, VL_E_NO_INDEX_SECTOR, VL_SEV_FATAL, diEM_badidx, dbf_alias(wa), wa->indexcount + 1, 0);
+    dbf_fail(f, VL_E_NO_INDEX_SECTOR, VL_SEV_FATAL, diEM_badidx, dbf_alias(wa), wa->indexcount + 1, 0);
     return false;
   }
   idx_get_header(p, &idx->hdr);
   const uint8_t v = idx->hdr.version;
   if (v < IDX_VERSION_402 || v > IDX_VERSION || (v == IDX_VERSION_402 && readonly)) {
     const char* text = v < IDX_VERSION_402 ? diEM_oldidx : v > IDX_VERSION ? diEM_newridx : diEM_noroidx;
-    fail(f, VL_E_IDX_VERSION, VL_SEV_FATAL, text, idx->filename);
+    dbf_fail(f, VL_E_IDX_VERSION, VL_SEV_FATAL, text, idx->filename);
     return false;
   }
   char why[kTextSize / 2];
   if (!idx_header_sane(&idx->hdr, st.st_size, why, sizeof why)) {
     char where[kTextSize / 2];
     std::snprintf(where, sizeof where, diEM_badidx, dbf_alias(wa), wa->indexcount + 1, 0);
-    fail(f, VL_E_NO_INDEX_SECTOR, VL_SEV_FATAL, "%s;%s;%s", where, idx->filename, why);
+    dbf_fail(f, VL_E_NO_INDEX_SECTOR, VL_SEV_FATAL, "%s;%s;%s", where, idx->filename, why);
     return false;
   }
   return true;
@@ -503,7 +485,7 @@ var* ndx_creat(var* name, var* keytext, var* key, var* unique, var* descend, var
   }
   IdxHeader h;
   bool rewritten = false;
-  Failure f;
+  DbfFailure f;
   if (!shape_header(&h, keytext, key, unique, descend, fortext, width, decimals, &rewritten, &f)) {
     dbf_error(self, diMN_idxcre, f.code, f.severity, "%s", f.text);
     return FALSE_VAR;
@@ -557,7 +539,7 @@ IdxDesc* ndx_open(var* self, DbfState* wa, var* name, int exclusive, var* alias,
   if (is_text(alias)) olen = text_len(alias);
   std::snprintf(idx->ordername, sizeof idx->ordername, "%.*s", int(std::min(olen, kOrderName)), oname);
 
-  Failure f;
+  DbfFailure f;
   vln_disable_break();
   const bool opened = open_file(wa, idx, exclusive || dbf_is_excl(wa), readonly, &f);
   if (!opened) free_desc(idx);

@@ -163,7 +163,7 @@ TEST_F(IdxSync, MissedChangesAreReportedOnTheFirstMove)
     run("DBSKIP()", c.move);
     EXPECT_TRUE(reported(c.move[1] == '9' ? 902 : 331, c.report));
     run("INDEXCOUNT()", c.after);
-    if (*c.after == '0') EXPECT_TRUE(vltest::proc_locks(dir_ / "k.idx", getpid()).empty()) << "dropped, yet locked";
+    if (*c.after == '0') { EXPECT_TRUE(vltest::proc_locks(dir_ / "k.idx", getpid()).empty()) << "dropped, yet locked"; }
     run("DBSKIP(), DBCLOSEALL()");
   }
 }
@@ -196,10 +196,10 @@ TEST_F(IdxSync, OpensOfOtherFilesAreRefusedOrWarned)
     run(c.open);
     reports().clear();
     run("ORDLISTADD('k')", c.want);
-    if (*c.text) EXPECT_TRUE(reported(c.opens ? 902 : 340, c.text));
+    if (*c.text) { EXPECT_TRUE(reported(c.opens ? 902 : 340, c.text)); }
     run(c.opens ? "DBSEEK('c037'), {FOUND(), RECNO(), NETERR()}" : "{INDEXCOUNT(), NETERR()}",
         c.opens ? "{.T., 1, .F.}" : "{0, .T.}");
-    if (!c.opens) EXPECT_EQ(dir_.read("k.idx").substr(1), pristine.substr(1)) << "a refused file is left alone";
+    if (!c.opens) { EXPECT_EQ(dir_.read("k.idx").substr(1), pristine.substr(1)) << "a refused file is left alone"; }
     run("DBCLOSEALL()");
   }
   // INDEX ON leaves its file exclusive; a second area of this process
