@@ -76,9 +76,15 @@ class SharedOrders : public Area {
   uint32_t records() const { return le32(dir_.read("t.dbf"), vl::DBF_OFF_COUNT); }
 };
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr long kWriterOps = 2000;  // the sanitizers' build runs a fifth
+#else
+constexpr long kWriterOps = 10000;
+#endif
+
 TEST_F(SharedOrders, EightWritersLoseNoChangeAndLeaveSoundOrders)
 {
-  const long ops = long_run() ? 10000 : 2000;
+  const long ops = kWriterOps;
   std::vector<pid_t> pids;
   for (int w = 1; w <= kWriters; ++w) pids.push_back(spawn(w, ops));
   const Watchdog dog(60 + ops / 50);
