@@ -247,21 +247,8 @@ const char* driver_replace(double* seconds)
 {
   if (const char* error = ensure_index()) return error;
   if (const char* error = open_indexed(true)) return error;
-  const std::vector<Replacement>& all = data().replacements;
   Args a;
-  var* const* put = a.put[kNameField - 1];
-  var* name = a.value[kNameField - 1];
-  const int32_t mark = tmpvar_cnt;
-  const double start = cpu_now();
-  for (const Replacement& u : all) {
-    set_Ivar(a.recno, u.recno);
-    _bb_dbgoto(1, &a.recno);
-    set_cvar(name, u.name);
-    _bb_fieldput(2, const_cast<var**>(put));
-    del_tmpvars(mark);
-  }
-  _bb_dbcommit(0, nullptr);
-  *seconds = seconds_since(start);
+  *seconds = replace_all(a, kNameField, [](var* v, const Replacement& u) { set_cvar(v, u.name); });
   close_tables();
   std::vector<std::string> problems;
   g_checker_problems = vl::vlnIdxVerify(dbf_path().c_str(), idx_path().c_str(), &problems);

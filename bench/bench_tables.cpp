@@ -130,19 +130,8 @@ const char* driver_replace(double* seconds)
   if (!use_table()) return "DBUSEAREA failed";
   const std::vector<Replacement>& all = data().replacements;
   Args a;
-  var* const* put = a.put[kAmountField - 1];
-  var* amount = a.value[kAmountField - 1];
+  *seconds = replace_all(a, kAmountField, [](var* v, const Replacement& u) { set_nvar(v, u.amount, kAmountDec); });
   const int32_t mark = tmpvar_cnt;
-  const double start = cpu_now();
-  for (const Replacement& u : all) {
-    set_Ivar(a.recno, u.recno);
-    _bb_dbgoto(1, &a.recno);
-    set_nvar(amount, u.amount, kAmountDec);
-    _bb_fieldput(2, const_cast<var**>(put));
-    del_tmpvars(mark);
-  }
-  _bb_dbcommit(0, nullptr);
-  *seconds = seconds_since(start);
   // The last replacement is the one that stays.
   set_Ivar(a.recno, all.back().recno);
   _bb_dbgoto(1, &a.recno);

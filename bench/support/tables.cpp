@@ -287,4 +287,22 @@ const char* ensure_sqlite_table()
   return g_sqlite_built ? nullptr : sqlite_append(&unused);
 }
 
+double replace_all(Args& a, int field, void (*store)(var* value, const Replacement& u))
+{
+  const std::vector<Replacement>& all = data().replacements;
+  var* const* put = a.put[field - 1];
+  var* value = a.value[field - 1];
+  const int32_t mark = tmpvar_cnt;
+  const double start = cpu_now();
+  for (const Replacement& u : all) {
+    set_Ivar(a.recno, u.recno);
+    _bb_dbgoto(1, &a.recno);
+    store(value, u);
+    _bb_fieldput(2, const_cast<var**>(put));
+    del_tmpvars(mark);
+  }
+  _bb_dbcommit(0, nullptr);
+  return seconds_since(start);
+}
+
 }  // namespace tables

@@ -140,6 +140,12 @@ struct Args {
   var* recno;
 };
 
+// Run every replacement on the selected area as generated code does:
+// DBGOTO its record, store(value, replacement), FIELDPUT(field, value);
+// then DBCOMMIT.  The seconds of the loop and the commit.  a provides the
+// argument records (the caller may read through them afterwards).
+double replace_all(Args& a, int field, void (*store)(var* value, const Replacement& u));
+
 // Make the DBF table afresh, appending every row on a table opened
 // exclusively; the seconds of the appends and the commit.  An error text,
 // or null.
