@@ -257,61 +257,37 @@ const char* driver_replace(double* seconds)
 
 // ---- The benchmarks. ----
 
-using Pass = const char* (*)(double* seconds);
-using Reader = const char* (*)(double* seconds, Checksum* sum);
-
-void run_pass(benchmark::State& state, const char* name, Pass pass, int64_t rows)
-{
-  for (auto _ : state) {
-    double seconds = 0;
-    if (const char* error = pass(&seconds)) return state.SkipWithError(error);
-    finish(state, name, rows, seconds);
-  }
-}
-
-void run_walk(benchmark::State& state, const char* name, Reader read)
-{
-  for (auto _ : state) {
-    double seconds = 0;
-    Checksum sum;
-    const char* error = read(&seconds, &sum);
-    if (!error && !(sum == data().sum)) error = "the checksum differs from the generator's";
-    if (error) return state.SkipWithError(error);
-    finish(state, name, sum.rows, seconds);
-  }
-}
-
-void BuildSqlite(benchmark::State& state) { run_pass(state, "Build/SQLite", sqlite_build, kRows); }
+void BuildSqlite(benchmark::State& state) { run_writer(state, "Build/SQLite", nothing_to_ensure, sqlite_build, kRows); }
 void BuildDriver(benchmark::State& state)
 {
-  run_pass(state, "Build/Driver", driver_build, kRows);
+  run_writer(state, "Build/Driver", nothing_to_ensure, driver_build, kRows);
   ratio(state, "vs_sqlite", "Build/Driver", "Build/SQLite");
   state.counters["target"] = 1.5;
 }
-void SeekSqlite(benchmark::State& state) { run_pass(state, "Seek/SQLite", sqlite_seek, kSeeks); }
+void SeekSqlite(benchmark::State& state) { run_writer(state, "Seek/SQLite", nothing_to_ensure, sqlite_seek, kSeeks); }
 void SeekDriver(benchmark::State& state)
 {
-  run_pass(state, "Seek/Driver", driver_seek_excl, kSeeks);
+  run_writer(state, "Seek/Driver", nothing_to_ensure, driver_seek_excl, kSeeks);
   ratio(state, "vs_sqlite", "Seek/Driver", "Seek/SQLite");
   state.counters["target"] = 2;
 }
 void SeekShared(benchmark::State& state)
 {
-  run_pass(state, "Seek/Shared", driver_seek_shared, kSeeks);
+  run_writer(state, "Seek/Shared", nothing_to_ensure, driver_seek_shared, kSeeks);
   ratio(state, "vs_sqlite", "Seek/Shared", "Seek/SQLite");
   ratio(state, "vs_exclusive", "Seek/Shared", "Seek/Driver");
 }
-void WalkSqlite(benchmark::State& state) { run_walk(state, "Walk/SQLite", sqlite_walk); }
+void WalkSqlite(benchmark::State& state) { run_reader(state, "Walk/SQLite", nothing_to_ensure, sqlite_walk); }
 void WalkDriver(benchmark::State& state)
 {
-  run_walk(state, "Walk/Driver", driver_walk);
+  run_reader(state, "Walk/Driver", nothing_to_ensure, driver_walk);
   ratio(state, "vs_sqlite", "Walk/Driver", "Walk/SQLite");
   state.counters["target"] = 2;
 }
-void ReplaceSqlite(benchmark::State& state) { run_pass(state, "Replace/SQLite", sqlite_replace, kReplaces); }
+void ReplaceSqlite(benchmark::State& state) { run_writer(state, "Replace/SQLite", nothing_to_ensure, sqlite_replace, kReplaces); }
 void ReplaceDriver(benchmark::State& state)
 {
-  run_pass(state, "Replace/Driver", driver_replace, kReplaces);
+  run_writer(state, "Replace/Driver", nothing_to_ensure, driver_replace, kReplaces);
   ratio(state, "vs_sqlite", "Replace/Driver", "Replace/SQLite");
   state.counters["target"] = 1;
   state.counters["checker_problems"] = g_checker_problems;

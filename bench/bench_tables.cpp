@@ -210,39 +210,6 @@ const char* raw_scan(double* seconds, Checksum* sum)
 
 // ---- The benchmarks. ----
 
-const char* nothing_to_ensure() { return nullptr; }
-
-using Ensure = const char* (*)();
-using Writer = const char* (*)(double* seconds);
-using Reader = const char* (*)(double* seconds, Checksum* sum);
-
-// One pass of benchmark name, which writes rows rows to a table that ensure
-// makes.
-void run_writer(benchmark::State& state, const char* name, Ensure ensure, Writer write, int64_t rows)
-{
-  for (auto _ : state) {
-    double seconds = 0;
-    const char* error = ensure();
-    if (!error) error = write(&seconds);
-    if (error) return state.SkipWithError(error);
-    finish(state, name, rows, seconds);
-  }
-}
-
-// One pass of benchmark name, which scans a table that ensure makes.
-void run_reader(benchmark::State& state, const char* name, Ensure ensure, Reader read)
-{
-  for (auto _ : state) {
-    double seconds = 0;
-    Checksum sum;
-    const char* error = ensure();
-    if (!error) error = read(&seconds, &sum);
-    if (!error && !(sum == data().sum)) error = "the checksum differs from the generator's";
-    if (error) return state.SkipWithError(error);
-    finish(state, name, sum.rows, seconds);
-  }
-}
-
 void AppendSqlite(benchmark::State& state)
 {
   run_writer(state, "Append/SQLite", nothing_to_ensure, sqlite_append, kRows);

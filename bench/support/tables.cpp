@@ -305,4 +305,30 @@ double replace_all(Args& a, int field, void (*store)(var* value, const Replaceme
   return seconds_since(start);
 }
 
+const char* nothing_to_ensure() { return nullptr; }
+
+void run_writer(benchmark::State& state, const char* name, Ensure ensure, Writer write, int64_t rows)
+{
+  for (auto _ : state) {
+    double seconds = 0;
+    const char* error = ensure();
+    if (!error) error = write(&seconds);
+    if (error) return state.SkipWithError(error);
+    finish(state, name, rows, seconds);
+  }
+}
+
+void run_reader(benchmark::State& state, const char* name, Ensure ensure, Reader read)
+{
+  for (auto _ : state) {
+    double seconds = 0;
+    Checksum sum;
+    const char* error = ensure();
+    if (!error) error = read(&seconds, &sum);
+    if (!error && !(sum == data().sum)) error = "the checksum differs from the generator's";
+    if (error) return state.SkipWithError(error);
+    finish(state, name, sum.rows, seconds);
+  }
+}
+
 }  // namespace tables

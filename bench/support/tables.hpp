@@ -146,6 +146,18 @@ struct Args {
 // argument records (the caller may read through them afterwards).
 double replace_all(Args& a, int field, void (*store)(var* value, const Replacement& u));
 
+// The passes the benchmarks time: each gives an error text or null.
+using Ensure = const char* (*)();  // makes what a pass needs, untimed
+using Writer = const char* (*)(double* seconds);
+using Reader = const char* (*)(double* seconds, Checksum* sum);
+const char* nothing_to_ensure();
+// One pass of benchmark name, which writes rows rows to a table that ensure
+// makes.
+void run_writer(benchmark::State& state, const char* name, Ensure ensure, Writer write, int64_t rows);
+// One pass of benchmark name, which reads a table that ensure makes; its
+// checksum must be the generator's.
+void run_reader(benchmark::State& state, const char* name, Ensure ensure, Reader read);
+
 // Make the DBF table afresh, appending every row on a table opened
 // exclusively; the seconds of the appends and the commit.  An error text,
 // or null.
