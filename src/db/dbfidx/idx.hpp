@@ -170,7 +170,6 @@ enum { IDX_D_OPEN = 0x01, IDX_D_EXCL = 0x20 };
 ** ndx_close frees it with everything it owns. */
 struct IdxDesc {
   char filename[VLN_LOCK_NAME_SIZE]; /* full name, compared by the orders */
-  char curkey[IDX_MAX_KEY + 1];       /* current key for the trace */
   char ordername[16];
   uint8_t flags;
   int fd;
@@ -181,7 +180,6 @@ struct IdxDesc {
                                   entry before a split */
   uint32_t cur_sec;   /* CUR_SEC: the sector in sec */
   int32_t key_off;    /* KEY_OFF: entry within it; -1 is a valid start */
-  int32_t lastrec;    /* for the trace */
   var* keyfield;      /* the field record when the key is one plain field */
   var* keyblock;      /* the compiled key expression (owned) */
   var* forblock;      /* the compiled FOR expression (owned), or null */

@@ -264,7 +264,6 @@ int update_pos(var* self, DbfState* wa, IdxDesc* idx)
     return 0;
   }
   wa->bof = wa->eof = 0;
-  idx->lastrec = wa->recno;
   if (excl(idx) && on_entry(idx) && entry_recno(idx, idx->key_off) == wa->recno) return 1;
   return locate(self, wa, idx, nullptr, wa->recno);
 }
