@@ -26,7 +26,6 @@
 #include "facade.h"
 #include "fuzzkit.hpp"
 #include "switches.hpp"
-#include "vartostr.hpp"
 
 namespace {
 
@@ -34,7 +33,6 @@ using fuzzkit::truth;
 
 constexpr int kReadOnly = 1, kExclusive = 2, kDeleted = 4, kBreak = 8, kTwice = 16;
 constexpr size_t kPrefix = 3;
-constexpr size_t kShown = 512;   // room for a field value as text
 
 std::string dir;  // the scratch directory, the current directory from start()
 frame* top = nullptr;  // the frame of the input's statements
@@ -54,15 +52,10 @@ void statement(Statement&& body)
   fuzzkit::statement(top, body);
 }
 
-// Read every field of the current record.
+// Read every field of the current record and its delete flag.
 void read_record()
 {
-  const int32_t n = vlnIntVar(_bb_fcount(0, nullptr));
-  for (int32_t i = 1; i <= n; ++i) {
-    var* arg = set_Iv(i);
-    char text[kShown];
-    vl::vartostr(_bb_fieldget(1, &arg), text, sizeof text);
-  }
+  fuzzkit::read_fields();
   _bb_deleted(0, nullptr);
 }
 

@@ -40,7 +40,6 @@
 #include "facade.h"
 #include "fuzzkit.hpp"
 #include "idxcheck.hpp"
-#include "vartostr.hpp"
 
 namespace {
 
@@ -49,7 +48,6 @@ using fuzzkit::truth;
 constexpr int kExclusive = 1, kBreak = 2, kSoft = 4, kTwice = 8, kVerify = 16;
 constexpr int kRecords = 40;
 constexpr int kFlagged = 16;     // records 1..16 have FLAG .T. in the end
-constexpr size_t kShown = 512;   // room for a field value as text
 
 std::string dir;
 frame* top = nullptr;
@@ -126,12 +124,7 @@ void start()
 // Read every field of the current record.
 void read_record()
 {
-  const int32_t n = vlnIntVar(_bb_fcount(0, nullptr));
-  for (int32_t i = 1; i <= n; ++i) {
-    var* arg = set_Iv(i);
-    char text[kShown];
-    vl::vartostr(_bb_fieldget(1, &arg), text, sizeof text);
-  }
+  fuzzkit::read_fields();
 }
 
 void skip(int32_t n)

@@ -19,7 +19,9 @@
 #include <string>
 
 #include "areas.h"
+#include "facade.h"
 #include "kernel.hpp"
+#include "vartostr.hpp"
 #include "vl.h"
 
 namespace fuzzkit {
@@ -134,6 +136,18 @@ inline void check_nothing_left(const char* target, const std::string& dir)
     std::fprintf(stderr, "%s: the input left %s behind\n", target, left);
     system("ls -l /proc/$PPID/fd >&2");
     abort();
+  }
+}
+
+// Read every field of the selected area's current record, as text.
+inline void read_fields()
+{
+  constexpr size_t kShown = 512;  // room for a field value as text
+  const int32_t n = vlnIntVar(_bb_fcount(0, nullptr));
+  for (int32_t i = 1; i <= n; ++i) {
+    var* arg = set_Iv(i);
+    char text[kShown];
+    vl::vartostr(_bb_fieldget(1, &arg), text, sizeof text);
   }
 }
 
