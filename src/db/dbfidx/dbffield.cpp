@@ -290,16 +290,18 @@ Put store(var* self, DbfState* s, const DbfField& f, var* field, var* value)
   }
 }
 
-/* The automatic lock of a write to an unlocked record of a shared table.
-** Automatic locking is not there yet: every such write is refused, as with
-** concurrency 0.  When it comes, this takes the lock and gives 1, and
-** give_back_auto_lock releases it after the assignment. */
+/* The automatic lock of a write to an unlocked record of a shared table:
+** 1 when taken (give_back_auto_lock releases it after the assignment), -1
+** when refused or not taken (after a report when refused). */
 int take_auto_lock(var* self, DbfState* s)
 {
-  dbf_error(self, diMN_fldput, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, diEM_unlockrpl, int(s->recno), dbf_alias(s));
-  return -1;
+  if (!dbf_auto_allowed(s->concurrency)) {
+    dbf_error(self, diMN_fldput, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, diEM_unlockrpl, int(s->recno), dbf_alias(s));
+    return -1;
+  }
+  return dbf_auto_rlock(self, s->concurrency) ? 1 : -1;
 }
-void give_back_auto_lock(var* self, DbfState* s) { (void)self, (void)s; }
+void give_back_auto_lock(var* self, DbfState* s) { dbf_auto_unlock(self, s->concurrency, s->recno); }
 
 /* Assign value to field i (its record field) of the current record.  True
 ** when the value was stored (or an empty memo left a blockless field

@@ -51,6 +51,15 @@ var* _bb_fieldputar(int argc, var** argv);
   /* moves: dbfmove.cpp */                                                  \
   X(skip, me) X(gotop, me) X(gobottom, me) X(goto, me) X(recno, as)         \
   X(eval, me)                                                               \
+  /* filter, default scope, LOCATE: dbfscope.cpp */                         \
+  X(setfilter, me) X(filter, ac) X(filter, as) X(clearfilter, me)          \
+  X(forblock, ac) X(forblock, as) X(whileblock, ac) X(whileblock, as)      \
+  X(scope, ac) X(scope, as) X(clearscope, me) X(locate, me)                \
+  X(continue, me) X(setfound, as) X(setlocate, as) X(getlocate, ac)        \
+  X(clearlocate, me)                                                        \
+  /* relations: dbfrel.cpp */                                               \
+  X(setrelation, me) X(clearrelation, me) X(relation, me)                   \
+  X(relationobject, me) X(isrelation, ac) X(isrelation, as)                 \
   /* index engine: idxsync.cpp, dbfmove.cpp */                              \
   X(indexappend, me) X(indexreplace, me) X(indexsynchronize, me)            \
   X(indexskip, me) X(indexseek, me) X(indexseekeval, me)                    \

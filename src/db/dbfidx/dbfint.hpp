@@ -131,6 +131,18 @@ struct DbfField {
 
 struct IdxDesc;
 
+/* At most this many relations per table. */
+constexpr int32_t kMaxRelations = 8;
+
+/* One relation: after every move of the parent, child is positioned on the
+** key block gives, evaluated in the parent's area.  All three values are
+** owned by the relation (text may be null). */
+struct DbfRelation {
+  var* child; /* the child driver object */
+  var* block; /* the key */
+  var* text;  /* the expression as a text, for relation(); or null */
+};
+
 /* The condition of the next index build (setordercondition); the build
 ** puts the defaults back when it ends. */
 struct OrderCond {
@@ -194,6 +206,22 @@ struct DbfState {
   int32_t crpt;
   OrderCond cond;
   char ordtext[VLN_LOCK_NAME_SIZE]; /* the area's order text (orderinfo 8) */
+
+  /* Visibility and default scope (dbfscope.cpp).  Owned values, or null. */
+  var* filterblock;  /* the filter; tested by filt_n_del */
+  var* filtertext;   /* its text, for filter* and info 28 */
+  var* forblock;     /* default for of eval when none is given */
+  var* whileblock;   /* default while */
+  int32_t scope;     /* default scope: -1 all, -2 the rest, n the next n */
+  var* locateblock;  /* LOCATE's negated condition, which CONTINUE runs */
+  var* locateuser;   /* the condition as the user gave it (getlocate) */
+
+  /* Relations (dbfrel.cpp): relations[0..relcount-1]; relactive is
+  ** relcount, or 0 while they are switched off; resolving guards against
+  ** re-entry while the children are being positioned. */
+  DbfRelation relations[kMaxRelations];
+  int32_t relcount, relactive;
+  uint8_t resolving;
 
   /* Names. */
   char filename[VLN_LOCK_NAME_SIZE];
@@ -320,14 +348,61 @@ int vln_chk_repl(DbfState* s, var* self);
 /* Point every 'C' field record at the current record buffer. */
 void dbf_point_fields(DbfState* s);
 
-/* ---- Natural-order moves (dbfmove.cpp). ---- */
+/* ---- Moves (dbfmove.cpp). ---- */
 
-/* Whether the current record is visible under SET DELETED. */
+/* Whether the current record is visible under SET DELETED and the filter. */
 bool filt_n_del(var* self, DbfState* s);
+/* Whether SET DELETED or a filter makes moves test each record. */
+bool dbf_filtered(const DbfState* s);
 int32_t diSkip(var* self, int32_t n);
 void dbf_gotop(var* self);
 void dbf_gobottom(var* self);
 void dbf_goto(var* self, int32_t n);
+
+/* ---- Filter, default scope, LOCATE (dbfscope.cpp). ---- */
+
+/* Release the filter, the default scope and the LOCATE condition (close
+** clears them in this order, with the orders and relations between). */
+void dbf_clear_filter(DbfState* s);
+void dbf_clear_locate(DbfState* s);
+void dbf_clear_scope(DbfState* s);
+/* Pack the for, while and scope arguments of a record-wise message into
+** target (for, while, scope), compiling texts; a count of 0 takes the
+** state's defaults.  The number of arguments to pass on: 1, 2 or 5. */
+int diDoScope(int count, var** source, var** target, var* self);
+
+/* ---- Relations (dbfrel.cpp). ---- */
+
+/* Position every child of self on the record its key gives (the ghost
+** record when the parent is at EOF).  -1 when there is nothing to do
+** (no active relation, closed, or already resolving), else 0. */
+int diResolveRelations(var* self);
+/* Release every relation of s. */
+void dbf_clear_relations(DbfState* s);
+
+/* ---- Automatic locking (dbfauto.cpp). ----
+** The driver asks for automatic locks through the language-level
+** functions AUTORLOCK, AUTOFLOCK and AUTOUNLOCK, found by name so that an
+** application can replace them.  setting is the area's concurrency. */
+
+/* Take an automatic record lock on the current record: true when locked. */
+bool dbf_auto_rlock(var* self, int32_t setting);
+/* Take an automatic file lock: true when locked. */
+bool dbf_auto_flock(var* self, int32_t setting);
+/* Give back an automatic lock (commits first); recno 0 gives back the file
+** lock, else that record's lock. */
+void dbf_auto_unlock(var* self, int32_t setting, int32_t recno);
+/* Whether a write to an unlocked record may take an automatic lock: the
+** area's setting is not 0, and a positive setting needs the global
+** auto-lock time to be on. */
+bool dbf_auto_allowed(int32_t setting);
+
+/* ---- Owned values. ---- */
+
+/* A free-standing copy of v, owned by the caller (release with dbf_drop). */
+var* dbf_own(var* v);
+/* Release an owned value and null the pointer; nothing for null. */
+void dbf_drop(var*& v);
 
 /* ---- Life of a table (dbfopen.cpp, dbfrecord.cpp). ---- */
 

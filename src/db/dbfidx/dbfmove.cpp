@@ -224,6 +224,8 @@ var* dbf_seek(var* self, var* key, var* soft, var* block, const char* method, in
 
 namespace vl {
 
+bool dbf_filtered(const DbfState* s) { return vlnGetDelete() || s->filterblock; }
+
 bool filt_n_del(var* self, DbfState* s)
 {
   if (!vlnGetDelete()) return true;

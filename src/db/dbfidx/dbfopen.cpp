@@ -444,6 +444,19 @@ void rename_alias(var* obj, var* alias)
 
 namespace vl {
 
+var* dbf_own(var* v)
+{
+  var* r = mak_var('N', 'U');
+  cpy_var(r, v);
+  return r;
+}
+
+void dbf_drop(var*& v)
+{
+  if (v) del_var(v);
+  v = nullptr;
+}
+
 void diClearObject(DbfState* s)
 {
   s->lk.status = DBF_ST_CLOSED;
@@ -478,6 +491,13 @@ void diClearObject(DbfState* s)
   s->syncstate = s->syncrec = 0;
   s->crpt = 0;
   s->cond = OrderCond{nullptr, nullptr, nullptr, nullptr, 1, 1, -1, 0};
+  s->filterblock = s->filtertext = nullptr;
+  s->forblock = s->whileblock = nullptr;
+  s->scope = -1;
+  s->locateblock = s->locateuser = nullptr;
+  for (DbfRelation& r : s->relations) r = DbfRelation{nullptr, nullptr, nullptr};
+  s->relcount = s->relactive = 0;
+  s->resolving = 0;
 }
 
 bool dbf_close(var* self)
@@ -489,8 +509,12 @@ bool dbf_close(var* self)
     if (s->wrpending) vln_wrcnt_upd(self);
   }
   vln_disable_break();
+  dbf_clear_filter(s);
   idx_close_all(self, s);
   idx_cond_reset(&s->cond);
+  dbf_clear_locate(s);
+  dbf_clear_relations(s);
+  dbf_clear_scope(s);
   if (s->wbuf) dbf_wb_flush(s);
   if (!dbf_is_ro(s)) vlnSync(s, 1);
   vlnLockRelease(&s->lk);

@@ -38,8 +38,6 @@ namespace {
 
 constexpr LetterSet kNumber = letters("INF");
 constexpr LetterSet kLogical = letters("LINF");
-constexpr int kSetAutoLock = 39;      // SET number of the auto-lock time
-constexpr int kAutoLockNever = -3;    // times at or below this never lock
 constexpr int32_t kFreeEvery = 16;    // records between two releases of temporaries
 constexpr uint8_t kCondAll = 1, kCondDescend = 2;
 constexpr mode_t kPermBits = 0777;
@@ -49,56 +47,26 @@ bool is_true(var* v) { return kLogical.has(v->Type) && vlnLogVar(v); }
 bool is_false(var* v) { return v->Type == 'L' && !vlnLogVar(v); }
 bool holds(var* block) { return !block || vlnTrueBlockEval(block); }
 
-/* A record of the driver's own holding v's value (a block is shared). */
-var* own(var* v)
-{
-  var* r = mak_var('N', 'U');
-  cpy_var(r, v);
-  return r;
-}
-void drop(var*& v)
-{
-  if (v) del_var(v);
-  v = nullptr;
-}
-
 /* A block argument, or a text compiled to one; null for anything else. */
 var* own_block(var* v)
 {
-  if (kBb.has(v->Type)) return own(v);
-  if (kCM.has(v->Type) && VSTR(v) && *VSTR(v)) return own(vlnMakeCB(VSTR(v)));
+  if (kBb.has(v->Type)) return dbf_own(v);
+  if (kCM.has(v->Type) && VSTR(v) && *VSTR(v)) return dbf_own(vlnMakeCB(VSTR(v)));
   return nullptr;
 }
 
 /* ---- Locking for a build. ---- */
-
-/* The automatic file lock a build on a shared, unlocked table takes, and
-** its release (which commits).  The driver's own lock stands in for the
-** automatic locking procedure, which would wait up to wait seconds (0: the
-** global time) and ask the user. */
-bool auto_flock(var* self, int wait)
-{
-  (void)wait;
-  var* args[] = {self};
-  return is_true(_bb_dbfidx_flock_me(1, args));
-}
-void auto_unlock(var* self)
-{
-  var* args[] = {self};
-  _bb_dbfidx_unlock_me(1, args);
-}
 
 /* 1 when a file lock was taken for the build (to be given back), 0 when
 ** none is needed, -1 when the build may not go on. */
 int lock_for_build(var* self, DbfState* s, bool no_autolock)
 {
   if (no_autolock || dbf_is_excl(s) || (s->lk.status & DBF_ST_FLOCKED)) return 0;
-  const int32_t setting = s->concurrency;
-  if (setting == 0 || (setting > 0 && _cgetsetnum(kSetAutoLock, VL_SET_NOCHANGE) <= kAutoLockNever)) {
+  if (!dbf_auto_allowed(s->concurrency)) {
     dbf_error(self, diMN_creord, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, "%s", diEM_flckreq);
     return -1;
   }
-  return auto_flock(self, setting < 0 ? -setting : 0) ? 1 : -1;
+  return dbf_auto_flock(self, s->concurrency) ? 1 : -1;
 }
 
 /* ---- The build loop. ---- */
@@ -188,7 +156,7 @@ void swap_in(KeySwap* k, IdxDesc* idx, var* block)
   k->idx = idx;
   k->compiled = idx->keyblock;
   k->field = idx->keyfield;
-  idx->keyblock = own(block);
+  idx->keyblock = dbf_own(block);
   idx->keyfield = nullptr;
 }
 void swap_back(KeySwap* k, const DbfState* s)
@@ -198,7 +166,7 @@ void swap_back(KeySwap* k, const DbfState* s)
     std::swap(k->idx->keyblock, k->compiled);
     k->idx->keyfield = k->field;
   }
-  drop(k->compiled);
+  dbf_drop(k->compiled);
   k->idx = nullptr;
 }
 
@@ -257,8 +225,8 @@ bool rebuild_all(var* self, DbfState* s)
   for (int32_t i = 1; i <= count; ++i) {
     IdxDesc* idx = s->orders[i];
     if (!key_fits(self, idx)) return false;
-    drop(s->cond.forblock);
-    if (idx->forblock) s->cond.forblock = own(idx->forblock);
+    dbf_drop(s->cond.forblock);
+    if (idx->forblock) s->cond.forblock = dbf_own(idx->forblock);
     diBuildIdxFile(self, idx, 0);
     if (!dbf_is_open(s) || s->indexcount != count) return false;
   }
@@ -274,10 +242,10 @@ namespace vl {
 
 void idx_cond_reset(OrderCond* c)
 {
-  drop(c->fortext);
-  drop(c->forblock);
-  drop(c->whileblock);
-  drop(c->evalblock);
+  dbf_drop(c->fortext);
+  dbf_drop(c->forblock);
+  dbf_drop(c->whileblock);
+  dbf_drop(c->evalblock);
   *c = OrderCond{nullptr, nullptr, nullptr, nullptr, 1, 1, -1, 0};
 }
 
@@ -315,7 +283,7 @@ var* _bb_dbfidx_setordercondition_me(int argc, var** argv)
   OrderCond& c = s->cond;
   idx_cond_reset(&c);
   var* fortext = arg(argc, argv, 1);
-  if (kCM.has(fortext->Type) && VSTR(fortext) && *VSTR(fortext)) c.fortext = own(fortext);
+  if (kCM.has(fortext->Type) && VSTR(fortext) && *VSTR(fortext)) c.fortext = dbf_own(fortext);
   c.forblock = own_block(arg(argc, argv, 2));
   if (!c.forblock) c.forblock = own_block(fortext);
   c.whileblock = own_block(arg(argc, argv, 4));
@@ -367,7 +335,7 @@ var* _bb_dbfidx_createorder_me(int argc, var** argv)
       },
       [&] {
         swap_back(&swap, s);
-        if (locked && dbf_is_open(s)) auto_unlock(self);
+        if (locked && dbf_is_open(s)) dbf_auto_unlock(self, s->concurrency, 0);
         idx_cond_reset(&s->cond);
       });
   return ok ? TRUE_VAR : FALSE_VAR;
