@@ -144,6 +144,7 @@ var* info_code(var* self, DbfState* s, int32_t code, int argc, var** argv)
     case 8: return lock_list(s);
     case 9: return swap_text(s->dbfext, sizeof s->dbfext, argc, argv);
     case 20: return set_lv(s->lk.status & DBF_ST_FLOCKED);
+    case 22: return set_Iv(s->relactive);
     case 23: return set_Iv(s->lk.fd);
     case 24: return text(s->filename);
     case 26: return swap_flag(&s->bof, argc, argv);

@@ -118,6 +118,7 @@ void dbf_commit(var* self)
   if (s->recno > s->lastrec) diSetEof(self);
   else get_rec(self, 0);
   local_rwulock2(&s->lk, "Commit()");
+  diResolveRelations(self);
   if (!dbf_is_ro(s)) {
     vln_wrcnt_upd(self);
     vlnSync(s, 0);
@@ -175,13 +176,15 @@ var* _bb_dbfidx_commit_me(int argc, var** argv)
   return TRUE_VAR;
 }
 
-/* refresh(): forget the changes in the buffer and read the record again. */
+/* refresh(): forget the changes in the buffer, read the record again and
+** put the children back on it. */
 var* _bb_dbfidx_refresh_me(int argc, var** argv)
 {
   DbfState* s = dbf_state(argv[0]);
   if (!dbf_is_open(s)) return FALSE_VAR;
   s->dirty = 0;
   get_rec(argv[0], 0);
+  diResolveRelations(argv[0]);
   return TRUE_VAR;
 }
 
