@@ -62,7 +62,6 @@ class Relations : public dbftest::InDir {
   void SetUp() override
   {
     InDir::SetUp();
-    vln_register_fun("relateobj", relate_objects);
     for (const char* e : kSetup) run(e);
     fill("P", kParent.size(), [](size_t i) { return std::to_string(kParent.size() - i) + ", " + text(kParent[i]); });
     fill("C1", kChild.size(), [](size_t i) { return text(kChild[i]); });
@@ -77,12 +76,6 @@ class Relations : public dbftest::InDir {
     for (size_t i = 0; i < n; ++i)
       run(std::string(alias) + "->(DBAPPEND(), AEVAL({" + values(i) + "}, {|v, f| FIELDPUT(f, v)}))");
     run(std::string(alias) + "->(DBCOMMIT(), DBGOTOP())");
-  }
-  // RELATEOBJ(parent, child, key): parent:setrelation(child, key) by slot.
-  static var* relate_objects(int argc, var** argv)
-  {
-    var* args[] = {argv[0], argc > 1 ? argv[1] : NIL_VAR, argc > 2 ? argv[2] : NIL_VAR};
-    return vlnDoMethod("setrelation", VLN_DS_SETRELATION, 0, 3, args);
   }
   static void relate()
   {
@@ -121,13 +114,13 @@ TEST_F(Relations, RefusalsKeepTheTreeATree)
       {"C1->(DBSETRELATION('G', {|| GN}))", ".T."},
       {"G->(DBSETRELATION('P', {|| N}))", "#313 .F.", true},    // G -> P closes P -> C1 -> G
       {"C1->(DBSETRELATION('P', {|| K}))", "#313 .F.", true},   // C1 -> P
-      {"RELATEOBJ(C1->(DBOBJECT()), C1->(DBOBJECT()), {|| K})", "#313 .F."},  // itself
+      {"C1->(DBOBJECT()):setrelation(C1->(DBOBJECT()), {|| K})", "#313 .F."},  // itself
       {"G->(DBSETRELATION('C2', {|| N}))", ".T."},              // a diamond is no cycle
       {"DBSETRELATION('C2', {|| RN})", ".T."},
       {"C2->(DBSETRELATION('C1', {|| RN}))", "#313 .F.", true},  // C2 -> C1 -> G -> C2
-      {"RELATEOBJ(DBOBJECT(), 42, {|| 1})", "#313 .F."},
-      {"RELATEOBJ(DBOBJECT(), C1->(DBOBJECT()), 42)", "#313 .F."},
-      {"RELATEOBJ(DBOBJECT(), (o := C2->(DBOBJECT()), C2->(DBCLOSEAREA()), o), {|| 1})", "#313 .F."},
+      {"DBOBJECT():setrelation(42, {|| 1})", "#313 .F."},
+      {"DBOBJECT():setrelation(C1->(DBOBJECT()), 42)", "#313 .F."},
+      {"DBOBJECT():setrelation((o := C2->(DBOBJECT()), C2->(DBCLOSEAREA()), o), {|| 1})", "#313 .F."},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.expr);
