@@ -4,10 +4,11 @@
 ** they share (AUTOWAITPR), its message (OUTMESSAGE) and its question
 ** (USERACTION).
 **
-** The wait tries the action, and while it fails shows "Trying ... for
-** <file>" once and tries again after a short pause that doubles from
-** kFirstPause up to kLongestPause, until the wait time (monotonic seconds)
-** is spent.  The pauses read no keys, so the user's typeahead stays for
+** The wait tries the action, and while it fails tries again after a
+** short pause that doubles from kFirstPause up to kLongestPause, until the
+** wait time (monotonic seconds) is spent.  A wait that lasts longer than
+** kQuietSeconds shows "Trying ... for <file>" once; the short waits of
+** ordinary contention stay silent.  The pauses read no keys, so the user's typeahead stays for
 ** the program and a lock that is free again is taken within milliseconds.
 ** Then the user is asked: try again (the time starts anew), break to the
 ** enclosing BEGIN SEQUENCE, ignore (the result is .F.) or quit.
@@ -53,6 +54,7 @@ constexpr double kNoLimit = 99999999.0;       // seconds of a wait without limit
 constexpr long kFirstPause = 1000000L;        // ns: 1 ms
 constexpr long kLongestPause = 100000000L;    // ns: 100 ms
 constexpr long kNsPerSecond = 1000000000L;
+constexpr double kQuietSeconds = 0.2;         // waits this short show no message
 constexpr int kInfoFileName = 24;             // info code of the table's file name
 constexpr size_t kTextSize = 512;
 constexpr size_t kNameSize = 64;
@@ -243,8 +245,10 @@ VLN_FUNC(autowaitpr)
       if (!named) VL_STMT(table_name(obj, name, sizeof name));
       named = true;
       if (now() - start > seconds) break;
-      if (!shown) VL_STMT(show(trying, name));
-      shown = true;
+      if (!shown && now() - start > kQuietSeconds) {
+        VL_STMT(show(trying, name));
+        shown = true;
+      }
       pause_for(pause);
     }
     if (shown) VL_STMT(show(nullptr, ""));
