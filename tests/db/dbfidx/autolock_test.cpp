@@ -138,7 +138,6 @@ TEST_F(AutoLock, HeldRecordMakesTheWaitGiveUp)
 TEST_F(AutoLock, LanguageFunctions)
 {
   EXPECT_TRUE(in_child([] {
-    vltest::VlTest::reports().clear();
     eval(std::string(kOwnUse) + ", DBRLOCK(2), DBUSEAREA(.T., , 't', 'u', .T.)");
     return !vlnLogVar(eval("DBGOTO(2), SET(39, 1), AUTORLOCK(, , 2)")) && vltest::VlTest::reports().empty();
   }));
