@@ -504,7 +504,7 @@ class Parser {
     Node n;
     n.op = Op::Send;
     n.a = object;
-    n.name = tok_.text;
+    n.name = tok_.whole;
     advance(false);
     if (tok_.kind == Tok::LParen) {
       n.flag = true;

@@ -110,10 +110,9 @@ Token Scanner::scan_name()
   Token t = make(Tok::Name, pos_);
   const size_t start = pos_;
   while (name_char(peek())) ++pos_;
-  const size_t n = std::min(pos_ - start, kNameLength);
-  t.text.reserve(n);
-  for (size_t i = 0; i < n; ++i)
-    t.text += static_cast<char>(std::tolower(static_cast<unsigned char>(text_[start + i])));
+  for (size_t i = start; i < pos_; ++i)
+    t.whole += static_cast<char>(std::tolower(static_cast<unsigned char>(text_[i])));
+  t.text = t.whole.substr(0, kNameLength);
   return t;
 }
 

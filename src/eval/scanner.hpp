@@ -34,6 +34,8 @@ struct Token {
   size_t pos = 0;       // offset in the text
   std::string text;     // name (folded, cut), string body, number text, or
                         // for Bad what is wrong
+  std::string whole;    // a name folded but not cut: message names keep
+                        // every character (variables keep kNameLength)
   double number = 0.0;
   int decimals = 0;
 };

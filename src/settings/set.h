@@ -34,6 +34,17 @@ enum {
 /* The current text of sequence which, "" for an unknown one. */
 const char* vlnGetPrinterSeq(int which);
 
+/* ---- The auto-lock time (SET 39). ---- */
+
+/* Seconds the automatic locks wait; -3 (or anything below -2) means off,
+** 0 and -1, -2 mean without limit. */
+int vlnGetAutolock(void);
+/* Store seconds (also as the last time when it is not negative); gives the
+** former time. */
+int vlnSetAutolock(int seconds);
+/* The last time that was not negative; changes nothing. */
+int vlnSetAutolockOn(void);
+
 /* ---- Language functions. ---- */
 
 /* SET(n, value, additive): the former value; NIL for an unknown n. */

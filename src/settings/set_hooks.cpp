@@ -101,3 +101,11 @@ bool printer_ready()
 }
 
 }  // namespace vlset
+
+extern "C" {
+
+int vlnGetAutolock(void) { return vlset::autolock_get(); }
+int vlnSetAutolock(int seconds) { return vlset::autolock_set(seconds); }
+int vlnSetAutolockOn(void) { return vlset::autolock_on(); }
+
+}  // extern "C"

@@ -12,7 +12,7 @@
 ** know have no record (a null entry) and count as no field at all.
 **
 ** An assignment is checked (vln_chk_repl: open, writable, on a record,
-** locked), converted by the field's type and written into the buffer only;
+** locked, or locked automatically for the one write), converted by the field's type and written into the buffer only;
 ** put_rec writes the record at the next move, commit or close.  Numbers are
 ** formatted in the C locale whatever the process's locale is.
 */
@@ -27,6 +27,7 @@
 
 #include "arrays.h"
 #include "blocks.h"
+#include "breakguard.hpp"
 #include "dates.hpp"
 #include "dbfidx.h"
 #include "dbfint.hpp"
@@ -291,17 +292,21 @@ Put store(var* self, DbfState* s, const DbfField& f, var* field, var* value)
 }
 
 /* The automatic lock of a write to an unlocked record of a shared table:
-** 1 when taken (give_back_auto_lock releases it after the assignment), -1
-** when refused or not taken (after a report when refused). */
+** 1 when taken (give_back_auto_lock releases it after the write), -1 when
+** forbidden or not obtained, after a report either way: a refused write
+** is never silent. */
 int take_auto_lock(var* self, DbfState* s)
 {
-  if (!dbf_auto_allowed(s->concurrency)) {
-    dbf_error(self, diMN_fldput, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, diEM_unlockrpl, int(s->recno), dbf_alias(s));
-    return -1;
-  }
-  return dbf_auto_rlock(self, s->concurrency) ? 1 : -1;
+  if (dbf_auto_allowed(s->concurrency) && dbf_auto_rlock(self, s->concurrency)) return 1;
+  dbf_error(self, diMN_fldput, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, diEM_unlockrpl, int(s->recno), dbf_alias(s));
+  return -1;
 }
-void give_back_auto_lock(var* self, DbfState* s) { dbf_auto_unlock(self, s->concurrency, s->recno); }
+/* Commit and release the automatic lock of record recno. */
+void give_back_auto_lock(var* self, int32_t recno)
+{
+  DbfState* s = dbf_state(self);
+  if (dbf_is_open(s)) dbf_auto_unlock(self, s->concurrency, recno);
+}
 
 /* Assign value to field i (its record field) of the current record.  True
 ** when the value was stored (or an empty memo left a blockless field
@@ -313,7 +318,7 @@ bool put_field(var* self, DbfState* s, uint32_t i, var* field, var* value)
   if (s->bufrec != s->recno) get_rec(self, 1);
   const DbfField& f = s->fields[i];
   if (!assignable(f.type, value->Type)) {
-    if (lock > 0) give_back_auto_lock(self, s);
+    if (lock > 0) give_back_auto_lock(self, s->recno);
     dbf_error(self, diMN_fldput, VL_E_TYPE_MISMATCH, VL_SEV_RUNTIME, diEM_typmism, f.type, value->Type);
     return false;
   }
@@ -323,7 +328,7 @@ bool put_field(var* self, DbfState* s, uint32_t i, var* field, var* value)
     s->dirty = 1;
     s->fieldvalid[i] = 1;
   }
-  if (lock > 0) give_back_auto_lock(self, s);
+  if (lock > 0) give_back_auto_lock(self, s->recno);
   if (r == Put::kOverflow) dbf_error(self, diMN_fldput, VL_E_ILLEGAL_FIELD_VALUE, VL_SEV_RUNTIME, "%s", diEM_numovflow);
   return r == Put::kStored || r == Put::kUnchanged;
 }
@@ -352,10 +357,10 @@ bool field_arg_ok(var* arg, const char* op)
 ** value for all positions (assigned as it stands). */
 enum { kReplSelf, kReplPositions, kReplValues, kReplEach };
 
-var* replace_record(int argc, var** argv, var** avec)
+/* Assign the values of REPLACE to the fields of the current record. */
+var* replace_fields(int argc, var** avec)
 {
   VL_BEGIN(kModule, "replace");
-  (void)argv;
   const ArrRec* positions = VARR(avec[kReplPositions]);
   var* values = avec[kReplValues];
   const bool each = vlnLogVar(avec[kReplEach]);
@@ -370,6 +375,22 @@ var* replace_record(int argc, var** argv, var** avec)
     });
   }
   VL_RETURN_NIL();
+}
+
+/* REPLACE on one record.  An automatic lock is taken before the values
+** are computed and given back once the record is written, so that a value
+** read from the record (FIELD->n + 1) is read under the lock that writes
+** it; a refused record is reported once and left alone. */
+var* replace_record(int argc, var** argv, var** avec)
+{
+  (void)argv;
+  var* self = avec[kReplSelf];
+  DbfState* s = open_state(self);
+  const int lock = s ? vln_chk_repl(s, self) : 0;
+  if (lock < 0) return NIL_VAR;
+  const int32_t recno = s ? s->recno : 0;
+  vln_guarded([&] { replace_fields(argc, avec); }, [&] { if (lock > 0) give_back_auto_lock(self, recno); });
+  return NIL_VAR;
 }
 
 /* An array of n NIL elements, as a temporary. */

@@ -54,16 +54,9 @@ int add_record(var* self, DbfState* s, bool release)
   return kAddOk;
 }
 
-/* Set the delete flag of the current record to flag: the write needs the
-** record locked (or the file, or exclusive use). */
-bool mark_record(var* self, uint8_t flag, const char* method)
+/* Set the delete flag of the current (locked) record to flag. */
+bool set_flag(var* self, DbfState* s, uint8_t flag)
 {
-  DbfState* s = dbf_state(self);
-  if (!dbf_is_open(s)) return false;
-  if (!(s->lk.status & (DBF_ST_EXCL | DBF_ST_FLOCKED)) && !diIsRecLocked(&s->lk, s->recno)) {
-    dbf_error(self, method, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, diEM_recnlckd, int(s->recno));
-    return false;
-  }
   get_rec(self, 1);
   if (s->eof || s->recno > s->lastrec) return false;
   diBackupRecord(s);
@@ -71,6 +64,25 @@ bool mark_record(var* self, uint8_t flag, const char* method)
   s->dirty = 1;
   put_rec(self);
   return true;
+}
+
+/* Set the delete flag of the current record to flag: the write needs the
+** record locked (or the file, or exclusive use); an unlocked record is
+** locked automatically for the write where the area allows it, and a
+** refusal is reported. */
+bool mark_record(var* self, uint8_t flag, const char* method)
+{
+  DbfState* s = dbf_state(self);
+  if (!dbf_is_open(s)) return false;
+  const bool take = !(s->lk.status & (DBF_ST_EXCL | DBF_ST_FLOCKED)) && !diIsRecLocked(&s->lk, s->recno);
+  if (take && !(dbf_auto_allowed(s->concurrency) && dbf_auto_rlock(self, s->concurrency))) {
+    dbf_error(self, method, VL_E_NOT_LOCKED, VL_SEV_RUNTIME, diEM_recnlckd, int(s->recno));
+    return false;
+  }
+  const int32_t recno = s->recno;
+  const bool marked = set_flag(self, s, flag);
+  if (take && dbf_is_open(s)) dbf_auto_unlock(self, s->concurrency, recno);
+  return marked;
 }
 
 /* delete/recall with no arguments: the current record; with up to three
@@ -118,6 +130,7 @@ void dbf_commit(var* self)
   if (s->recno > s->lastrec) diSetEof(self);
   else get_rec(self, 0);
   local_rwulock2(&s->lk, "Commit()");
+  diResolveRelations(self);
   if (!dbf_is_ro(s)) {
     vln_wrcnt_upd(self);
     vlnSync(s, 0);
@@ -175,13 +188,15 @@ var* _bb_dbfidx_commit_me(int argc, var** argv)
   return TRUE_VAR;
 }
 
-/* refresh(): forget the changes in the buffer and read the record again. */
+/* refresh(): forget the changes in the buffer, read the record again and
+** put the children back on it. */
 var* _bb_dbfidx_refresh_me(int argc, var** argv)
 {
   DbfState* s = dbf_state(argv[0]);
   if (!dbf_is_open(s)) return FALSE_VAR;
   s->dirty = 0;
   get_rec(argv[0], 0);
+  diResolveRelations(argv[0]);
   return TRUE_VAR;
 }
 
