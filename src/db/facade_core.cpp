@@ -23,8 +23,19 @@ constexpr int kFirstArea = 1;
 enum { kFor, kWhile, kNext, kRecord, kRest, kScopeArgs };
 constexpr vl::LetterSet kNextTypes = vl::letters("NFIL");
 constexpr vl::LetterSet kRecordTypes = vl::letters("INFL");
+// The scope values for the rest of the table and for all of it.
+constexpr int kScopeRestValue = -2;
+constexpr int kScopeAllValue = -1;
 
 int g_net_err = 0;
+
+// A NEXT argument as the scope: a logical NEXT means what it means to the
+// scope= message, .T. the rest of the table (-2) and .F. all of it (-1).
+var* next_scope(var* next)
+{
+  if (next->Type != 'L') return next;
+  return set_Iv(vlnLogVar(next) ? kScopeRestValue : kScopeAllValue);
+}
 
 }  // namespace
 
@@ -59,7 +70,7 @@ int vlnDoScope(int count, var** source, var** target, var* object)
   target[kWhile] = source[kWhile];
   var* scope = nullptr;
   if (count > kRest && present(source[kRest])) scope = source[kRest];
-  if (count > kNext && kNextTypes.has(source[kNext]->Type)) scope = source[kNext];
+  if (count > kNext && kNextTypes.has(source[kNext]->Type)) scope = next_scope(source[kNext]);
   if (count > kRecord && kRecordTypes.has(source[kRecord]->Type)) {
     var* args[] = {object, source[kRecord]};
     vlnDoMethod("goto", VLN_DS_GOTO, 0, 2, args);

@@ -129,6 +129,24 @@ var* swap_flag(uint8_t* flag, int argc, var** argv)
   return old;
 }
 
+/* info codes 28 and 5001: the filter's text or block (old), and with a
+** block or text argument a new filter. */
+var* swap_filter(var* self, var* old, int argc, var** argv)
+{
+  if (argc > 2 && vlnInSet("BbCM", argv[2]->Type)) _bb_dbfidx_filter_as(self, argv[2]);
+  return old;
+}
+
+/* info code 34: the LOCATE condition; a block replaces it, NIL clears it. */
+var* swap_locate(var* self, DbfState* s, int argc, var** argv)
+{
+  var* old = _bb_dbfidx_getlocate_ac(self);
+  if (arg_is(argc, argv, 2, 'U')) dbf_clear_locate(s);
+  else if (argc > 2 && vlnInSet("Bb", argv[2]->Type)) _bb_dbfidx_setlocate_as(self, argv[2]);
+  else if (argc > 2) dbf_error(self, diMN_info, VL_E_ILLEGAL_TYPE, VL_SEV_RUNTIME, "%s", diEM_blkexptd);
+  return old;
+}
+
 var* info_code(var* self, DbfState* s, int32_t code, int argc, var** argv)
 {
   switch (code) {
@@ -149,6 +167,7 @@ var* info_code(var* self, DbfState* s, int32_t code, int argc, var** argv)
     case 24: return text(s->filename);
     case 26: return swap_flag(&s->bof, argc, argv);
     case 27: return swap_flag(&s->eof, argc, argv);
+    case 28: return swap_filter(self, _bb_dbfidx_filter_ac(self), argc, argv);
     case 29: {
       var* old = set_lv(s->found);
       if (argc > 2 && argv[2]->Type == 'U') s->found = 0;
@@ -160,6 +179,7 @@ var* info_code(var* self, DbfState* s, int32_t code, int argc, var** argv)
     case 31: return set_Iv(dbf_is_open(s) ? s->lk.lockcount : 0);
     case 32: return set_lv(s->bufrec == s->recno);
     case 33: return _bb_dbfidx_alias_ac(self);
+    case 34: return swap_locate(self, s, argc, argv);
     case 36: return set_lv(!dbf_is_excl(s));
     case 37: return swap_text(s->dbtext, sizeof s->dbtext, argc, argv);
     case 38: return set_Iv(s->dbt_fd);
@@ -172,6 +192,7 @@ var* info_code(var* self, DbfState* s, int32_t code, int argc, var** argv)
       if (dbf_is_open(s) && fstat(s->lk.fd, &sb) == 0) return set_Iv(octal_digits(sb.st_mode & 0777));
       return set_Iv(octal_digits(unsigned(vlnGetUmask())));
     }
+    case 5001: return swap_filter(self, s->filterblock ? cpy_var(cre_tmpvar(), s->filterblock) : NIL_VAR, argc, argv);
     case 5011: return set_Iv(s->hdr[DBF_OFF_WRCNT]);
     default: return NIL_VAR;
   }

@@ -313,6 +313,10 @@ extern int vlnDbfWriteBehind;
 ** it stays right as long as nothing else writes records.  A routine that
 ** puts other records in their place (PACK, ZAP) drops it with dbf_ra_drop. */
 extern int vlnDbfReadAhead;
+/* Records read into a buffer since the start, from the file or the
+** read-ahead run: a statistic of how often moves and field reads go to
+** the table. */
+extern uint64_t vlnDbfRecordReads;
 /* Forget the read-ahead run. */
 inline void dbf_ra_drop(DbfState* s) { s->racount = 0; }
 /* fdatasync the table's files, at most every 11 seconds (force: now). */

@@ -38,6 +38,7 @@ namespace vl {
 
 int vlnDbfWriteBehind = 1;
 int vlnDbfReadAhead = 1;
+uint64_t vlnDbfRecordReads = 0;
 
 namespace {
 
@@ -121,6 +122,7 @@ void fill_read_run(DbfState* s, int32_t n, bool forward)
 void read_record(DbfState* s, int32_t n)
 {
   const size_t rl = s->lk.reclen;
+  ++vlnDbfRecordReads;
   if (in_run(s, n)) dbf_wb_flush(s);
   if (!in_read_run(s, n) && reads_in_turn(s, n)) fill_read_run(s, n, n > s->ralast);
   s->ralast = n;
