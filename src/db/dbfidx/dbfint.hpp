@@ -370,10 +370,6 @@ void dbf_goto(var* self, int32_t n);
 void dbf_clear_filter(DbfState* s);
 void dbf_clear_locate(DbfState* s);
 void dbf_clear_scope(DbfState* s);
-/* Pack the for, while and scope arguments of a record-wise message into
-** target (for, while, scope), compiling texts; a count of 0 takes the
-** state's defaults.  The number of arguments to pass on: 1, 2 or 5. */
-int diDoScope(int count, var** source, var** target, var* self);
 
 /* ---- Relations (dbfrel.cpp). ---- */
 

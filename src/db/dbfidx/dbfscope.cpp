@@ -155,29 +155,6 @@ void dbf_clear_scope(DbfState* s)
   s->scope = kScopeAll;
 }
 
-/* source: for, while, next, record, rest (count of them given); target:
-** the same five with for and while as blocks.  The state's defaults give
-** a scope of the rest as REST .T. and a count as NEXT. */
-int diDoScope(int count, var** source, var** target, var* self)
-{
-  enum { kFor, kWhile, kNext, kRecord, kRest, kArgs };
-  DbfState* s = dbf_state(self);
-  count = count < 0 ? 0 : count > kArgs ? kArgs : count;
-  for (int i = 0; i < kArgs; ++i) target[i] = i < count ? source[i] : NIL_VAR;
-  if (count == 0) {
-    if (s->forblock) target[kFor] = s->forblock;
-    if (s->whileblock) target[kWhile] = s->whileblock;
-    if (s->scope == kScopeRest) target[kRest] = TRUE_VAR;
-    if (s->scope >= 0) target[kNext] = set_Iv(s->scope);
-  } else {
-    var* b;
-    for (int i : {kFor, kWhile})
-      if (to_block(target[i], &b)) target[i] = b ? b : NIL_VAR;
-  }
-  if (!absent(target[kNext]) || !absent(target[kRecord]) || !absent(target[kRest])) return kArgs;
-  return absent(target[kWhile]) ? 1 : 2;
-}
-
 }  // namespace vl
 
 extern "C" {
