@@ -119,13 +119,7 @@ void vlnDriverAttach(var* obj, VlnDriverHead* head)
   if (s != NIL_VAR) set_ivar(s, reinterpret_cast<intptr_t>(head));
 }
 
-VlnDriverHead* vlnDriverHeadOf(var* obj)
-{
-  if (!obj || obj->Type != 'O' || !VARR(obj) || VARR(obj)->A_size <= VLN_DS_STATE_SLOT)
-    return nullptr;
-  var* s = VARR(obj)->A_vec[VLN_DS_STATE_SLOT];
-  return s->Type == '?' && s->Mode != 'S' ? static_cast<VlnDriverHead*>(const_cast<void*>(s->Value.w1.ptr)) : nullptr;
-}
+VlnDriverHead* vlnDriverHeadOf(var* obj) { return vl::driver_head_of(obj); }
 
 void diError(var* self, const char* method, int code, int severity, const char* text,
              const char* source, int line)

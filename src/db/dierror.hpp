@@ -4,6 +4,23 @@
 #pragma once
 
 #include "dierror.h"
+#include "dsslots.h"
+#include "var.h"
+
+namespace vl {
+
+/* vlnDriverHeadOf inline: every message of a driver starts here, so the
+** test is kept to the loads it needs. */
+inline VlnDriverHead* driver_head_of(var* obj)
+{
+  if (!obj || obj->Type != 'O') return nullptr;
+  const ArrRec* a = obj->Value.w1.arr;
+  if (!a || a->A_size <= VLN_DS_STATE_SLOT) return nullptr;
+  const var* s = a->A_vec[VLN_DS_STATE_SLOT];
+  return s->Type == '?' && s->Mode != 'S' ? static_cast<VlnDriverHead*>(const_cast<void*>(s->Value.w1.ptr)) : nullptr;
+}
+
+}  // namespace vl
 
 // Operation names, diMN_<name>: X(name, text).
 #define VLN_DIMN_NAMES(X) \

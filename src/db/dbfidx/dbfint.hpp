@@ -229,7 +229,7 @@ struct DbfState {
 };
 
 /* The state of a driver object, or null if it has none. */
-inline DbfState* dbf_state(var* obj) { return reinterpret_cast<DbfState*>(vlnDriverHeadOf(obj)); }
+inline DbfState* dbf_state(var* obj) { return reinterpret_cast<DbfState*>(driver_head_of(obj)); }
 inline bool dbf_is_open(const DbfState* s) { return s && (s->lk.status & DBF_ST_OPEN); }
 inline bool dbf_is_excl(const DbfState* s) { return s->lk.status & DBF_ST_EXCL; }
 inline bool dbf_is_ro(const DbfState* s) { return s->lk.status & DBF_ST_READONLY; }
