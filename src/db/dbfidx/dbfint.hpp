@@ -358,6 +358,9 @@ void dbf_point_fields(DbfState* s);
 bool filt_n_del(var* self, DbfState* s);
 /* Whether SET DELETED or a filter makes moves test each record. */
 bool dbf_filtered(const DbfState* s);
+/* Whether a for or while condition holds on the current record: true
+** without a block, else the block's truth. */
+bool dbf_holds(var* block);
 int32_t diSkip(var* self, int32_t n);
 void dbf_gotop(var* self);
 void dbf_gobottom(var* self);

@@ -297,8 +297,6 @@ var* condition(var* v)
   return vlnMakeCB(VSTR(v));
 }
 
-bool holds(var* block) { return !block || vlnTrueBlockEval(block); }
-
 /* A temporary copy of an owned default, which the loop's blocks may drop. */
 var* temp_copy(var* v) { return v ? cpy_var(cre_tmpvar(), v) : nullptr; }
 
@@ -370,6 +368,8 @@ var* dbf_seek(var* self, var* key, var* soft, var* block, const char* method, in
 namespace vl {
 
 bool dbf_filtered(const DbfState* s) { return vlnGetDelete() || s->filterblock; }
+
+bool dbf_holds(var* block) { return !block || vlnTrueBlockEval(block); }
 
 bool filt_n_del(var* self, DbfState* s)
 {
@@ -556,13 +556,13 @@ var* _bb_dbfidx_eval_me(int argc, var** argv)
   if (scope == kScopeAll) dbf_gotop(self);
   else put_rec(self);
   const int32_t mark = tmpvar_cnt;
-  if (s->eof || !holds(whileb)) return TRUE_VAR;
+  if (s->eof || !dbf_holds(whileb)) return TRUE_VAR;
   while (scope != 0) {
-    if (holds(forb)) vlnBlockEval(block);
+    if (dbf_holds(forb)) vlnBlockEval(block);
     if (scope > 0) --scope;
     if (scope != 0) diSkip(self, 1);
     del_tmpvars(mark);
-    if (!dbf_is_open(s) || s->eof || !holds(whileb)) break;
+    if (!dbf_is_open(s) || s->eof || !dbf_holds(whileb)) break;
   }
   return TRUE_VAR;
 }

@@ -107,8 +107,6 @@ void search(var* self, var* whileb, var* scope)
   _bb_dbfidx_eval_me(5, args);
 }
 
-bool holds(var* block) { return vlnTrueBlockEval(block) != 0; }
-
 /* setfilter(first, second): see the file comment.  Whether a filter (or
 ** none) was set; the old filter is gone either way. */
 bool set_filter(var* self, var* first, var* second)
@@ -276,7 +274,7 @@ var* _bb_dbfidx_locate_me(int argc, var** argv)
   keep_locate(s, forb);
   var* more = cpy_var(cre_tmpvar(), s->locateblock);
   search(self, whileb ? conjunction(whileb, more) : more, scope);
-  s->found = dbf_is_open(s) && !s->eof && (!whileb || holds(whileb)) && holds(forb);
+  s->found = dbf_is_open(s) && !s->eof && dbf_holds(whileb) && dbf_holds(forb);
   return set_lv(s->found);
 }
 
@@ -293,7 +291,7 @@ var* _bb_dbfidx_continue_me(int argc, var** argv)
   var* again = cpy_var(cre_tmpvar(), s->locateblock);
   diSkip(self, 1);
   search(self, again, TRUE_VAR);
-  s->found = dbf_is_open(s) && !s->eof && !holds(again);
+  s->found = dbf_is_open(s) && !s->eof && !dbf_holds(again);
   return set_lv(s->found);
 }
 

@@ -45,7 +45,6 @@ constexpr mode_t kPermBits = 0777;
 var* arg(int argc, var** argv, int i) { return i < argc ? argv[i] : NIL_VAR; }
 bool is_true(var* v) { return kLogical.has(v->Type) && vlnLogVar(v); }
 bool is_false(var* v) { return v->Type == 'L' && !vlnLogVar(v); }
-bool holds(var* block) { return !block || vlnTrueBlockEval(block); }
 
 /* A block argument, or a text compiled to one; null for anything else. */
 var* own_block(var* v)
@@ -84,10 +83,10 @@ bool scan(var* self, DbfState* s, IdxDesc* idx, const OrderCond& c)
   const int32_t mark = tmpvar_cnt;
   int32_t next = c.next;
   s->recno = c.start < 1 ? 1 : c.start;
-  bool go = s->recno <= s->lastrec && next != 0 && holds(c.whileblock);
+  bool go = s->recno <= s->lastrec && next != 0 && dbf_holds(c.whileblock);
   for (int32_t n = 1; go; ++n) {
     if (next > 0) --next;
-    if (holds(c.forblock)) {
+    if (dbf_holds(c.forblock)) {
       ndx_add(self, s, idx, s->recno, nullptr, TRUE_VAR);
       if (idx_still_open(s, idx) && idx->fault.code) idx_report(self, s, idx);
     }
@@ -97,7 +96,7 @@ bool scan(var* self, DbfState* s, IdxDesc* idx, const OrderCond& c)
     if (!dbf_is_open(s) || !idx_still_open(s, idx)) return false;
     ++s->recno;
     if (n % kFreeEvery == 0) del_tmpvars(mark);
-    go = s->recno <= s->lastrec && next != 0 && holds(c.whileblock);
+    go = s->recno <= s->lastrec && next != 0 && dbf_holds(c.whileblock);
   }
   del_tmpvars(mark);
   return dbf_is_open(s) && idx_still_open(s, idx);
