@@ -5,7 +5,8 @@
 ** An append in shared mode runs under the write section and the lock of
 ** the new record: it re-reads the count, writes the blank record at the
 ** end, and only then the header with the new count.  A process killed
-** between the two leaves an unreferenced record behind the count, never a
+** between the two leaves an unreferenced record (or, when the kernel cut
+** the write at a page boundary, part of one) behind the count, never a
 ** count ahead of the records, and the next append writes over it.  The
 ** open orders learn of the new record in the same section.
 */

@@ -36,6 +36,7 @@ constexpr int kHot = 8;           // replaces hit the first records, so they col
 constexpr int kMemoRepeat = 60;   // the memo is the tag 60 times: two blocks
 constexpr int kKillRounds = 40;
 constexpr int kKillAfter = 2;     // appends of a round before its kill
+constexpr off_t kPage = 4096;     // where the kernel may cut a killed write
 
 var* eval(const std::string& text) { return exp_eval(text.c_str()); }
 bool truth(const std::string& text)
@@ -197,10 +198,11 @@ TEST_F(SharedDbf, FourWritersAppendAndReplaceWithoutTearingARecord)
 }
 
 // The driver writes the blank record before the count, so a kill between
-// the two leaves one record past the count and never a count past the
-// records; every counted record is whole, or blank when the kill came
-// before its fields were written.  Where the kill lands is left to chance,
-// many times over.
+// the two leaves at most one record past the count and never a count past
+// the records; every counted record is whole, or blank when the kill came
+// before its fields were written.  The tail may be part of a record: the
+// kernel stops a write to a file at a page boundary once SIGKILL is
+// pending.  Where the kill lands is left to chance, many times over.
 TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
 {
   std::mt19937 rng(7);
@@ -220,20 +222,23 @@ TEST_F(SharedDbf, AKilledAppenderLeavesEveryCountedRecordWhole)
       usleep(rng() % 500);
     }  // the SIGKILL
     const RawTable t = raw(kDbf);
-    EXPECT_TRUE(t.spare() == 0 || t.spare() == t.reclen)
+    EXPECT_TRUE(t.spare() >= 0 && t.spare() <= t.reclen)
         << "round " << round << ": " << t.spare() << " bytes past the count";
   }
   const RawTable t = raw(kDbf);
   ASSERT_TRUE(truth(kUseShared));
   ASSERT_EQ(num("LASTREC()"), long(t.count));
-  int blanks = 0;
+  int unfinished = 0;
   for (long n = 1; n <= long(t.count); ++n) {
     const Record r = readRecord(n);
-    EXPECT_TRUE(r.whole || r.blank) << "record " << n << " " << r.tag;
-    blanks += r.blank;
+    // A record cut by the kill can only be one that a page boundary splits.
+    const off_t at = off_t(t.headerlen) + (n - 1) * off_t(t.reclen);
+    const bool split = at / kPage != (at + t.reclen - 1) / kPage;
+    EXPECT_TRUE(r.whole || r.blank || split) << "record " << n << " " << r.tag;
+    unfinished += !r.whole;
     del_tmpvars(frame_.TmvNp);
   }
-  EXPECT_LE(blanks, kKillRounds);
+  EXPECT_LE(unfinished, kKillRounds);
   // The table takes the next record where the count says.
   EXPECT_TRUE(truth("DBAPPEND(), !NETERR()"));
   EXPECT_EQ(num("RECNO()"), long(t.count) + 1);
