@@ -53,5 +53,6 @@
 #include "facade.h"
 #include "rddreg.h"
 #include "dbfidx.h"
+#include "bulk.h"
 
 #endif /* VL_H */

@@ -57,8 +57,10 @@ VLN_FUNC(bof) { return read_iv({"bof", VLN_IV_BOF, Neutral::False}); }
 VLN_FUNC(eof) { return read_iv({"eof", VLN_IV_EOF, Neutral::False}); }
 VLN_FUNC(deleted) { return read_iv({"deleted", VLN_IV_DELETED, Neutral::False}); }
 VLN_FUNC(used) { return read_iv({"used", VLN_IV_USED, Neutral::False}); }
-VLN_FUNC(__dbappdel) { return scope({{"__DBAPPDEL", "appenddelimited", VLN_DS_APPENDDELIMITED, S, Neutral::False, {kName}}, 3}, argc, argv); }
-VLN_FUNC(__dbappsdf) { return scope({{"__DBAPPSDF", "appendsdf", VLN_DS_APPENDSDF, S, Neutral::False, {kName}}, 2}, argc, argv); }
+// APPEND FROM a text file: the scope counts lines of the file, not records
+// of the area, so it goes to the method as given.
+VLN_FUNC(__dbappdel) { return send({"__DBAPPDEL", "appenddelimited", VLN_DS_APPENDDELIMITED, S, Neutral::False, {kName}}, argc, argv); }
+VLN_FUNC(__dbappsdf) { return send({"__DBAPPSDF", "appendsdf", VLN_DS_APPENDSDF, S, Neutral::False, {kName}}, argc, argv); }
 VLN_FUNC(dbcloseare) { return send({"DBCLOSEAREA", "close", VLN_DS_CLOSE, S, Neutral::False}, argc, argv); }
 VLN_FUNC(dbclearfil) { return send({"DBCLEARFILTER", "clearfilter", VLN_DS_CLEARFILTER, S, Neutral::False}, argc, argv); }
 VLN_FUNC(dbclearrel) { return send({"DBCLEARRELATION", "clearrelation", VLN_DS_CLEARRELATION, S, Neutral::False}, argc, argv); }

@@ -80,6 +80,11 @@ var* _bb_fieldputar(int argc, var** argv);
   X(lupdate, ac) X(concurrenc, ac) X(concurrenc, as) X(indexcount, ac)      \
   X(info, me) X(rddinfo, me) X(recordinfo, me) X(asstring, me)              \
   X(errinfo, me) X(error, me)                                               \
+  /* whole-table commands: dbfbulk.cpp */                                   \
+  X(appenddb, me) X(appenddelimited, me) X(appendsdf, me) X(copydb, me)     \
+  X(copydelimited, me) X(copysdf, me) X(copystructure, me) X(sort, me)      \
+  X(total, me) X(update, me) X(join, me) X(count, me) X(sum, me)            \
+  X(average, me) X(getarray, me) X(getarrfields, me)                        \
   /* orders: idxorder.cpp, idxbuild.cpp */                                  \
   X(createindex, me) X(createorder, me) X(setindex, me) X(clearindex, me)   \
   X(setorder, me) X(reindex, me) X(orderinfo, me) X(setordercondition, me)  \
