@@ -3,7 +3,8 @@
 # list of packages, used by the README's quick start and by CI.  The DBF
 # readers and writers (python3-dbfread, python3-dbf, gdal-bin, dbview) are
 # the outside tools the table tests exchange files with; libsqlite3-dev is
-# what the table benchmark compares against.
+# what the table benchmarks compare against, and the sqlite3 shell writes
+# and reads the CSV files the text-transfer tests and benchmarks exchange.
 #
 # Runs apt-get as root, through sudo when started by another user.  Also
 # makes the de_DE.UTF-8 locale, whose decimal comma the number-format
@@ -13,7 +14,7 @@ set -eu
 PACKAGES="cmake ninja-build g++ pkg-config python3 locales
   libgtest-dev libgmock-dev libbenchmark-dev
   libncurses-dev libedit-dev lua5.4 liblua5.4-dev tmux
-  python3-dbfread python3-dbf gdal-bin dbview libsqlite3-dev"
+  python3-dbfread python3-dbf gdal-bin dbview libsqlite3-dev sqlite3"
 
 if [ "$(id -u)" -eq 0 ]; then as_root=""; else as_root="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive

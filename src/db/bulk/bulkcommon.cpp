@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include "areas.h"
 #include "arrays.h"
@@ -145,6 +147,51 @@ bool scope_given(var* const* scope)
   for (int i = 0; i < kScopeArgs; ++i)
     if (scope[i]->Type != 'U') return true;
   return false;
+}
+
+}  // namespace vlbulk
+
+namespace vlbulk {
+
+namespace {
+
+constexpr long kQuietMs = 1000;     // work shorter than this shows nothing
+constexpr long kRedrawMs = 200;     // the line is rewritten at most this often
+constexpr long kStepMask = 1023;    // the clock is read every 1024 records
+
+long now_ms()
+{
+  timespec t;
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return long(t.tv_sec) * 1000 + t.tv_nsec / 1000000;
+}
+
+}  // namespace
+
+void Progress::begin(const char* name)
+{
+  command = name;
+  shown_at_ms = -1;
+  started_ms = now_ms();
+  on = isatty(STDOUT_FILENO) && isatty(STDERR_FILENO);
+}
+
+void Progress::step(long done)
+{
+  if (!on || (done & kStepMask) != 0) return;
+  const long now = now_ms();
+  if (now - started_ms < kQuietMs || (shown_at_ms >= 0 && now - shown_at_ms < kRedrawMs)) return;
+  shown_at_ms = now;
+  std::fprintf(stderr, "\r%s: %ld records", command, done);
+  std::fflush(stderr);
+}
+
+void Progress::end()
+{
+  if (shown_at_ms < 0) return;
+  std::fprintf(stderr, "\r\033[K");
+  std::fflush(stderr);
+  shown_at_ms = -1;
 }
 
 }  // namespace vlbulk

@@ -95,6 +95,24 @@ void take_scope(int argc, var** argv, int first, var** scope);
 /* Whether any scope argument was given. */
 bool scope_given(var* const* scope);
 
+/* Progress of a long command on the terminal.  Nothing shows in batch
+** or when standard output or standard error is not a terminal, nor for
+** work that ends within a second.  After that, "COMMAND: n records" is
+** written to standard error over itself a few times a second; done clears
+** the line.  A Progress holds nothing that a BREAK could leak. */
+struct Progress {
+  const char* command;
+  long shown_at_ms = -1;   // when the line was last written; -1 never
+  long started_ms = 0;
+  bool on = false;         // whether this run may show anything
+  /* Start counting for command (its name stays the caller's). */
+  void begin(const char* name);
+  /* Note that done records are through; cheap when nothing shows. */
+  void step(long done);
+  /* Clear the line, if one was shown. */
+  void end();
+};
+
 /* The data-server methods COUNT, SUM, AVERAGE and GETARRAY of a table
 ** object, argv[0] being the object (listing.cpp):
 **  count(for, while, scope): the number of records in scope; 0 on a closed
