@@ -58,7 +58,8 @@ bool need_table(const char* command)
 
 bool is_text(const var* v) { return v->Type == 'C' || v->Type == 'M'; }
 
-std::string text_of(const var* v) { return is_text(v) ? std::string(VSTR(v), size_t(v->Length)) : std::string(); }
+// A text's Length counts its closing NUL.
+std::string text_of(const var* v) { return is_text(v) && v->Length > 0 ? std::string(VSTR(v), size_t(v->Length - 1)) : std::string(); }
 
 var* text_var(const std::string& s) { return set_Cvar(cre_tmpvar(), s.c_str(), int32_t(s.size())); }
 
