@@ -44,7 +44,6 @@
 namespace {
 
 constexpr char kCommand[] = "COPY SDF/DELIMITED";
-constexpr char kDefaultExt[] = ".txt";
 constexpr char kBlankWord[] = "BLANK";   // DELIMITED WITH BLANK
 constexpr char kQuote = '"';             // the delimiter when none is given
 constexpr char kDateForm[] = "YYYYMMDD";
@@ -178,11 +177,9 @@ var* write_record(int, var**, var** avec)
 
 /* Set w's file name: name with ".txt" added when it has no extension.
 ** False when it does not fit. */
-bool set_path(Writer* w, std::string name)
+bool set_path(Writer* w, const std::string& given)
 {
-  const size_t slash = name.rfind('/');
-  const size_t dot = name.rfind('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) name += kDefaultExt;
+  const std::string name = vlbulk::text_file_name(given);
   if (name.size() >= sizeof w->path) return false;
   std::memcpy(w->path, name.c_str(), name.size() + 1);
   return true;
