@@ -23,6 +23,7 @@ namespace {
 
 constexpr size_t kAliasMax = 10;     // the longest alias an area takes
 constexpr char kAliasArrow[] = "->"; // alias->field in a field list
+constexpr char kTextExt[] = ".txt";  // extension of a text file named without one
 
 std::string upper_trim(std::string s)
 {
@@ -62,6 +63,14 @@ bool is_text(const var* v) { return v->Type == 'C' || v->Type == 'M'; }
 std::string text_of(const var* v) { return is_text(v) && v->Length > 0 ? std::string(VSTR(v), size_t(v->Length - 1)) : std::string(); }
 
 var* text_var(const std::string& s) { return set_Cvar(cre_tmpvar(), s.c_str(), int32_t(s.size())); }
+
+std::string text_file_name(std::string name)
+{
+  const size_t slash = name.rfind('/');
+  const size_t dot = name.rfind('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) name += kTextExt;
+  return name;
+}
 
 std::string temp_alias(const char* prefix)
 {

@@ -61,6 +61,10 @@ std::string text_of(const var* v);
 /* A temporary text value holding s. */
 var* text_var(const std::string& s);
 
+/* name with ".txt" added when it has no extension: the name the text
+** files of the commands get. */
+std::string text_file_name(std::string name);
+
 /* The alias for a second table of a command: prefix and the process
 ** number ("__cpy12345"). */
 std::string temp_alias(const char* prefix);
