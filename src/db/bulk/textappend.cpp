@@ -89,7 +89,8 @@ var* delimiter_of(var* d)
 ** those named, memo fields left out. */
 var* text_structure(var* fields)
 {
-  const std::vector<std::string> wanted = list_fields(fields);
+  std::vector<std::string> wanted = list_fields(fields);
+  for (std::string& w : wanted) w = upper_trim(w.c_str());  // without a closing NUL
   var* all = _bb_dbstruct(0, nullptr);
   var* rows = cre_arr(cre_tmpvar(), 0, VL_ARR_NIL, static_cast<var*>(nullptr));
   const ArrRec* a = VARR(all);
@@ -141,12 +142,14 @@ bool copy_lines(vl::AsciState* s, var* target, const Pair* pairs, size_t n)
   return !more;
 }
 
-/* The pairs of the driver's fields and the target's, by name. */
-size_t pair_fields(vl::AsciState* s, Pair* pairs)
+/* The pairs of the driver's fields and the target's, by name (asked of the
+** target object: the driver's area stays selected). */
+size_t pair_fields(vl::AsciState* s, var* target, Pair* pairs)
 {
   size_t n = 0;
   for (uint32_t i = 0; i < s->fields.size(); ++i) {
-    const int pos = field_pos(s->fields[i].name);
+    var* args[] = {target, text_var(s->fields[i].name)};
+    const int pos = vlnIntVar(vlnDoMethod("fieldpos", VLN_DS_FIELDPOS, 0, 2, args));
     if (pos > 0) pairs[n++] = Pair{i, set_Ivar(mak_var('N', 'U'), pos)};
   }
   return n;
@@ -157,7 +160,7 @@ size_t pair_fields(vl::AsciState* s, Pair* pairs)
 bool append_text(var* target, var* file, var* delimiter, var* rows, var* const* scope, int back)
 {
   var* args[] = {file, rows, delimiter, scope[kFor], scope[kWhile], scope[kNext], scope[kRecord]};
-  var* reader = mk_var_cp(_bb_ascirddnew(7, args));
+  var* reader = mk_var_cp(_bb_ascirddnew(7, args));  // selects a free area
   vl::AsciState* s = vl::asc_state(reader);
   const int area = vl::asc_is_open(s) ? selected_area() : 0;
   Pair* pairs = area ? new Pair[s->fields.size() + 1] : nullptr;
@@ -166,9 +169,7 @@ bool append_text(var* target, var* file, var* delimiter, var* rows, var* const* 
   vln_guarded(
       [&] {
         if (!area) return 0;
-        select_area(back);
-        n = pair_fields(s, pairs);
-        select_area(area);
+        n = pair_fields(s, target, pairs);
         ok = copy_lines(s, target, pairs, n);
         return 0;
       },
