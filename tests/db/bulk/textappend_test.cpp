@@ -39,7 +39,7 @@ TEST_F(TextAppend, CsvOfPythonAndSqlite)
             "z       |0.00||F/");
   shell("sqlite3 -csv :memory: \"select 'q,1', 3, '20001231', 'T' union all select 'r', -0.5, '', 'F'\" > s.csv");
   run("__DBZAP(), __DBAPPDEL('s.csv', NIL, {'OK', 'b->name'})", ".T.");
-  EXPECT_EQ(table(), "q,1     |0.00||T/r       |0.00||F/");
+  EXPECT_EQ(table(), "q,1     |0.00||F/r       |0.00||F/");
 }
 
 TEST_F(TextAppend, SdfAndScopes)
