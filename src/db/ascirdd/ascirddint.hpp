@@ -53,6 +53,7 @@ struct AsciState {
   uint32_t reclen; /* 1 + the field lengths */
   int32_t recno;   /* lines consumed */
   FILE* stream;
+  int64_t at;      /* offset of the next line (asking the stream costs a system call) */
   char* line;      /* getline's buffer */
   size_t linecap;
   std::vector<AsciField> fields;

@@ -130,6 +130,7 @@ int asc_read_record(AsciState* s)
     s->ateof = 1;
     return 0;
   }
+  s->at += got;
   Cursor c{reinterpret_cast<const uint8_t*>(s->line), reinterpret_cast<const uint8_t*>(s->line) + got};
   while (c.end > c.p && is_line_end(c.end[-1])) --c.end;
   if (c.end == c.p) {
@@ -150,14 +151,16 @@ int asc_read_record(AsciState* s)
 int asc_skip(AsciState* s)
 {
   while (s->count != 0) {
-    const off_t back = ftello(s->stream);
+    const off_t back = s->at;
     ++s->recno;
     if (!asc_read_record(s)) break;
     if (!holds(s->whileblock)) {
       fseeko(s->stream, back, SEEK_SET);
+      s->at = back;
       --s->recno;
       asc_read_record(s);
       fseeko(s->stream, back, SEEK_SET);
+      s->at = back;
       s->ateof = 1;
       return 0;
     }

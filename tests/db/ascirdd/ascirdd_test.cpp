@@ -97,9 +97,9 @@ TEST_F(Ascii, ScopeOfSkip)
 TEST_F(Ascii, AreaFieldsAndMessages)
 {
   dir_.write("w.txt", "\"ab\",5\n\"cd\",6\n");
-  run("o := ASCIRDDNEW('w', {{'Name','c',4,0},{'qty','N',3,0}})");
+  exp_eval("o := ASCIRDDNEW('w', {{'Name','c',4,0},{'qty','N',3,0}})");
   run("NAME + '/' + STR(QTY, 3) + '/' + STR(W->QTY, 3)", "ab  /  5/  5");
-  run("o:fieldpos(' name '), o:fieldpos('NONE')", "0");
+  run("{o:fieldpos(' name '), o:fieldpos('NONE')}", "{1, 0}");
   run("o:fieldpos('qty')", "2");
   run("o:fieldget({})", "#317");
   run("o:bof", "#344");
