@@ -85,4 +85,18 @@ TEST_F(TextAppend, RefusalsLeaveTheTargetAlone)
   run("DBCLOSEAREA(), __DBAPPGEN(NIL, 'n')", "#322 .F.");
 }
 
+TEST_F(TextAppend, BinaryBytesAndABreakOutOfTheScope)
+{
+  dir_.write("b.txt", std::string("\0\x01\"x\xff\",2\n", 9) + "c,3\n");
+  run("__DBAPPDEL('b')", ".T.");
+  constexpr char kWant[] = "\0\x01\"x\xff\"  |2.00||F/c       |3.00||F/";
+  EXPECT_EQ(table(), std::string(kWant, sizeof kWant - 1));
+  // A BREAK out of the for block closes the text and selects the table again.
+  const std::string area = vltest::shown(exp_eval("SELECT()"));
+  var* e = vl_call(dbftest::guarded, {set_cv("__DBAPPDEL('b', , , {|| BREAK('stop')})")});
+  EXPECT_EQ(vltest::shown(e), "stop");
+  run("{SELECT(), ALIAS(), LASTREC()}", ("{" + area + ", T, 2}").c_str());
+  run("SELECT('B')", "0");
+}
+
 }  // namespace
