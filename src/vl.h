@@ -54,5 +54,6 @@
 #include "rddreg.h"
 #include "dbfidx.h"
 #include "bulk.h"
+#include "ascirdd.h"
 
 #endif /* VL_H */

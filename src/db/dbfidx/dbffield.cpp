@@ -32,6 +32,7 @@
 #include "dbfidx.h"
 #include "dbfint.hpp"
 #include "facade.h"
+#include "fieldcodec.hpp"
 #include "letters.hpp"
 #include "numbers.hpp"
 #include "objects.h"
@@ -85,17 +86,12 @@ bool is_block(const var* v) { return v->Type == 'B' || v->Type == 'b'; }
 /* Whether field i has a record. */
 bool announced(const DbfState* s, int32_t i) { return s->fieldvars && s->fieldvars[i]; }
 
-/* The 1-based position of the field called name (len bytes): upper-cased,
-** cut to 11 characters and trimmed, compared exactly; 0 for none. */
+/* The 1-based position of the field called name (len bytes), compared by
+** field_name_key; 0 for none. */
 int32_t field_pos(const DbfState* s, const char* name, int32_t len)
 {
   char want[DBF_NAME_LEN + 1];
-  int32_t end = std::min<int32_t>(len, DBF_NAME_LEN), start = 0;
-  while (start < end && name[start] == ' ') ++start;
-  while (end > start && name[end - 1] == ' ') --end;
-  if (start == end) return 0;
-  for (int32_t k = start; k < end; ++k) want[k - start] = char(std::toupper(static_cast<unsigned char>(name[k])));
-  want[end - start] = '\0';
+  if (!field_name_key(name, len, want)) return 0;
   for (int32_t i = 0; i < s->fieldcount; ++i)
     if (announced(s, i) && std::strcmp(s->fields[i].name, want) == 0) return i + 1;
   return 0;
@@ -132,33 +128,12 @@ int32_t memo_block(const uint8_t* p, uint32_t len)
 void decode_field(var* self, DbfState* s, const DbfField& f, var* field)
 {
   uint8_t* p = s->recbuf + f.offset;
-  switch (f.type) {
-    case 'C':
-      field->Value.w1.str = reinterpret_cast<char*>(p);
-      break;
-    case 'N':
-    case 'F':
-      field->Value.w1.d = qrt_atof1(reinterpret_cast<const char*>(p), int32_t(f.len));
-      break;
-    case 'D': {
-      char date[DBF_DATE_LEN + 1];
-      const size_t n = std::min<size_t>(f.len, DBF_DATE_LEN);
-      std::memcpy(date, p, n);
-      date[n] = '\0';
-      field->Value.w1.i = get_dat(date);
-      break;
-    }
-    case 'L':
-      field->Value.w1.i = p[0] == 'T';
-      break;
-    case 'M': {
-      const int32_t block = memo_block(p, f.len);
-      if (block < 1 || !dbt_read(self, block, field)) dbt_settext(field, "", 0);
-      break;
-    }
-    default:
-      break;
+  if (f.type != 'M') {  // an unknown letter has no record to decode into
+    decode_plain_field(f.type, p, f.len, field);
+    return;
   }
+  const int32_t block = memo_block(p, f.len);
+  if (block < 1 || !dbt_read(self, block, field)) dbt_settext(field, "", 0);
 }
 
 /* The record of field i of an open table, refreshed from the buffer. */
