@@ -118,7 +118,8 @@ var* converted(var* v, char to)
 
 bool Copier::copy_current()
 {
-  var** values = static_cast<var**>(alloca(pairs.size() * sizeof(var*)));
+  std::vector<var*>& values = scratch;
+  values.assign(pairs.size(), nullptr);
   int at = source;
   for (size_t i = 0; i < pairs.size(); ++i) {
     const int area = pairs[i].area ? pairs[i].area : source;

@@ -62,6 +62,7 @@ struct Copier {
   bool stopped = false;   // an append failed; nothing more is copied
   long done = 0;
   Progress progress;
+  std::vector<var*> scratch;  // one record's values, reused
   /* Append and copy; false (and stopped) when the append failed.  Leaves
   ** the source area selected. */
   bool copy_current();
