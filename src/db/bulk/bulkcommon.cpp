@@ -46,6 +46,14 @@ int selected_area() { return vlnIntVar(_bb_select(0, nullptr)); }
 
 void select_area(int n)
 {
+  // Between the areas of one command the switch is a bare one, as an
+  // alias expression makes: SELECT's refresh of the area left (a SKIP 0)
+  // would write and re-read a record at every field the command moves.
+  AreaRec* a = vlnNumberLocateArea(n);
+  if (a && a->obj) {
+    vlnSelectedArea = a;
+    return;
+  }
   var* args[] = {set_Iv(n)};
   vlnSelect(args[0], 0);
 }

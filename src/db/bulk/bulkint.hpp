@@ -46,7 +46,8 @@ void prg_error(int selector, const char* command, const char* detail = "");
 
 /* The selected area's number (SELECT()). */
 int selected_area();
-/* Select area number n again; never reports. */
+/* Select area number n; never reports.  An area holding a table is
+** switched to without SELECT's refresh of the area left. */
 void select_area(int n);
 /* .T. when the selected area holds a table; otherwise reports 100005
 ** under command and gives false. */

@@ -5,7 +5,9 @@
 #include "arrays.h"
 #include "autolock.h"
 #include "dates.h"
+#include "areas.h"
 #include "dbfidx.h"
+#include "dbfint.hpp"
 #include "facade.h"
 #include "files.h"
 #include "kernel.h"
@@ -116,8 +118,57 @@ var* converted(var* v, char to)
   return nullptr;
 }
 
+bool Copier::append_target()
+{
+  if (wait) {
+    var* args[] = {NIL_VAR, NIL_VAR};
+    stopped = !vlnLogVar(vln_autolock_fn("AUTOAPPEND", _bb_autoappend)(2, args));
+  } else {
+    _bb_dbappend(0, nullptr);
+    stopped = vlnGetNeterr() != 0;
+  }
+  return !stopped;
+}
+
+namespace {
+constexpr char kDbfDriver[] = "DBFIDX";  // the driver whose records go as bytes
+}  // namespace
+
+bool Copier::use_raw()
+{
+  raw = false;
+  if (convert || pairs.empty()) return false;
+  for (size_t i = 0; i < pairs.size(); ++i) {
+    const FieldPair& p = pairs[i];
+    if (p.area || p.from != int(i) + 1 || p.to != p.from || p.from_type != p.to_type || p.from_type == 'M') return false;
+  }
+  const auto shape = [&](int area) {
+    select_area(area);
+    return text_of(_bb_rddname(0, nullptr)) == kDbfDriver && vlnIntVar(_bb_fcount(0, nullptr)) == int(pairs.size())
+               ? vlnIntVar(_bb_recsize(0, nullptr))
+               : -1;
+  };
+  const int32_t to = shape(target);
+  const std::vector<FieldDesc> target_struct = area_struct();
+  raw = to > 0 && shape(source) == to && area_struct() == target_struct;
+  return raw;
+}
+
+bool Copier::copy_bytes(const uint8_t* bytes)
+{
+  select_area(target);
+  if (append_target() && !vl::dbf_put_record_bytes(vlnGetAreaObject(target), bytes)) stopped = true;
+  select_area(source);
+  progress.step(++done);
+  return !stopped;
+}
+
 bool Copier::copy_current()
 {
+  if (raw) {
+    const uint8_t* bytes = vl::dbf_record_bytes(vlnGetAreaObject(source));
+    return bytes ? copy_bytes(bytes) : true;
+  }
   std::vector<var*>& values = scratch;
   values.assign(pairs.size(), nullptr);
   int at = source;
@@ -129,14 +180,7 @@ bool Copier::copy_current()
     if (convert) values[i] = converted(values[i], pairs[i].to_type);
   }
   select_area(target);
-  if (wait) {
-    var* args[] = {NIL_VAR, NIL_VAR};
-    stopped = !vlnLogVar(vln_autolock_fn("AUTOAPPEND", _bb_autoappend)(2, args));
-  } else {
-    _bb_dbappend(0, nullptr);
-    stopped = vlnGetNeterr() != 0;
-  }
-  if (!stopped) {
+  if (append_target()) {
     for (size_t i = 0; i < pairs.size(); ++i) {
       if (!values[i]) continue;
       var* args[] = {set_Iv(pairs[i].to), values[i]};

@@ -170,6 +170,7 @@ bool copy_to(Run& run, int argc, var** argv)
   }
   select_area(run.back);
   c.command = kCopy, c.source = run.back, c.target = target;
+  c.use_raw();
   var* scope[kScopeArgs];
   take_scope(argc, argv, 2, scope);
   copy_scope(c, scope);

@@ -28,6 +28,7 @@ struct FieldDesc {
   char type;
   int32_t len;
   int32_t dec;
+  bool operator==(const FieldDesc&) const = default;
 };
 
 /* The selected area's structure (DBSTRUCT). */
@@ -63,9 +64,23 @@ struct Copier {
   long done = 0;
   Progress progress;
   std::vector<var*> scratch;  // one record's values, reused
+  bool raw = false;       // records go across as bytes (see use_raw)
+  /* Decide whether records may go across as bytes: both tables are DBF
+  ** tables of the same structure without memo fields, every field paired
+  ** with its namesake in order, nothing converted.  Call once the pairs,
+  ** source and target are set; sets and gives raw. */
+  bool use_raw();
   /* Append and copy; false (and stopped) when the append failed.  Leaves
   ** the source area selected. */
   bool copy_current();
+  /* Append a record holding bytes (a record of the source, taken while
+  ** raw); false (and stopped) when the append or the write failed.
+  ** Leaves the source area selected. */
+  bool copy_bytes(const uint8_t* bytes);
+
+ private:
+  /* Append a blank record to the selected target; false when refused. */
+  bool append_target();
 };
 
 /* What a command gives back when it ends, however it ends. */

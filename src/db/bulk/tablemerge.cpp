@@ -24,10 +24,13 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+#include <string_view>
+#include <unordered_map>
 
 #include "areas.h"
 #include "arrays.h"
 #include "blocks.h"
+#include "dbfint.hpp"
 #include "bulk.h"
 #include "facade.h"
 #include "kernel.h"
@@ -150,14 +153,35 @@ bool parse_key(const std::string& text, const std::vector<FieldDesc>& descs, Sor
 }
 
 // What SORT keeps of the scan: the key strings, fixed width, the record
-// numbers, and the order found.
+// numbers, and the order found.  A DBF table without memo fields also
+// leaves its records' bytes here, so that the sorted copy reads nothing
+// again (a read per record, in key order, jumps all over the file).
 struct SortRun {
   KeyMaker maker;
   std::string keys;
   std::vector<int32_t> recnos;
   std::vector<uint32_t> order;
   Progress progress;
+  std::string rows;      // the records' bytes, reclen each, when kept
+  size_t reclen = 0;     // 0: the rows are not kept
 };
+
+// The most bytes of records SORT keeps in memory; a larger table is read
+// again record by record.
+constexpr double kSortRowsMax = 512.0 * 1024 * 1024;
+// How many rows ahead the sorted copy asks the cache for.
+constexpr size_t kPrefetchAhead = 8;
+
+// Whether SORT may keep the selected table's records: a DBF table without
+// memo fields whose records fit kSortRowsMax.
+size_t rows_to_keep(const std::vector<FieldDesc>& descs)
+{
+  for (const FieldDesc& d : descs)
+    if (d.type == 'M') return 0;
+  const int32_t reclen = vlnIntVar(_bb_recsize(0, nullptr));
+  const double bytes = double(reclen) * vlnNumVar(_bb_lastrec(0, nullptr));
+  return text_of(_bb_rddname(0, nullptr)) == "DBFIDX" && bytes <= kSortRowsMax ? size_t(reclen) : 0;
+}
 
 var* collect_key(int argc, var** argv, var** avec)
 {
@@ -165,21 +189,41 @@ var* collect_key(int argc, var** argv, var** avec)
   SortRun* s = context_of<SortRun>(avec);
   VL_STMT(s->maker.make(s->keys));
   VL_STMT(s->recnos.push_back(vlnIntVar(_bb_recno(0, nullptr))));
+  if (s->reclen) {
+    const uint8_t* bytes = vl::dbf_record_bytes(vlnGetAreaObject(0));
+    if (bytes) s->rows.append(reinterpret_cast<const char*>(bytes), s->reclen);
+    else s->reclen = 0, s->rows.clear();
+  }
   s->progress.step(long(s->recnos.size()));
   VL_RETURN_NIL();
 }
 
-// Order the records: by key string, equal ones as scanned.
+// Order the records: by key string, equal ones as scanned.  Tables often
+// hold few distinct keys (names, cities, dates), so the keys are first
+// told apart, only the distinct ones are sorted, and the records are then
+// placed by their key's rank in one stable counting pass.
 void sort_order(SortRun& s)
 {
-  s.order.resize(s.recnos.size());
-  std::iota(s.order.begin(), s.order.end(), 0u);
-  const size_t w = s.maker.width;
-  const char* base = s.keys.data();
-  std::sort(s.order.begin(), s.order.end(), [&](uint32_t a, uint32_t b) {
-    const int c = std::memcmp(base + size_t(a) * w, base + size_t(b) * w, w);
-    return c < 0 || (c == 0 && a < b);
-  });
+  const size_t w = s.maker.width, n = s.recnos.size();
+  const auto key = [&](size_t i) { return std::string_view(s.keys.data() + i * w, w); };
+  std::unordered_map<std::string_view, uint32_t> ids;
+  std::vector<std::string_view> distinct;
+  std::vector<uint32_t> id_of(n);
+  for (size_t i = 0; i < n; ++i) {
+    const auto [it, added] = ids.try_emplace(key(i), uint32_t(distinct.size()));
+    if (added) distinct.push_back(key(i));
+    id_of[i] = it->second;
+  }
+  std::vector<uint32_t> by_key(distinct.size());
+  std::iota(by_key.begin(), by_key.end(), 0u);
+  std::sort(by_key.begin(), by_key.end(), [&](uint32_t a, uint32_t b) { return distinct[a] < distinct[b]; });
+  // start[r]: where the records of the key of rank r begin in the order.
+  std::vector<uint32_t> start(distinct.size() + 1, 0), rank(distinct.size());
+  for (uint32_t r = 0; r < by_key.size(); ++r) rank[by_key[r]] = r;
+  for (size_t i = 0; i < n; ++i) ++start[rank[id_of[i]] + 1];
+  std::partial_sum(start.begin(), start.end(), start.begin());
+  s.order.resize(n);
+  for (size_t i = 0; i < n; ++i) s.order[start[rank[id_of[i]]]++] = uint32_t(i);
 }
 
 // The keys of a SORT; false after a report.
@@ -218,11 +262,22 @@ bool write_sorted(Run& run, var* file, var* driver, SortRun& s)
     c.pairs.push_back({int(i) + 1, int(i) + 1, run.descs[i].type, run.descs[i].type});
   c.command = kSort, c.source = run.back, c.target = target;
   c.progress.begin(kSort);
+  const bool from_rows = c.use_raw() && s.reclen;
   const int32_t mark = tmpvar_cnt;
-  for (uint32_t i : s.order) {
-    var* args[] = {set_Iv(s.recnos[i])};
-    _bb_dbgoto(1, args);
-    const bool copied = c.copy_current();
+  const uint8_t* rows = reinterpret_cast<const uint8_t*>(s.rows.data());
+  for (size_t k = 0; k < s.order.size(); ++k) {
+    const uint32_t i = s.order[k];
+    bool copied;
+    if (from_rows) {
+      // The rows are visited out of order: ask for the one a few steps on.
+      if (k + kPrefetchAhead < s.order.size())
+        __builtin_prefetch(rows + size_t(s.order[k + kPrefetchAhead]) * s.reclen);
+      copied = c.copy_bytes(rows + size_t(i) * s.reclen);
+    } else {
+      var* args[] = {set_Iv(s.recnos[i])};
+      _bb_dbgoto(1, args);
+      copied = c.copy_current();
+    }
     del_tmpvars(mark);
     if (!copied) break;
   }
@@ -243,6 +298,12 @@ bool sort_to(Run& run, int argc, var** argv)
   if (!sort_keys(arg(argc, argv, 1), run.descs, s.maker)) return false;
   var* scope[kScopeArgs];
   take_scope(argc, argv, 2, scope);
+  s.reclen = rows_to_keep(run.descs);
+  // Room for every record of the table, so that nothing grows by copying.
+  const size_t records = size_t(std::max(0.0, vlnNumVar(_bb_lastrec(0, nullptr))));
+  s.keys.reserve(records * s.maker.width);
+  s.recnos.reserve(records);
+  s.rows.reserve(records * s.reclen);
   s.progress.begin(kSort);
   eval_scope(ptr_block(collect_key, &s), scope);
   s.progress.end();

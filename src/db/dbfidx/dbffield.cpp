@@ -308,6 +308,33 @@ bool put_field(var* self, DbfState* s, uint32_t i, var* field, var* value)
   return r == Put::kStored || r == Put::kUnchanged;
 }
 
+}  // namespace
+
+const uint8_t* dbf_record_bytes(var* self)
+{
+  DbfState* s = dbf_state(self);
+  if (!dbf_is_open(s) || s->eof || s->recno > s->lastrec) return nullptr;
+  if (s->bufrec != s->recno) get_rec(self, 1);
+  return s->recbuf;
+}
+
+bool dbf_put_record_bytes(var* self, const uint8_t* bytes)
+{
+  DbfState* s = dbf_state(self);
+  if (!dbf_is_open(s)) return false;
+  const int lock = vln_chk_repl(s, self);
+  if (lock < 0) return false;
+  if (s->bufrec != s->recno) get_rec(self, 1);
+  diBackupRecord(s);
+  std::memcpy(s->recbuf + 1, bytes + 1, s->lk.reclen - 1);
+  diInvalidateFields(s);
+  s->dirty = 1;
+  if (lock > 0) give_back_auto_lock(self, s->recno);
+  return true;
+}
+
+namespace {
+
 /* fieldput's result for field i: its record, or FALSE when refused. */
 var* put_result(var* self, DbfState* s, int32_t i, var* value)
 {

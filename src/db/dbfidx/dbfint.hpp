@@ -416,6 +416,20 @@ bool dbf_close(var* self);
 /* commit: write the buffer, refresh, count the changes. */
 void dbf_commit(var* self);
 
+/* ---- Whole records (dbffield.cpp), for the whole-table commands. ---- */
+
+/* The current record's bytes (the table's record length, the delete flag
+** first), read when the buffer is stale; null on a closed table or the
+** ghost record.  The bytes are the driver's buffer: valid until the next
+** move or write of self. */
+const uint8_t* dbf_record_bytes(var* self);
+/* Write bytes (record length, delete flag first; the flag is not taken)
+** over every field of the current record, as FIELDPUT of each field with
+** its decoded value would.  The caller has checked that the bytes come
+** from a table of the same structure without memo fields.  false after a
+** refusal (no lock), reported as FIELDPUT reports it. */
+bool dbf_put_record_bytes(var* self, const uint8_t* bytes);
+
 /* ---- PACK and ZAP (dbfpack.cpp). ---- */
 
 /* The rename that moves PACK's and ZAP's new files over the table's:
