@@ -25,15 +25,6 @@ constexpr size_t kAliasMax = 10;     // the longest alias an area takes
 constexpr char kAliasArrow[] = "->"; // alias->field in a field list
 constexpr char kTextExt[] = ".txt";  // extension of a text file named without one
 
-std::string upper_trim(std::string s)
-{
-  const auto not_blank = [](unsigned char c) { return !std::isspace(c); };
-  s.erase(s.begin(), std::find_if(s.begin(), s.end(), not_blank));
-  s.erase(std::find_if(s.rbegin(), s.rend(), not_blank).base(), s.end());
-  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
-  return s;
-}
-
 }  // namespace
 
 void prg_error(int selector, const char* command, const char* detail)
@@ -69,6 +60,15 @@ bool is_text(const var* v) { return v->Type == 'C' || v->Type == 'M'; }
 
 // A text's Length counts its closing NUL.
 std::string text_of(const var* v) { return is_text(v) && v->Length > 0 ? std::string(VSTR(v), size_t(v->Length - 1)) : std::string(); }
+
+std::string upper_trim(std::string s)
+{
+  const auto not_blank = [](unsigned char c) { return !std::isspace(c); };
+  s.erase(s.begin(), std::find_if(s.begin(), s.end(), not_blank));
+  s.erase(std::find_if(s.rbegin(), s.rend(), not_blank).base(), s.end());
+  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
+  return s;
+}
 
 var* text_var(const std::string& s) { return set_Cvar(cre_tmpvar(), s.c_str(), int32_t(s.size())); }
 

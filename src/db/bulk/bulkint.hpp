@@ -59,6 +59,8 @@ inline var* arg(int argc, var** argv, int i) { return i < argc ? argv[i] : NIL_V
 bool is_text(const var* v);
 /* The text of v (empty for a non-text). */
 std::string text_of(const var* v);
+/* s without blanks at either end, in upper case. */
+std::string upper_trim(std::string s);
 /* A temporary text value holding s. */
 var* text_var(const std::string& s);
 

@@ -54,22 +54,6 @@ struct Pair {
   var* to;        // the target's field number, as a number record
 };
 
-/* The characters of a text value (its Length counts the closing NUL). */
-std::string chars_of(const var* v)
-{
-  return is_text(v) && v->Length > 1 ? std::string(VSTR(v), size_t(v->Length - 1)) : std::string();
-}
-
-std::string upper_trim(std::string s)
-{
-  while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back()))) s.pop_back();
-  size_t i = 0;
-  while (i < s.size() && std::isspace(static_cast<unsigned char>(s[i]))) ++i;
-  s.erase(0, i);
-  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
-  return s;
-}
-
 /* The driver's delimiter argument: a non-text the double quote, the word
 ** BLANK a blank, a text of one character (or none, SDF) as it is.  Null,
 ** after a report, for a text of several characters: the driver would take
@@ -77,7 +61,7 @@ std::string upper_trim(std::string s)
 var* delimiter_of(var* d)
 {
   if (!is_text(d)) return text_var("\"");
-  const std::string t = chars_of(d);
+  const std::string t = text_of(d);
   if (upper_trim(t) == kBlankWord) return text_var(" ");
   if (t.size() <= 1) return d;
   const std::string text = std::string(kCommand) + ":;delimiter must be one character, not '" + t + "'";
@@ -90,14 +74,14 @@ var* delimiter_of(var* d)
 var* text_structure(var* fields)
 {
   std::vector<std::string> wanted = list_fields(fields);
-  for (std::string& w : wanted) w = upper_trim(w.c_str());  // without a closing NUL
+  for (std::string& w : wanted) w = upper_trim(w);
   var* all = _bb_dbstruct(0, nullptr);
   var* rows = cre_arr(cre_tmpvar(), 0, VL_ARR_NIL, static_cast<var*>(nullptr));
   const ArrRec* a = VARR(all);
   for (uint32_t i = 0; i < a->A_size; ++i) {
     var* row = a->A_vec[i];
-    const std::string name = upper_trim(chars_of(VARR(row)->A_vec[0]));
-    if (chars_of(VARR(row)->A_vec[1]) == "M") continue;
+    const std::string name = upper_trim(text_of(VARR(row)->A_vec[0]));
+    if (text_of(VARR(row)->A_vec[1]) == "M") continue;
     bool take = wanted.empty();
     for (const std::string& w : wanted) take = take || w == name;
     if (!take) continue;
@@ -180,7 +164,7 @@ bool append_text(var* target, var* file, var* delimiter, var* rows, var* const* 
         del_var(reader);
       });
   if (!area) {
-    prg_error(kCannotOpenSource, kCommand, chars_of(file).c_str());
+    prg_error(kCannotOpenSource, kCommand, text_of(file).c_str());
   } else if (!ok) {
     prg_error(kTargetLocked, kCommand);
   }
