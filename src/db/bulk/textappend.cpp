@@ -18,7 +18,6 @@
 ** The driver's area stays selected while it reads, so that a for or while
 ** block sees the line's values under the field names.
 */
-#include <cctype>
 #include <string>
 #include <vector>
 
