@@ -18,6 +18,14 @@ TEST_F(Copy, CopyToInEveryScopeKeepsTheOrderAndTheArea)
     run("SELECT()", "1");
     EXPECT_EQ(table_rows("out", kKeyExpr), texts(in_scope(rows(), s)));
   }
+  // Whole records go across, but not the delete flag.
+  run("DBGOTO(2), DBDELETE(), __DBCOPY('del')", ".T.");
+  EXPECT_EQ(table_rows("del", "IIF(DELETED(), '*', ' ') + " + std::string(kKeyExpr)), [&] {
+    std::vector<std::string> all;
+    for (const std::string& t : texts(rows())) all.push_back(" " + t);
+    return all;
+  }());
+  run("DBGOTO(2), DBRECALL()");
   // A field list: the bare names, in the list's order.
   run("__DBCOPY('few', {'b->id', 'Name'})", ".T.");
   EXPECT_EQ(table_rows("few", "FIELDNAME(1) + FIELDNAME(2) + STR(FCOUNT(), 1)"), std::vector<std::string>(30, "IDNAME2"));
