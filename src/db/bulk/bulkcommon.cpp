@@ -40,8 +40,9 @@ void select_area(int n)
   // Between the areas of one command the switch is a bare one, as an
   // alias expression makes: SELECT's refresh of the area left (a SKIP 0)
   // would write and re-read a record at every field the command moves.
+  // An empty area being left goes through SELECT, which deletes it.
   AreaRec* a = vlnNumberLocateArea(n);
-  if (a && a->obj) {
+  if (a && a->obj && vlnSelectedArea && vlnSelectedArea->obj) {
     vlnSelectedArea = a;
     return;
   }

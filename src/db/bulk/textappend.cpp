@@ -143,7 +143,7 @@ size_t pair_fields(vl::AsciState* s, var* target, Pair* pairs)
 bool append_text(var* target, var* file, var* delimiter, var* rows, var* const* scope, int back)
 {
   var* args[] = {file, rows, delimiter, scope[kFor], scope[kWhile], scope[kNext], scope[kRecord]};
-  var* reader = mk_var_cp(_bb_ascirddnew(7, args));  // selects a free area
+  var* reader = _bb_ascirddnew(7, args);  // a temporary; selects a free area
   vl::AsciState* s = vl::asc_state(reader);
   const int area = vl::asc_is_open(s) ? selected_area() : 0;
   Pair* pairs = area ? new Pair[s->fields.size() + 1] : nullptr;
@@ -160,7 +160,6 @@ bool append_text(var* target, var* file, var* delimiter, var* rows, var* const* 
         for (size_t i = 0; i < n; ++i) del_var(pairs[i].to);
         delete[] pairs;
         close_area(area, back);
-        del_var(reader);
       });
   if (!area) {
     prg_error(kCannotOpenSource, kCommand, text_of(file).c_str());
