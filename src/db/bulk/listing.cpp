@@ -45,11 +45,11 @@ enum { kOff, kFields, kAll, kScope, kPrinter = kScope + vlbulk::kScopeArgs, kFil
 
 /* A block for one field of a command: a block as it is, a number for
 ** FIELDGET of that field, a text compiled as an expression. */
-var* value_block(var* spec)
+var* value_block(var* field)
 {
-  if (spec->Type == 'B' || spec->Type == 'b') return spec;
-  if (spec->Type == 'N' || spec->Type == 'I') return vlnMakeCB(("FIELDGET(" + std::to_string(vlnIntVar(spec)) + ")").c_str());
-  return vlnMakeCB(vlbulk::text_of(spec).c_str());
+  if (field->Type == 'B' || field->Type == 'b') return field;
+  if (field->Type == 'N' || field->Type == 'I') return vlnMakeCB(("FIELDGET(" + std::to_string(vlnIntVar(field)) + ")").c_str());
+  return vlnMakeCB(vlbulk::text_of(field).c_str());
 }
 
 /* The value of block in the selected area. */

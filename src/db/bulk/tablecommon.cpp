@@ -134,6 +134,8 @@ namespace {
 constexpr char kDbfDriver[] = "DBFIDX";  // the driver whose records go as bytes
 }  // namespace
 
+bool dbf_area() { return text_of(_bb_rddname(0, nullptr)) == kDbfDriver; }
+
 bool Copier::use_raw()
 {
   raw = false;
@@ -144,7 +146,7 @@ bool Copier::use_raw()
   }
   const auto shape = [&](int area) {
     select_area(area);
-    return text_of(_bb_rddname(0, nullptr)) == kDbfDriver && vlnIntVar(_bb_fcount(0, nullptr)) == int(pairs.size())
+    return dbf_area() && vlnIntVar(_bb_fcount(0, nullptr)) == int(pairs.size())
                ? vlnIntVar(_bb_recsize(0, nullptr))
                : -1;
   };

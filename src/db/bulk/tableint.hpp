@@ -42,6 +42,10 @@ int32_t area_perms();
 ** driver reported otherwise). */
 bool create_table(var* file, const std::vector<FieldDesc>& descs, var* driver, int32_t perms);
 
+/* Whether the selected area holds a table of the DBF driver, whose
+** records may be read and written as bytes. */
+bool dbf_area();
+
 /* A field of the source area written to a field of the target area. */
 struct FieldPair {
   int from, to;           // field numbers, 1-based

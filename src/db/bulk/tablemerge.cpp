@@ -180,7 +180,7 @@ size_t rows_to_keep(const std::vector<FieldDesc>& descs)
     if (d.type == 'M') return 0;
   const int32_t reclen = vlnIntVar(_bb_recsize(0, nullptr));
   const double bytes = double(reclen) * vlnNumVar(_bb_lastrec(0, nullptr));
-  return text_of(_bb_rddname(0, nullptr)) == "DBFIDX" && bytes <= kSortRowsMax ? size_t(reclen) : 0;
+  return dbf_area() && bytes <= kSortRowsMax ? size_t(reclen) : 0;
 }
 
 var* collect_key(int argc, var** argv, var** avec)
