@@ -254,6 +254,14 @@ uint32_t get_new_sec(IdxDesc* idx)
     h.kavsec = next;
   } else {
     s = h.nxkysc++;
+    /* A shared header reaches the file at once: the new sector must be
+    ** there first, or a writer killed between the two leaves a header
+    ** that counts sectors past the end of the file, and the order can no
+    ** longer be opened, not even to be rebuilt. */
+    if (!cached(idx)) {
+      static const uint8_t kBlank[IDX_SECTOR] = {};
+      pwrite_all(idx->fd, kBlank, sizeof kBlank, off_t(s) << IDX_SECTOR_SHIFT);
+    }
   }
   ndx_flshhdr(idx, 0);
   return s;
