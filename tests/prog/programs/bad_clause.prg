@@ -1,0 +1,3 @@
+? "ran"
+USE customers
+INDEX ON name TO byname WITH 3

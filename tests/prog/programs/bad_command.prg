@@ -1,0 +1,2 @@
+? "ran"
+FROBNICATE the table

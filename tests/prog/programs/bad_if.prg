@@ -1,0 +1,4 @@
+? "ran"
+IF .T.
+   ? "inside"
+? "no ENDIF"

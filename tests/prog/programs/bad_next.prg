@@ -1,0 +1,4 @@
+? "ran"
+LOCAL i := 1
+   ? i
+NEXT

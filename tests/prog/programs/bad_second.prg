@@ -1,0 +1,2 @@
+// A good source run with a bad one: nothing runs.
+? "ran"

@@ -1,0 +1,3 @@
+? "ran"
+x := "an unterminated
+? x

@@ -1,0 +1,18 @@
+// & macros name variables and functions at run time.
+PRIVATE name := "target", target := 5, fn := "Twice", i
+? &name
+&name := 12
+? target
+? &fn.(21)
+fn := "Tw" + "ice"
+? &fn(4)
+FOR i := 1 TO 3
+   PRIVATE v := "var" + STR(i, 1)
+   &v := i * i
+NEXT
+? var1, var2, var3
+? TYPE("target"), TYPE("nosuch"), TYPE("Twice(1)")
+? EVAL(&("{|x| x + 1}"), 9)
+
+FUNCTION Twice(x)
+RETURN x * 2
