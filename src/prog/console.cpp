@@ -8,6 +8,10 @@
 // program wrote them.  The console remembers whether the current line holds
 // text; the driver ends such a line before it prompts and at exit.
 //
+// At the prompt an error must not end the run: console_errors_return sets
+// an error block that reports the error and BREAKs back to the statement's
+// guard, so that a program's own ERRORBLOCK still works there.
+//
 // Standard output stays buffered (a LIST of a large table is one write per
 // buffer, not per line), except on a terminal, where each write is flushed
 // so that the user sees it at once.
@@ -20,12 +24,15 @@
 
 #include "console.hpp"
 #include "errclass.h"
+#include "errslots.hpp"
 #include "kernel.hpp"
 #include "runtime.hpp"
 #include "vartostr.hpp"
 
 namespace {
 
+// Room for an error report's heading.
+constexpr size_t kHeadingSize = 8192;
 // Values up to this length are converted on the stack.
 constexpr size_t kSmallText = 4096;
 // Room for a RELEASE ALL skeleton; a longer one is cut.
@@ -80,7 +87,7 @@ void write_values(int argc, var** argv)
 }
 
 int (*batch_waitkey)(void) = nullptr;
-void (*reporting_handler)(const VlnErrReport*) = nullptr;
+int errors_seen = 0;
 
 int waitkey_flushed()
 {
@@ -88,10 +95,33 @@ int waitkey_flushed()
   return batch_waitkey();
 }
 
-void report_flushed(const VlnErrReport* report)
+// The prompt's error block: the report the default handler writes, then a
+// BREAK to the innermost sequence (the guard of the prompt's statement)
+// instead of the end of the run.  A developer warning lets the statement
+// go on, as it does under the default handler.
+var* report_and_break(int argc, var** argv, var** /*detached*/)
 {
-  std::fflush(stdout);
-  reporting_handler(report);
+  if (argc < 1 || argv[0]->Type != 'O') return NIL_VAR;
+  var* e = argv[0];
+  const VlnErrReport report{vlerr::int_slot(e, VL_ERR_GENCODE),
+                            vlerr::int_slot(e, VL_ERR_SEVERITY),
+                            vlerr::text_slot(e, VL_ERR_DESCRIPTION),
+                            vlerr::int_slot(e, VL_ERR_SUBCODE),
+                            vlerr::text_slot(e, VL_ERR_SUBSYSTEM)};
+  const char* filename = vlerr::text_slot(e, VL_ERR_FILENAME);
+  if (vln_error_is_warning(&report)) {
+    vln_default_error_handler_at(&report, *filename ? filename : nullptr);
+    return NIL_VAR;
+  }
+  char heading[kHeadingSize];
+  if (*filename)
+    vln_error_heading_at(&report, filename, heading, sizeof heading);
+  else
+    vln_error_heading(&report, heading, sizeof heading);
+  vl::prog::console_line(heading);
+  vl::prog::console_end_line();
+  ++errors_seen;
+  return _bb_break(0, nullptr);
 }
 
 // RELEASE ALL LIKE/EXCEPT: skel matched against a folded name, '*' any run
@@ -132,12 +162,17 @@ void console_start()
     batch_waitkey = vln_waitkey_hook;
     vln_waitkey_hook = waitkey_flushed;
   }
-  if (vln_error_handler != report_flushed) {
-    reporting_handler = vln_error_handler;
-    vln_error_handler = report_flushed;
-  }
   vln_on_quit(console_end_line);
 }
+
+void console_errors_return()
+{
+  var* block = set_bvar(cre_tmpvar(), reinterpret_cast<AnyFn>(report_and_break), 1,
+                        static_cast<var*>(nullptr));
+  _bb_errorblock(1, &block);
+}
+
+int console_errors() { return errors_seen; }
 
 void console_line(const char* text)
 {

@@ -14,8 +14,8 @@
 #include <editline/readline.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
-#include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -215,13 +215,42 @@ int run_program(prog::Session& session, const Options& opt)
   return session.run_main(opt.args);
 }
 
-// Parse text as the source named file and run it at the top level.  false
-// when it does not parse or compile (the diagnostic is printed).
+// Whether an Eval statement is an expression as the user typed it, not a
+// command the parser turned into a call (? x becomes QOUT(x), USE a call
+// of the library): the statement's text then starts with another word
+// than the function called.
+bool typed_expression(const prog::Unit& unit, const prog::Stmt& stmt)
+{
+  const expr::Program& p = *stmt.expr.tree;
+  const expr::Node& root = p.nodes[p.root];
+  if (root.op != expr::Op::Call) return true;
+  const std::string& line = unit.lines[stmt.pos.line - 1];
+  size_t at = stmt.pos.col - 1, n = 0;
+  while (at + n < line.size() && n < root.name.size() &&
+         std::tolower(static_cast<unsigned char>(line[at + n])) == root.name[n])
+    ++n;
+  return n == root.name.size();
+}
+
+// The prompt prints the values of typed expressions; a line holding a
+// command prints only what the command writes.
+bool echoes(const prog::Unit& unit)
+{
+  if (unit.funcs.empty()) return false;
+  for (const prog::Stmt& s : unit.funcs[0].body)
+    if (s.kind == prog::Kind::Eval && s.expr && !typed_expression(unit, s)) return false;
+  return true;
+}
+
+// Parse text as the source named file and run it at the top level (with
+// echo, the values of expressions are printed).  false when it does not
+// parse or compile (the diagnostic is printed).
 bool run_text(prog::Session& session, const char* file, const std::string& text, bool echo)
 {
   prog::Unit unit;
   prog::Diagnostic d;
-  if (prog::parse_unit(file, 0, text, unit, d) && session.run_immediate(unit, echo, d))
+  if (prog::parse_unit(file, 0, text, unit, d) &&
+      session.run_immediate(unit, echo && echoes(unit), d))
     return true;
   print_diagnostic(d);
   return false;
@@ -241,23 +270,7 @@ bool continues(const std::string& line)
   return end != std::string::npos && line[end] == ';';
 }
 
-// ---- The prompt: an error reports and returns to the prompt. ----
-
-bool had_error = false;
-
-void report_and_return(const VlnErrReport* r)
-{
-  char heading[8192];
-  prog::console_line(vln_error_heading(r, heading, sizeof heading));
-  prog::console_end_line();
-  if (vln_error_is_warning(r)) return;
-  had_error = true;
-  // Leave as a BREAK does, so that library code and the running statement
-  // on the way out release what they hold; the session's guard around the
-  // statement stops the jump.
-  vln_break_value = NIL_VAR;
-  longjmp(*glob_sequencebuf, 1);
-}
+// ---- The prompt and standard input. ----
 
 // One statement, read line by line while lines continue; false at the end
 // of input.  next gives a line (without its end) or false at the end.
@@ -278,7 +291,7 @@ bool read_statement(NextLine next, std::string& text)
 
 int interactive(prog::Session& session)
 {
-  vln_error_handler = report_and_return;
+  prog::console_errors_return();
   using_history();
   auto next = [](bool first, std::string& line) {
     prog::console_end_line();
@@ -290,11 +303,12 @@ int interactive(prog::Session& session)
     return true;
   };
   std::string text;
+  bool had_error = false;
   while (read_statement(next, text))
     if (text.find_first_not_of(" \t\n") != std::string::npos)
       had_error |= !run_text(session, "prompt", text, true);
   std::printf("\n");
-  return had_error ? kErrorStatus : shell_return;
+  return had_error || prog::console_errors() > 0 ? kErrorStatus : shell_return;
 }
 
 // Statements from standard input without a terminal: each echoed like the
@@ -302,6 +316,7 @@ int interactive(prog::Session& session)
 int from_stdin(prog::Session& session)
 {
   auto next = [](bool, std::string& line) {
+    prog::console_end_line();
     line.clear();
     int c;
     while ((c = std::getchar()) != EOF && c != '\n') line += static_cast<char>(c);
