@@ -14,7 +14,6 @@
 #include <editline/readline.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -215,33 +214,6 @@ int run_program(prog::Session& session, const Options& opt)
   return session.run_main(opt.args);
 }
 
-// Whether an Eval statement is an expression as the user typed it, not a
-// command the parser turned into a call (? x becomes QOUT(x), USE a call
-// of the library): the statement's text then starts with another word
-// than the function called.
-bool typed_expression(const prog::Unit& unit, const prog::Stmt& stmt)
-{
-  const expr::Program& p = *stmt.expr.tree;
-  const expr::Node& root = p.nodes[p.root];
-  if (root.op != expr::Op::Call) return true;
-  const std::string& line = unit.lines[stmt.pos.line - 1];
-  size_t at = stmt.pos.col - 1, n = 0;
-  while (at + n < line.size() && n < root.name.size() &&
-         std::tolower(static_cast<unsigned char>(line[at + n])) == root.name[n])
-    ++n;
-  return n == root.name.size();
-}
-
-// The prompt prints the values of typed expressions; a line holding a
-// command prints only what the command writes.
-bool echoes(const prog::Unit& unit)
-{
-  if (unit.funcs.empty()) return false;
-  for (const prog::Stmt& s : unit.funcs[0].body)
-    if (s.kind == prog::Kind::Eval && s.expr && !typed_expression(unit, s)) return false;
-  return true;
-}
-
 // Parse text as the source named file and run it at the top level (with
 // echo, the values of expressions are printed).  false when it does not
 // parse or compile (the diagnostic is printed).
@@ -249,8 +221,7 @@ bool run_text(prog::Session& session, const char* file, const std::string& text,
 {
   prog::Unit unit;
   prog::Diagnostic d;
-  if (prog::parse_unit(file, 0, text, unit, d) &&
-      session.run_immediate(unit, echo && echoes(unit), d))
+  if (prog::parse_unit(file, 0, text, unit, d) && session.run_immediate(unit, echo, d))
     return true;
   print_diagnostic(d);
   return false;
