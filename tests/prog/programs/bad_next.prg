@@ -1,4 +1,4 @@
 ? "ran"
-LOCAL i := 1
-   ? i
+x := 1
+   ? x
 NEXT

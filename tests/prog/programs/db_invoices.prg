@@ -1,6 +1,6 @@
 // A database program: two tables filled, indexed and related, searched,
 // changed, listed, totalled and copied out as text.
-LOCAL i, n, total
+LOCAL i, n, total, h
 DBCREATE("cust", {{"ID", "N", 5, 0}, {"NAME", "C", 12, 0}, {"CITY", "C", 10, 0}})
 DBCREATE("inv", {{"NO", "N", 6, 0}, {"CUSTID", "N", 5, 0}, {"AMOUNT", "N", 9, 2}, ;
                  {"PAID", "L", 1, 0}})
@@ -33,7 +33,9 @@ SUM amount TO total FOR custid == 3
 ? "paid:", n, "customer 3 owes:", total
 LIST no, cust->name, amount FOR no > 99996
 COPY TO invcopy DELIMITED FOR no <= 3
-? MEMOREAD("invcopy.txt")
+h := FOPEN("invcopy.txt")
+? FREADSTR(h, 1000)
+FCLOSE(h)
 SELECT cust
 SET ORDER TO 0
 COUNT TO n FOR city = "Oslo"

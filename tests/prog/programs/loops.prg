@@ -52,7 +52,7 @@ DO WHILE .T.
    ENDIF
 ENDDO
 ? "while:", n, j
-// The limit and step are evaluated once.
+// The limit is evaluated again on every turn: changing it in the body counts.
 n := 3
 FOR i := 1 TO n
    n := 10

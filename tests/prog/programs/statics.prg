@@ -1,14 +1,17 @@
-// STATIC variables keep their values between calls; a file-wide STATIC is
-// shared by the functions of the file.
+// STATIC variables keep their values between calls; a STATIC declared
+// ahead of the file's first procedure is shared by all of its functions.
 STATIC total := 0
-LOCAL i
-FOR i := 1 TO 3
-   ? Calls(), NextId()
-NEXT
-Add(5)
-Add(7)
-? "total", total
-? "ids go on:", NextId()
+
+PROCEDURE Main
+   LOCAL i
+   FOR i := 1 TO 3
+      ? Calls(), NextId()
+   NEXT
+   Add(5)
+   Add(7)
+   ? "total", total
+   ? "ids go on:", NextId()
+RETURN
 
 FUNCTION Calls()
    STATIC n := 0
