@@ -7,7 +7,7 @@
 //   vl customers.prg
 LOCAL i, open, total, n
 
-DBCREATE("customer", {{"ID", "N", 4, 0}, {"NAME", "C", 16, 0}, {"CITY", "C", 12, 0}})
+DBCREATE("customer", {{"ID", "N", 4, 0}, {"NAME", "C", 20, 0}, {"CITY", "C", 12, 0}})
 DBCREATE("invoice", {{"NO", "N", 6, 0}, {"CUSTID", "N", 4, 0}, {"DATE", "D", 8, 0}, ;
                      {"AMOUNT", "N", 10, 2}, {"PAID", "L", 1, 0}})
 
@@ -31,7 +31,11 @@ SET RELATION TO custid INTO customer
 ? "Unpaid invoices over 400:"
 LIST no, customer->name, date, amount FOR !paid .AND. amount > 400
 
-? "Per customer:"
+// The relation moves the customer with every invoice; the report below
+// walks the customers itself, so it goes.
+SET RELATION TO
+
+? "Per customer:             total     unpaid"
 SELECT customer
 GO TOP
 DO WHILE !EOF()

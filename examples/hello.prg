@@ -2,9 +2,9 @@
 // a loop, an array of arrays, a code block and a recursive function.
 //
 //   vl hello.prg Ada
-PARAMETERS who
 LOCAL planets := {{"Mercury", 0.39}, {"Venus", 0.72}, {"Earth", 1.00}, {"Mars", 1.52}}
 LOCAL i, far
+PARAMETERS who
 
 ? "Hello,", IIF(EMPTY(who), "world", who)
 

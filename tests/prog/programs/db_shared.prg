@@ -1,8 +1,8 @@
 // Run by several processes at once on one table opened SHARED: each adds
 // its rows under the lock APPEND BLANK takes, and counts each row in the
 // first record under a record lock it waits for.
-PARAMETERS who, times
 LOCAL i
+PARAMETERS who, times
 USE shared SHARED NEW
 FOR i := 1 TO VAL(times)
    APPEND BLANK
