@@ -195,7 +195,7 @@ TEST(Shared, ConcurrentRunsAccountForEveryRecord)
   EXPECT_EQ(finish_vl(a, dir.path(), "a").status, 0);
   EXPECT_EQ(finish_vl(b, dir.path(), "b").status, 0);
   const Outcome check = run_vl({"db_shared_check.prg"}, dir.path());
-  EXPECT_EQ(check.out, "\n       801       400       400     80200     80200       800\n");
+  EXPECT_EQ(check.out, "\n       801        400        400      80200      80200      800\n");
 }
 
 }  // namespace
