@@ -36,7 +36,10 @@ wait_for() {
   echo "$screen"
   return 1
 }
-send() { tmux -L "$sock" send-keys "$1" Enter; }
+send() {  # literally: tmux would read a trailing ; as its own separator
+  tmux -L "$sock" send-keys -l "$1"
+  tmux -L "$sock" send-keys Enter
+}
 
 wait_for '^vl>'
 send 'USE people'
