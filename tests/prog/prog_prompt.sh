@@ -36,8 +36,8 @@ wait_for() {
   echo "$screen"
   return 1
 }
-send() {  # literally: tmux would read a trailing ; as its own separator
-  tmux -L "$sock" send-keys -l "$1"
+send() {  # a trailing ; escaped: tmux would read it as its own separator
+  tmux -L "$sock" send-keys -l "${1/%;/\\;}"
   tmux -L "$sock" send-keys Enter
 }
 
