@@ -50,7 +50,7 @@ wait_for 'Run-time error 308'; check "an error is reported" $?
 send 'LIST name'
 wait_for '2  Niels'; check "after the error the table is still open" $?
 send 'x := 1 + ;'
-wait_for '^\.\.\. '; check "a line ending in ; asks for more" $?
+wait_for '^\.\.\.'; check "a line ending in ; asks for more" $?
 send '2'
 send '? "x is", x'
 wait_for '^x is          3$'; check "the continued line ran as one" $?
