@@ -26,11 +26,12 @@ REPLACE name WITH 'Niels'
 CLOSE ALL" || { echo "FAIL making the table"; exit 1; }
 
 tmux -L "$sock" new-session -d -x 100 -y 40 "$vl"
-# Wait for what the screen should show, up to a 30 s watchdog.
+# Wait until the screen shows lines matching $1 (at least $2 of them, or
+# one), up to a 30 s watchdog.
 wait_for() {
   for _ in $(seq 300); do
     screen="$(tmux -L "$sock" capture-pane -p)"
-    echo "$screen" | grep -q -- "$1" && return 0
+    [ "$(echo "$screen" | grep -c -- "$1")" -ge "${2:-1}" ] && return 0
     sleep 0.1
   done
   echo "$screen"
@@ -55,8 +56,7 @@ send '2'
 send '? "x is", x'
 wait_for '^x is          3$'; check "the continued line ran as one" $?
 tmux -L "$sock" send-keys Up Enter
-wait_for '^x is          3$' && [ "$(echo "$screen" | grep -c '^x is          3$')" == 2 ]
-check "history brings the line back" $?
+wait_for '^x is          3$' 2; check "history brings the line back" $?
 send 'QUIT'
 for _ in $(seq 100); do tmux -L "$sock" has-session 2> /dev/null || break; sleep 0.1; done
 tmux -L "$sock" has-session 2> /dev/null
