@@ -76,7 +76,7 @@ TEST_F(Console, QoutStartsALineQqoutWritesWhereTheCursorIs)
       {true, {set_nv(7, 0), set_cv("a"), TRUE_VAR, NIL_VAR}, "\n         7 a .T. NIL"},
       {false, {set_cv("x"), set_cv("y")}, "x y"},
       {false, {set_Cvar(cre_tmpvar(), "a\0b", 3)}, std::string("a\0b", 3)},
-      {true, {set_cv(big.c_str()), set_nv(1.5, 1)}, "\n" + big + "        1.5"},
+      {true, {set_cv(big.c_str()), set_nv(1.5, 1)}, "\n" + big + "          1.5"},
       {true, {cre_arr(cre_tmpvar(), 1, VL_ARR_NIL, nullptr)}, "\n{...}"},
   };
   for (const auto& c : cases) {
