@@ -97,4 +97,30 @@ int expand_macros(const char* text, std::string& out);
 // fills the whole text compiles as a block when as_block is set.
 Compiled compile(const std::string& text, bool as_block);
 
+// How compile_prefix reads its text.
+struct PrefixMode {
+  bool list = true;     // "a, b" is one list; else the first "," ends it
+  bool macros = false;  // "&name" and "&name.suffix" allowed (see below)
+};
+
+// The result of compile_prefix: a program and the offset just past the
+// expression, or the error's code, message (without the text) and offset.
+struct PrefixCompiled {
+  Program* program = nullptr;  // owned by the caller
+  size_t end = 0;
+  int code = 0;
+  std::string message;
+  size_t error_pos = 0;
+};
+
+// Compile the expression (or list) that starts at offset start of text and
+// stop at the first token that cannot continue it: a name right after a
+// complete operand ("i := 1 TO 10" stops at "TO"), a ")" with none open, a
+// ";" and so on.  An operand missing where one is needed, or a token the
+// scanner cannot read (an unterminated string), is an error.  With macros,
+// "&name" (and "&name.suffix") becomes a Name node whose name is that text,
+// or a Call node so named when "(" follows, and ":&name" a Send so named:
+// the program's compiler expands them when they run.
+PrefixCompiled compile_prefix(const std::string& text, size_t start, PrefixMode mode);
+
 }  // namespace vl::expr

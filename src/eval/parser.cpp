@@ -82,6 +82,10 @@ bool is_target(const Node& n)
 class Parser {
  public:
   Parser(const std::string& text, Program& prog) : text_(text), scan_(text), prog_(prog) {}
+  Parser(const std::string& text, Program& prog, size_t start, bool macros)
+      : text_(text), scan_(text, start, macros), prog_(prog), macros_(macros)
+  {
+  }
 
   // Parse the whole text; false on a syntax error (code_, message_ set).
   bool parse(bool as_block)
@@ -100,8 +104,22 @@ class Parser {
     return true;
   }
 
+  // Parse from the start offset up to the first token that cannot continue
+  // the expression; end is that token's offset.  False on a syntax error.
+  bool parse_prefix(bool as_list, size_t& end)
+  {
+    advance(true);
+    prog_.root = as_list ? list(Tok::End) : expression(0);
+    if (prog_.root < 0) return false;
+    if (tok_.kind == Tok::Bad) return fail("");
+    end = tok_.pos;
+    return true;
+  }
+
   int code_ = 0;
   std::string message_;
+  std::string what_;        // message_ without the position and the text
+  size_t error_pos_ = 0;    // offset of the token at fault
 
  private:
   void advance(bool operand) { tok_ = scan_.next(operand); }
@@ -112,7 +130,9 @@ class Parser {
   bool fail(const std::string& what, int code = VL_E_SYNTAX)
   {
     if (code_) return false;
-    code_ = tok_.kind == Tok::Macro ? VL_E_ILLEGAL_OP : code;
+    error_pos_ = tok_.pos;
+    what_ = tok_.kind == Tok::Bad ? tok_.text : what;
+    code_ = tok_.kind == Tok::Macro && !macros_ ? VL_E_ILLEGAL_OP : code;
     if (code_ == VL_E_ILLEGAL_OP) {
       message_ = "macro not allowed: " + unexpanded_macro() + " in: " + text_;
       return false;
@@ -270,6 +290,9 @@ class Parser {
       case Tok::Name: return name_primary();
       case Tok::LParen: return paren();
       case Tok::LBrace: return brace();
+      case Tok::Macro:
+        if (macros_) return macro_primary();
+        return fail("unexpected symbol"), -1;
       default:
         return fail(tok_.kind == Tok::End ? "incomplete expression" : "unexpected symbol"), -1;
     }
@@ -334,6 +357,17 @@ class Parser {
     }
     n.op = Op::Name;
     n.name = name;
+    return add(std::move(n));
+  }
+
+  // "&name": a Name node with the macro text, or a Call so named.
+  int32_t macro_primary()
+  {
+    Node n;
+    n.op = Op::Name;
+    n.name = tok_.text;
+    advance(false);
+    if (tok_.kind == Tok::LParen) return call(n.name);
     return add(std::move(n));
   }
 
@@ -500,7 +534,8 @@ class Parser {
   int32_t send(int32_t object)
   {
     advance(false);
-    if (tok_.kind != Tok::Name) return fail("expected a message name after ':'"), -1;
+    if (tok_.kind != Tok::Name && !(macros_ && tok_.kind == Tok::Macro))
+      return fail("expected a message name after ':'"), -1;
     Node n;
     n.op = Op::Send;
     n.a = object;
@@ -596,6 +631,7 @@ class Parser {
   Program& prog_;
   Token tok_;
   int depth_ = 0;
+  bool macros_ = false;
 };
 
 }  // namespace
@@ -622,6 +658,27 @@ Compiled compile(const std::string& text, bool as_block)
   if (parser.parse(as_block)) return Compiled{prog, 0, {}};
   delete prog;
   return Compiled{nullptr, parser.code_, parser.message_};
+}
+
+}  // namespace vl::expr
+
+namespace vl::expr {
+
+PrefixCompiled compile_prefix(const std::string& text, size_t start, PrefixMode mode)
+{
+  ++vln_expr_compile_count;
+  auto* prog = new Program;
+  Parser parser(text, *prog, start, mode.macros);
+  PrefixCompiled out;
+  if (parser.parse_prefix(mode.list, out.end)) {
+    out.program = prog;
+    return out;
+  }
+  delete prog;
+  out.code = parser.code_;
+  out.message = parser.what_;
+  out.error_pos = parser.error_pos_;
+  return out;
 }
 
 }  // namespace vl::expr

@@ -45,6 +45,25 @@ constexpr Word kDotted[] = {
     {".and.", Tok::And}, {".or.", Tok::Or},    {".not.", Tok::Not},
 };
 
+// The length of the dotted word (".and.", ".t." ...) at pos of text, or 0.
+size_t dotted_length(std::string_view text, size_t pos, const Word** found = nullptr)
+{
+  for (const Word& w : kDotted) {
+    const size_t n = std::strlen(w.text);
+    if (pos + n > text.size()) continue;
+    bool same = true;
+    for (size_t i = 0; i < n && same; ++i)
+      same = std::tolower(static_cast<unsigned char>(text[pos + i])) == w.text[i];
+    if (same) {
+      if (found) *found = &w;
+      return n;
+    }
+  }
+  return 0;
+}
+
+bool dotted_word_at(std::string_view text, size_t pos) { return dotted_length(text, pos) > 0; }
+
 Token make(Tok kind, size_t pos, std::string text = {})
 {
   Token t;
@@ -71,7 +90,23 @@ Token Scanner::next(bool operand_expected)
   if (c == '[' && operand_expected) return scan_string(']');
   if (name_start(c)) return scan_name();
   if (c == '.') return scan_dotted();
+  if (c == '&' && macros_ && name_start(peek(1))) return scan_macro();
   return scan_operator();
+}
+
+// "&name", or "&name." with the name characters that follow the point.
+Token Scanner::scan_macro()
+{
+  Token t = make(Tok::Macro, pos_);
+  const size_t start = pos_++;
+  while (name_char(peek())) ++pos_;
+  if (peek() == '.' && !dotted_word_at(text_, pos_)) {
+    ++pos_;
+    while (name_char(peek())) ++pos_;
+  }
+  t.text.assign(text_.substr(start, pos_ - start));
+  t.whole = t.text;
+  return t;
 }
 
 Token Scanner::scan_number()
@@ -118,17 +153,11 @@ Token Scanner::scan_name()
 
 Token Scanner::scan_dotted()
 {
-  for (const Word& w : kDotted) {
-    const size_t n = std::strlen(w.text);
-    if (pos_ + n > text_.size()) continue;
-    bool same = true;
-    for (size_t i = 0; i < n && same; ++i)
-      same = std::tolower(static_cast<unsigned char>(text_[pos_ + i])) == w.text[i];
-    if (same) {
-      Token t = make(w.kind, pos_);
-      pos_ += n;
-      return t;
-    }
+  const Word* w = nullptr;
+  if (const size_t n = dotted_length(text_, pos_, &w)) {
+    Token t = make(w->kind, pos_);
+    pos_ += n;
+    return t;
   }
   return make(Tok::Bad, pos_++, "unexpected '.'");
 }

@@ -43,6 +43,12 @@ struct Token {
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
+  // Scanning from offset start; with macros, "&name[.suffix]" is one Macro
+  // token whose text is all of it.
+  Scanner(std::string_view text, size_t start, bool macros)
+      : text_(text), pos_(start), macros_(macros)
+  {
+  }
 
   // The next token.  With operand_expected, "[" opens a string.
   Token next(bool operand_expected);
@@ -55,6 +61,7 @@ class Scanner {
   Token scan_name();
   Token scan_dotted();
   Token scan_operator();
+  Token scan_macro();
   void skip_blanks();
   char peek(size_t ahead = 0) const
   {
@@ -63,6 +70,7 @@ class Scanner {
 
   std::string_view text_;
   size_t pos_ = 0;
+  bool macros_ = false;
 };
 
 // Significant characters of a name.
