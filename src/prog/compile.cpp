@@ -13,6 +13,7 @@
 // the preloads.  The preloads' number is known only at the end, so they
 // are numbered -1, -2, ... while compiling and moved behind the
 // temporaries when the function is finished (finish()).
+#include <cctype>
 #include <climits>
 #include <cstring>
 #include <functional>
@@ -276,6 +277,7 @@ class FnCompiler {
   // The register holding name's record for reading or writing.
   int32_t name_ref(const std::string& name, bool write)
   {
+    if (is_macro(name)) return macro(name);
     Name n;
     if (resolve(name, n)) {
       switch (n.sym) {
@@ -363,6 +365,10 @@ class FnCompiler {
 
   void emit_call(int32_t dst, const std::string& name, int32_t argv, int32_t argc)
   {
+    if (is_macro(name)) {
+      emit(Opc::MacroCall, dst, argv, argc, 0, 0, keep_text(name));
+      return;
+    }
     if (Code* target = program_function(name)) {
       emit(Opc::CallProg, dst, argv, argc, 0, 0, target);
       return;
@@ -577,7 +583,7 @@ class FnCompiler {
   int32_t block_literal(const Node& n)
   {
     expr::Compiled c = expr::compile(n.name, true);
-    if (!c.program) return macro_of(text_constant(n.name));
+    if (!c.program) return macro(n.name);
     std::unique_ptr<expr::Program> prog(c.program);
     auto code = std::make_unique<Code>();
     code->name = code_->name;
@@ -595,12 +601,14 @@ class FnCompiler {
     return dst;
   }
 
-  int32_t macro_of(int32_t text)
+  // A macro: its text expands and runs through the evaluator.
+  int32_t macro(const std::string& text)
   {
     const int32_t dst = alloc();
-    emit(Opc::Macro, dst, text);
+    emit(Opc::Macro, dst, 0, 0, 0, 0, keep_text(text));
     return dst;
   }
+  static bool is_macro(const std::string& name) { return !name.empty() && name[0] == '&'; }
 
   int32_t list(const Node& n)
   {
@@ -912,7 +920,24 @@ class FnCompiler {
   {
     stmt_start(s.pos);
     const int32_t r = expr(s.expr);
-    if (sh_.echo && is_main_) emit(Opc::Echo, r);
+    if (sh_.echo && is_main_ && !is_command(s)) emit(Opc::Echo, r);
+  }
+
+  // Whether an expression statement is a command the parser lowered to a
+  // call (? x is QOUT(x)): the text at the statement does not start with
+  // the name of the function called.
+  bool is_command(const Stmt& s) const
+  {
+    const Node& root = s.expr.tree->nodes[static_cast<size_t>(s.expr.tree->root)];
+    if (root.op != Op::Call) return false;
+    const auto& lines = sh_.unit->lines;
+    if (s.pos.line < 1 || static_cast<size_t>(s.pos.line) > lines.size()) return false;
+    const std::string& text = lines[static_cast<size_t>(s.pos.line) - 1];
+    const size_t at = s.pos.col > 0 ? static_cast<size_t>(s.pos.col) - 1 : 0;
+    if (at + root.name.size() > text.size()) return true;
+    for (size_t k = 0; k < root.name.size(); ++k)
+      if (std::tolower(static_cast<unsigned char>(text[at + k])) != root.name[k]) return true;
+    return false;
   }
 
   void statement(const Stmt& s)

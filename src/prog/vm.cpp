@@ -169,20 +169,6 @@ var* make_block(Code* code, int32_t n, var** caps)
   return t;
 }
 
-// The function a macro text names, called with args.
-var* macro_call(var* name, int argc, var** argv)
-{
-  if (name->Type != 'C') return rt_error(VL_E_ILLEGAL_OP, "macro of a value that is not text");
-  BbFn fn = macrofun(VSTR(name));
-  return fn(argc, argv);
-}
-
-var* macro_value(var* text)
-{
-  if (text->Type != 'C') return rt_error(VL_E_ILLEGAL_OP, "macro of a value that is not text");
-  return exp_eval(VSTR(text));
-}
-
 // The value as ? shows it, on a line of its own.
 void echo(var* v)
 {
@@ -472,10 +458,11 @@ op_PopArea:
   if (vln_eval_pop_area_hook) vln_eval_pop_area_hook();
   NEXT();
 op_Macro:
-  R[pc->a] = macro_value(R[pc->b]);
+  R[pc->a] = exp_eval(static_cast<const char*>(pc->p));
   NEXT();
 op_MacroCall:
-  R[pc->a] = macro_call(R[pc->b], pc->d, R + pc->c);
+  R[pc->a] = call_result(macrofun(static_cast<const char*>(pc->p))(pc->c, R + pc->b),
+                         static_cast<const char*>(pc->p));
   NEXT();
 op_Jump:
   pc = code->ins.data() + pc->d;

@@ -59,8 +59,8 @@ enum class Opc : uint8_t {
   AliasField, // R[a] = alias R[b] -> field p
   PushArea,   // select alias R[b] for an alias->(list); R[a] error flag
   PopArea,    // undo the PushArea
-  Macro,      // R[a] = the value of the text R[b] through the evaluator
-  MacroCall,  // R[a] = function named by text R[b] of R[c..c+d)
+  Macro,      // R[a] = the value of macro text p through the evaluator
+  MacroCall,  // R[a] = the function macro text p names, of R[b..b+c)
   Jump,       // goto d
   JumpFalse,  // if R[a] is false goto d
   AndJump,    // if R[a] is false: R[a] = FALSE_VAR, goto d
