@@ -3,6 +3,7 @@
 //
 //   ProgLoop   FOR i := 1 TO 10000000 / x := x + a * b - c / NEXT on LOCALs
 //   ProgFib    fib(27), recursive
+//   GenFib     the same fib as generated code writes it, for reference
 //
 // Each program is parsed and loaded once; an iteration of the benchmark is
 // one run of its main procedure (Session::run_main).  Rows report
@@ -88,6 +89,49 @@ void BM_ProgFib(benchmark::State& state)
   run_program(state, "bench_fib.prg", kProgFib, kFibResult, kFibCalls);
 }
 BENCHMARK(BM_ProgFib)->Name("ProgFib")->Unit(benchmark::kMillisecond);
+
+// The same fib written as generated code (vlgen.h): what a compiled
+// program pays for its frames, the floor of ProgFib.
+var* k_one = nullptr;
+var* k_two = nullptr;
+
+var* gen_fib(int argc, var** argv)
+{
+  VL_BEGIN("bench_fib.prg", "fib");
+  var* n = VL_PARAM(0, 'U');
+  _vln_signal_n();
+  vl_frame_.Line = 3;
+  if (if_u(u_lt_u(n, k_two))) {
+    del_tmpvars(vl_frame_.TmvNp);
+    VL_RETURN(n);
+  }
+  del_tmpvars(vl_frame_.TmvNp);
+  _vln_signal_n();
+  vl_frame_.Line = 6;
+  var* a = vl_call(gen_fib, {u_sub_u(n, k_one, 0)});
+  VL_RETURN(u_add_u(a, vl_call(gen_fib, {u_sub_u(n, k_two, 0)}), 0));
+}
+
+var* constant(double d)
+{
+  var* v = mak_var('C', 'N');
+  set_nvar(v, d, 0);
+  v->Flags |= VF_STATIC;
+  return v;
+}
+
+void BM_GenFib(benchmark::State& state)
+{
+  if (!k_one) k_one = constant(1), k_two = constant(2);
+  const int32_t mark = tmpvar_cnt;
+  for (auto _ : state) {
+    var* r = vl_call(gen_fib, {set_nv(kFibN, 0)});
+    if (vlnNumVar(r) != kFibResult) state.SkipWithError("wrong result");
+    del_tmpvars(mark);
+  }
+  per(state, kFibCalls);
+}
+BENCHMARK(BM_GenFib)->Name("GenFib")->Unit(benchmark::kMillisecond);
 
 #ifdef VL_HAVE_LUA
 constexpr const char* kLuaLoop =

@@ -172,9 +172,16 @@ class FnCompiler {
 
   int32_t preload(var* rec, int32_t capture = -1)
   {
+    if (capture < 0) {
+      auto it = fixed_preloads_.find(rec);
+      if (it != fixed_preloads_.end()) return it->second;
+    }
     code_->preloads.push_back(Preload{rec, capture});
-    return -static_cast<int32_t>(code_->preloads.size());
+    const int32_t r = -static_cast<int32_t>(code_->preloads.size());
+    if (capture < 0) fixed_preloads_[rec] = r;
+    return r;
   }
+  std::map<var*, int32_t> fixed_preloads_;
 
   const char* keep_text(const std::string& s)
   {
@@ -206,6 +213,9 @@ class FnCompiler {
       remap(i.b);
       remap(i.c);
     }
+    for (size_t k = 0; k < code_->formulas.size(); k += static_cast<size_t>(code_->formulas[k].reg) + 1)
+      for (size_t j = k + 1; j <= k + static_cast<size_t>(code_->formulas[k].reg); ++j)
+        if (code_->formulas[j].kind != FormulaItem::OpPop) remap(code_->formulas[j].reg);
     code_->once.resize(static_cast<size_t>(once_count_));
   }
   int32_t once_count_ = 0;
@@ -332,11 +342,133 @@ class FnCompiler {
         into(preload(NIL_VAR), want);
         continue;
       }
-      const bool by_ref = node(kids[k]).op == Op::ByRef;
+      const bool as_is = node(kids[k]).op == Op::ByRef || is_arithmetic(kids[k]);
       into(value(kids[k]), want);
-      if (args && !by_ref) emit(Opc::ArgCopy, want);
+      if (args && !as_is) emit(Opc::ArgCopy, want);
     }
     return first;
+  }
+
+  // Whether the record in register r may be a variable or element that
+  // code run later in the statement can release: not when the instruction
+  // that just wrote r makes temporaries or constants.
+  bool may_be_released(int32_t r) const
+  {
+    if (!is_temp_reg(r)) return false;
+    if (code_->ins.empty() || label_ == here()) return true;
+    const Ins& last = code_->ins.back();
+    if (last.a != r) return true;
+    switch (last.op) {
+      case Opc::CallProg:
+      case Opc::Add:
+      case Opc::Sub:
+      case Opc::Mul:
+      case Opc::Negate:
+      case Opc::Array:
+      case Opc::Block: return false;
+      default: return true;
+    }
+  }
+
+  // Whether node i is arithmetic, whose result is a temporary or a
+  // constant record: an argument that generated code passes as it is.
+  bool is_arithmetic(int32_t i) const
+  {
+    const Node& n = node(i);
+    if (n.op == Op::Negate) return true;
+    if (n.op != Op::Binary) return false;
+    for (Bin b : n.ops)
+      if (b != Bin::Add && b != Bin::Sub && b != Bin::Mul && b != Bin::Div && b != Bin::Mod &&
+          b != Bin::Pow)
+        return false;
+    return true;
+  }
+
+  // ---- Number formulas: x := a * b + c on variables that stay put. ----
+
+  // A formula's leaf: the register of a number literal or of a name that
+  // stays put; kNoValue for anything else.
+  int32_t formula_leaf(int32_t i)
+  {
+    const Node& n = node(i);
+    if (n.op == Op::Literal) return n.lit && n.lit->Type == 'N' ? preload(n.lit) : kNoValue;
+    return fixed_register(n);
+  }
+
+  static bool formula_op(Bin b, FormulaItem::Op& op)
+  {
+    switch (b) {
+      case Bin::Add: op = FormulaItem::Add; return true;
+      case Bin::Sub: op = FormulaItem::Sub; return true;
+      case Bin::Mul: op = FormulaItem::Mul; return true;
+      default: return false;
+    }
+  }
+
+  // Append the steps that leave node i's value in the accumulator (pushing
+  // a live accumulator first); false when it is no formula.  A chain that
+  // begins "leaf op (sub-formula)" with op commutative computes the
+  // sub-formula first and then combines the leaf, which spares a push.
+  bool formula_items(int32_t i, std::vector<FormulaItem>& out, bool live, int depth)
+  {
+    if (depth >= kFormulaDepth || out.size() >= static_cast<size_t>(kFormulaItems)) return false;
+    const int32_t leaf = formula_leaf(i);
+    if (leaf != kNoValue) {
+      out.push_back({FormulaItem::Load, FormulaItem::Add, live, false, leaf});
+      return true;
+    }
+    const Node& n = node(i);
+    if (n.op != Op::Binary) return false;
+    size_t k = 1;
+    FormulaItem::Op op;
+    const int32_t first = formula_leaf(n.kids[0]);
+    if (first != kNoValue && formula_op(n.ops[0], op) && op != FormulaItem::Sub &&
+        formula_leaf(n.kids[1]) == kNoValue) {
+      if (!formula_items(n.kids[1], out, live, depth)) return false;
+      out.push_back({FormulaItem::OpReg, op, false, true, first});
+      k = 2;
+    } else if (!formula_items(n.kids[0], out, live, depth)) {
+      return false;
+    }
+    for (; k < n.kids.size(); ++k) {
+      if (!formula_op(n.ops[k - 1], op)) return false;
+      const int32_t r = formula_leaf(n.kids[k]);
+      if (r != kNoValue) {
+        out.push_back({FormulaItem::OpReg, op, false, false, r});
+        continue;
+      }
+      if (!formula_items(n.kids[k], out, true, depth + 1)) return false;
+      out.push_back({FormulaItem::OpPop, op, false, false, 0});
+    }
+    return true;
+  }
+
+  // The register of a name that stays put (a LOCAL, a parameter, a
+  // STATIC), found without running anything; kNoValue otherwise.
+  int32_t fixed_register(const Node& n)
+  {
+    if (n.op == Op::Param) return n.slot;
+    if (n.op != Op::Name || is_macro(n.name)) return kNoValue;
+    Name found;
+    if (!resolve(n.name, found)) return kNoValue;
+    if (found.sym == Sym::Local) return found.reg;
+    if (found.sym == Sym::Fixed) return preload(found.rec);
+    return kNoValue;
+  }
+
+  // x := formula: a NumSet ahead of the general code; returns the NumSet
+  // to patch past that code, or -1 when the assignment is no formula.
+  int64_t formula_assign(const Node& n)
+  {
+    if (n.bin != Bin::None) return -1;
+    const int32_t target = fixed_register(node(n.a));
+    if (target == kNoValue || node(n.b).op != Op::Binary) return -1;
+    std::vector<FormulaItem> items(1);
+    if (!formula_items(n.b, items, false, 1)) return -1;
+    items[0].reg = static_cast<int32_t>(items.size()) - 1;
+    const int32_t first = static_cast<int32_t>(code_->formulas.size());
+    code_->formulas.insert(code_->formulas.end(), items.begin(), items.end());
+    return static_cast<int64_t>(emit(Opc::NumSet, target, 0, 0, 0, first));
   }
 
   int32_t result_reg(int32_t first_free)
@@ -402,7 +534,7 @@ class FnCompiler {
     const int32_t mark = top_;
     int32_t acc = value(n.kids[0]);
     for (size_t k = 1; k < n.kids.size(); ++k) {
-      if (!runs_nothing(n.kids[k]) && is_temp_reg(acc)) emit(Opc::Hold, acc);
+      if (!runs_nothing(n.kids[k]) && may_be_released(acc)) emit(Opc::Hold, acc);
       const int32_t r = value(n.kids[k]);
       const int32_t dst = result_reg(mark);
       const Bin b = n.ops[k - 1];
@@ -457,6 +589,14 @@ class FnCompiler {
   }
 
   int32_t assign(const Node& n)
+  {
+    const int64_t formula = formula_assign(n);
+    const int32_t r = assign_general(n);
+    if (formula >= 0) patch(static_cast<size_t>(formula));
+    return r;
+  }
+
+  int32_t assign_general(const Node& n)
   {
     const int32_t v = value(n.b);
     const Node& target = node(n.a);
@@ -763,12 +903,37 @@ class FnCompiler {
     }
   }
 
+  // Jump when the condition e is false: a comparison of two operands is
+  // one instruction.  Returns the jump to patch.
+  size_t jump_unless(const Expr& e)
+  {
+    tree_ = e.tree.get();
+    const Node& n = node(e.tree->root);
+    const Opc op = n.op == Op::Binary && n.kids.size() == 2 ? compare_jump(n.ops[0]) : Opc::Count;
+    if (op == Opc::Count) return emit(Opc::JumpFalse, value(e.tree->root));
+    const int32_t l = value(n.kids[0]);
+    if (!runs_nothing(n.kids[1]) && is_temp_reg(l)) emit(Opc::Hold, l);
+    const int32_t r = value(n.kids[1]);
+    return emit(op, l, r);
+  }
+
+  static Opc compare_jump(Bin b)
+  {
+    switch (b) {
+      case Bin::Lt: return Opc::JumpNotLt;
+      case Bin::Le: return Opc::JumpNotLe;
+      case Bin::Gt: return Opc::JumpNotGt;
+      case Bin::Ge: return Opc::JumpNotGe;
+      default: return Opc::Count;
+    }
+  }
+
   void if_stmt(const Stmt& s)
   {
     std::vector<size_t> ends;
     for (const Branch& b : s.branches) {
       stmt_start(b.cond.pos);
-      const size_t next = emit(Opc::JumpFalse, expr(b.cond));
+      const size_t next = jump_unless(b.cond);
       block(b.body);
       ends.push_back(emit(Opc::Jump));
       patch(next);
@@ -788,7 +953,7 @@ class FnCompiler {
     const Branch& b = s.branches[0];
     const int32_t top = here();
     stmt_start(b.cond.pos);
-    const size_t out = emit(Opc::JumpFalse, expr(b.cond));
+    const size_t out = jump_unless(b.cond);
     loops_.push_back(LoopCtx{{}, {}, seq_depth_});
     block(b.body);
     emit(Opc::Jump, 0, 0, 0, top);

@@ -139,6 +139,72 @@ inline __attribute__((always_inline)) void for_advance(var* v, var* stepv)
   cpy_var(v, u_add_u(v, stepv, 0));
 }
 
+// One operator of a formula on two numbers and their Decimals, as the
+// operator gives them: the larger Decimals for + and -, the sum up to 255
+// for *.
+inline __attribute__((always_inline)) void formula_op(FormulaItem::Op op, double a, uint32_t da,
+                                                      double b, uint32_t db, double& r,
+                                                      uint32_t& dr)
+{
+  switch (op) {
+    case FormulaItem::Add: r = a + b; break;
+    case FormulaItem::Sub: r = a - b; break;
+    default: r = a * b; break;
+  }
+  if (op == FormulaItem::Mul)
+    dr = da + db > VLN_TAG_DECIMALS ? VLN_TAG_DECIMALS : da + db;
+  else
+    dr = da > db ? da : db;
+}
+
+// target := formula when every operand is an 'N' number and target an 'N'
+// variable that is no constant: the value and Decimals the operators would
+// give, stored as vln_assign stores an 'N' temporary, without making the
+// temporaries.  false, having changed nothing, in any other case.
+inline __attribute__((always_inline)) bool number_formula(var** R, const FormulaItem* f,
+                                                          var* target)
+{
+  const uint32_t tt = vln_tag(target);
+  if (vln_tag_kind(tt) != VLN_TAG_NUMBER_LOCAL || (tt & VLN_TAG_STATIC)) return false;
+  double stack[kFormulaDepth];
+  uint32_t decs[kFormulaDepth];
+  int sp = 0;
+  double acc = 0;
+  uint32_t dacc = 0;
+  const int32_t n = f->reg;
+  for (int32_t k = 1; k <= n; ++k) {
+    const FormulaItem& it = f[k];
+    if (it.kind == FormulaItem::OpPop) {
+      --sp;
+      formula_op(it.op, stack[sp], decs[sp], acc, dacc, acc, dacc);
+      continue;
+    }
+    const var* v = R[it.reg];
+    const uint32_t t = vln_tag(v);
+    if (vln_tag_type(t) != 'N') return false;
+    const double x = vln_number(v);
+    const uint32_t dx = t & VLN_TAG_DECIMALS;
+    if (it.kind == FormulaItem::OpReg) {
+      if (it.swap)
+        formula_op(it.op, x, dx, acc, dacc, acc, dacc);
+      else
+        formula_op(it.op, acc, dacc, x, dx, acc, dacc);
+      continue;
+    }
+    if (it.push) {
+      stack[sp] = acc;
+      decs[sp++] = dacc;
+    }
+    acc = x;
+    dacc = dx;
+  }
+  vln_set_tag(target, (tt & ~VLN_TAG_DECIMALS) | dacc);
+  target->Length = VLN_NO_WIDTH;
+  target->Value.w1.bits = vln_number_bits(acc);
+  target->Value.w2.bits = 0;
+  return true;
+}
+
 var* array_of(int32_t n, var** elems)
 {
   var* t = cre_tmpvar();
@@ -276,7 +342,6 @@ var* vm_run(Code* code, int argc, var** argv, var** avec)
   for (int32_t k = 0; k < code->nlocals; ++k)
     R[code->nparams + k] = vln_local_param(0, 0, nullptr, 'U');
   for (int32_t k = 0; k < code->nparams; ++k) R[k] = vln_local_param(argc, k, argv, 'U');
-  for (int32_t k = code->nparams + code->nlocals; k < code->preload_base; ++k) R[k] = NIL_VAR;
   for (size_t k = 0; k < code->preloads.size(); ++k) {
     const Preload& p = code->preloads[k];
     R[code->preload_base + static_cast<int32_t>(k)] = p.capture >= 0 ? avec[1 + p.capture] : p.rec;
@@ -306,7 +371,7 @@ const Ins* exec(Act* act, const Ins* pc, int32_t seq)
       &&op_Gt,        &&op_Ge,        &&op_Not,        &&op_Negate,    &&op_Step,
       &&op_Index,     &&op_Array,     &&op_Block,      &&op_Send,      &&op_SendSet,
       &&op_AliasField, &&op_PushArea, &&op_PopArea,    &&op_Macro,     &&op_MacroCall,
-      &&op_Jump,      &&op_JumpFalse, &&op_AndJump,    &&op_OrJump,    &&op_ForNext,
+      &&op_Jump,      &&op_JumpFalse, &&op_JumpNotLt, &&op_JumpNotLe,  &&op_JumpNotGt, &&op_JumpNotGe, &&op_NumSet, &&op_AndJump,    &&op_OrJump,    &&op_ForNext,
       &&op_ForStep,   &&op_ForTest,   &&op_Declare,    &&op_Public,    &&op_MacroDecl,
       &&op_Param,     &&op_Once,      &&op_SeqBegin,   &&op_SeqEnd,    &&op_Echo,
       &&op_Return,    &&op_ReturnNil, &&op_Quit};
@@ -469,6 +534,30 @@ op_Jump:
   DISPATCH();
 op_JumpFalse:
   if (!vln_if(R[pc->a])) {
+    pc = code->ins.data() + pc->d;
+    DISPATCH();
+  }
+  NEXT();
+#define VM_COMPARE_JUMP(label, cmp, entry)                                          \
+  label : {                                                                          \
+    var* const l = R[pc->a];                                                         \
+    var* const r = R[pc->b];                                                         \
+    const bool holds = l->Type == 'N' && r->Type == 'N'                              \
+                           ? l->Value.w1.d cmp r->Value.w1.d                         \
+                           : vln_if(entry(l, r)) != 0;                               \
+    if (!holds) {                                                                    \
+      pc = code->ins.data() + pc->d;                                                 \
+      DISPATCH();                                                                    \
+    }                                                                                \
+    NEXT();                                                                          \
+  }
+  VM_COMPARE_JUMP(op_JumpNotLt, <, u_lt_u)
+  VM_COMPARE_JUMP(op_JumpNotLe, <=, u_leq_u)
+  VM_COMPARE_JUMP(op_JumpNotGt, >, u_gt_u)
+  VM_COMPARE_JUMP(op_JumpNotGe, >=, u_geq_u)
+#undef VM_COMPARE_JUMP
+op_NumSet:
+  if (number_formula(R, code->formulas.data() + pc->e, R[pc->a])) {
     pc = code->ins.data() + pc->d;
     DISPATCH();
   }

@@ -63,6 +63,9 @@ enum class Opc : uint8_t {
   MacroCall,  // R[a] = the function macro text p names, of R[b..b+c)
   Jump,       // goto d
   JumpFalse,  // if R[a] is false goto d
+  JumpNotLt, JumpNotLe, JumpNotGt, JumpNotGe,  // goto d unless R[a] op R[b]
+  NumSet,     // R[a] := number formula e (Code::formulas); goto d when done,
+              // else go on with the general instructions that follow
   AndJump,    // if R[a] is false: R[a] = FALSE_VAR, goto d
   OrJump,     // if R[a] is true: R[a] = TRUE_VAR, goto d
   ForNext,    // end of a statement, then ForStep (operands that stay put);
@@ -101,6 +104,24 @@ struct Preload {
   int32_t capture = -1;
 };
 
+// One step of a number formula.  The formula works on an accumulator
+// and a stack: Load sets the accumulator to register reg (pushing the
+// accumulator first when push is set), OpReg combines the accumulator with
+// register reg (acc = acc op R[reg], or R[reg] op acc when swap is set),
+// OpPop combines the popped value with it (acc = popped op acc).  The first
+// step's reg is the count of the steps that follow.
+struct FormulaItem {
+  enum Kind : uint8_t { Load, OpReg, OpPop } kind;
+  enum Op : uint8_t { Add, Sub, Mul } op = Add;
+  bool push = false;
+  bool swap = false;
+  int32_t reg = 0;
+};
+
+// The most values a formula holds at once, and the most items it has.
+constexpr int kFormulaDepth = 8;
+constexpr int kFormulaItems = 24;
+
 // A compiled function or block body.
 struct Code {
   std::string name;          // lower case; a block has its function's
@@ -115,6 +136,7 @@ struct Code {
   int32_t nseqs = 0;         // BEGIN SEQUENCE frames
   std::vector<Preload> preloads;
   std::vector<Ins> ins;
+  std::vector<FormulaItem> formulas;
   std::vector<uint8_t> once;  // run-once flags (STATIC initialisers)
   std::deque<std::string> texts;  // names the instructions point to (stable)
   bool linked = false;
