@@ -79,9 +79,52 @@ const Case kCases[] = {
     {"BlockParametersAndAeval",
      "LOCAL t := 0\naeval({1, 2, 3}, {|x| t += x})\n? t\n",
      "         6\n"},
+    {"ForOverDates",
+     "LOCAL d, n := 0\nFOR d := date() TO date() + 2\n  n++\nNEXT\n? n, d - date()\n",
+     "         3          3\n"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Programs, VmFlow, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// A number formula assigned to a LOCAL runs without temporaries; it must
+// give what the operators give through a memory variable, Decimals too,
+// and leave anything that is not all numbers to the operators.
+struct Formula {
+  const char* text;
+  const char* output;
+};
+
+class VmFormula : public VmTest, public ::testing::WithParamInterface<Formula> {};
+
+TEST_P(VmFormula, GivesWhatTheOperatorsGive)
+{
+  const std::string f = GetParam().text;
+  const std::string out =
+      run("LOCAL a := 1.5, b := 2.25, c := 7, s := 'ab', x := 0, n := NIL\n"
+          "PRIVATE m\n"
+          "x := " + f + "\nm := " + f + "\n? x, m, x == m, valtype(x)\n");
+  EXPECT_EQ(out, GetParam().output) << f;
+}
+
+const Formula kFormulas[] = {
+    {"a * b + c", "        10.375         10.375 .T. N\n"},
+    {"c + a * b", "        10.375         10.375 .T. N\n"},
+    {"c - a * b - 1", "         2.625          2.625 .T. N\n"},
+    {"a * (b - c) * 2", "       -14.25        -14.25 .T. N\n"},
+    {"c * c * c * c * c * c * c * c * c * c", " 282475249  282475249 .T. N\n"},
+    {"(a + (b + (c + (a + (b + (c + (a + (b + (c + 1)))))))))", "        33.25         33.25 .T. N\n"},
+    {"c + 1", "         8          8 .T. N\n"},
+    {"s + 'c'", "abc abc .T. C\n"},
+    {"date() - date() + c", "         7          7 .T. N\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Formulas, VmFormula, ::testing::ValuesIn(kFormulas));
+
+TEST_F(VmTest, AFormulaOnANilOperandReportsAsTheOperatorDoes)
+{
+  EXPECT_EQ(run("LOCAL x := 1, n\nx := x + n * 2\n? valtype(x)\n"), "U\n");
+  EXPECT_GE(count(VL_E_TYPE_MISMATCH), 1);
+}
 
 }  // namespace
