@@ -13,12 +13,14 @@
 // the caller gets control with the work areas as they were.
 #include <array>
 #include <csetjmp>
+#include <cstdio>
 #include <utility>
 
 #include "calls.h"
 #include "frame.h"
 #include "kernel.h"
 #include "runtime.h"
+#include "runtime.hpp"
 #include "session.hpp"
 #include "vlerror.h"
 #include "vm_compile.hpp"
@@ -31,12 +33,22 @@ namespace {
 constexpr size_t kMaxFunctions = 2048;
 
 Code* g_slots[kMaxFunctions];
+char g_names[kMaxFunctions][12];
 size_t g_slots_used = 0;
+
+// A slot whose session has ended: its name stays registered, so a call
+// reports as a call of an unknown function does.
+var* unloaded(size_t slot)
+{
+  std::snprintf(repdum, sizeof repdum, "access of undefined function %s", g_names[slot]);
+  return rt_error(VL_E_UNDEFINED_FUNC, repdum);
+}
 
 template <size_t K>
 var* trampoline(int argc, var** argv)
 {
-  return vm_run(g_slots[K], argc, argv, nullptr);
+  Code* code = g_slots[K];
+  return code ? vm_run(code, argc, argv, nullptr) : unloaded(K);
 }
 
 template <size_t... K>
@@ -87,6 +99,7 @@ struct Session::Impl {
   Image image;
   std::vector<Code*> pending_inits;
   Code* main = nullptr;
+  std::vector<size_t> slots;  // the trampolines this session filled
   frame prompt_frame;  // opened for prompt code when the caller has none
   bool prompt_frame_open = false;
 
@@ -111,6 +124,8 @@ struct Session::Impl {
     }
     for (auto& [name, code] : out.publics) {
       g_slots[g_slots_used] = code;
+      std::snprintf(g_names[g_slots_used], sizeof g_names[0], "%s", name.c_str());
+      slots.push_back(g_slots_used);
       vln_register_fun(name.c_str(), kPool[g_slots_used++]);
     }
     pending_inits.insert(pending_inits.end(), out.inits.begin(), out.inits.end());
@@ -122,6 +137,7 @@ Session::Session() : impl_(std::make_unique<Impl>()) {}
 
 Session::~Session()
 {
+  for (size_t k : impl_->slots) g_slots[k] = nullptr;
   if (impl_->prompt_frame_open && old_fn_stack == &impl_->prompt_frame)
     vln_fn_end(&impl_->prompt_frame, 'U');
 }

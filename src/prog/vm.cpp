@@ -318,6 +318,14 @@ void link(Code* code)
 {
   if (!g_labels) exec(nullptr, nullptr, -1);
   for (Ins& i : code->ins) i.addr = g_labels[static_cast<int>(i.op)];
+  for (size_t k = 0; k < code->preloads.size(); ++k) {
+    const Preload& p = code->preloads[k];
+    code->preload_recs.push_back(p.rec);
+    if (p.capture < 0) continue;
+    if (code->capture_regs.size() <= static_cast<size_t>(p.capture))
+      code->capture_regs.resize(static_cast<size_t>(p.capture) + 1);
+    code->capture_regs[static_cast<size_t>(p.capture)] = code->preload_base + static_cast<int32_t>(k);
+  }
   code->linked = true;
 }
 
@@ -342,10 +350,10 @@ var* vm_run(Code* code, int argc, var** argv, var** avec)
   for (int32_t k = 0; k < code->nlocals; ++k)
     R[code->nparams + k] = vln_local_param(0, 0, nullptr, 'U');
   for (int32_t k = 0; k < code->nparams; ++k) R[k] = vln_local_param(argc, k, argv, 'U');
-  for (size_t k = 0; k < code->preloads.size(); ++k) {
-    const Preload& p = code->preloads[k];
-    R[code->preload_base + static_cast<int32_t>(k)] = p.capture >= 0 ? avec[1 + p.capture] : p.rec;
-  }
+  if (!code->preload_recs.empty())
+    std::memcpy(R + code->preload_base, code->preload_recs.data(),
+                sizeof(var*) * code->preload_recs.size());
+  for (size_t k = 0; k < code->capture_regs.size(); ++k) R[code->capture_regs[k]] = avec[1 + k];
   exec(&act, code->ins.data(), -1);
   glob_sequencebuf = act.entry_seq;
   if (code->top_level) {

@@ -135,6 +135,8 @@ struct Code {
   int32_t preload_base = 0;
   int32_t nseqs = 0;         // BEGIN SEQUENCE frames
   std::vector<Preload> preloads;
+  std::vector<var*> preload_recs;  // linked: the records (null for captures)
+  std::vector<int32_t> capture_regs;  // linked: register of capture k
   std::vector<Ins> ins;
   std::vector<FormulaItem> formulas;
   std::vector<uint8_t> once;  // run-once flags (STATIC initialisers)

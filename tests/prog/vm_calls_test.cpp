@@ -123,6 +123,14 @@ TEST_F(VmTest, AnUnknownFunctionIsReportedWhenCalledNotWhenLoaded)
   EXPECT_EQ(count(VL_E_UNDEFINED_FUNC), 1);
 }
 
+TEST_F(VmTest, AFunctionOfAnEndedSessionReportsWhenCalled)
+{
+  EXPECT_EQ(run("? gone()\nFUNCTION gone\nRETURN 'here'\n"), "here\n");
+  var* r = vl_call(vln_funcall("gone"), {});
+  EXPECT_EQ(r, ERROR_VAR);
+  EXPECT_EQ(count(VL_E_UNDEFINED_FUNC), 1);
+}
+
 TEST_F(VmTest, ErrorlevelIsTheExitStatus)
 {
   run("errorlevel(3)\n");
