@@ -876,7 +876,9 @@ class FnCompiler {
         emit(Opc::MacroDecl, 0, 0, 0, 0, is_public ? 1 : 0, keep_text(v.name));
         continue;
       }
-      names_[v.name] = Name{Sym::Memvar};
+      // A PRIVATE or PUBLIC names a memvar unless the function declared the
+      // name otherwise (FIELD, MEMVAR): declarations rule what names mean.
+      names_.emplace(v.name, Name{Sym::Memvar});
       const int32_t idx = memvar_index(v.name);
       emit(is_public ? Opc::Public : Opc::Declare, 0, 0, 0, idx);
       const int32_t init = initial(v);
