@@ -215,7 +215,7 @@ class FnCompiler {
     }
     for (size_t k = 0; k < code_->formulas.size(); k += static_cast<size_t>(code_->formulas[k].reg) + 1)
       for (size_t j = k + 1; j <= k + static_cast<size_t>(code_->formulas[k].reg); ++j)
-        if (code_->formulas[j].kind != FormulaItem::OpPop) remap(code_->formulas[j].reg);
+        if (code_->formulas[j].kind <= FormulaItem::MulReg) remap(code_->formulas[j].reg);
     code_->once.resize(static_cast<size_t>(once_count_));
   }
   int32_t once_count_ = 0;
@@ -395,50 +395,52 @@ class FnCompiler {
     return fixed_register(n);
   }
 
-  static bool formula_op(Bin b, FormulaItem::Op& op)
+  // The step that combines with a register (by_reg) or with a popped
+  // value for operator b; Load when b is none of + - *.
+  static FormulaItem::Kind formula_step(Bin b, bool by_reg)
   {
     switch (b) {
-      case Bin::Add: op = FormulaItem::Add; return true;
-      case Bin::Sub: op = FormulaItem::Sub; return true;
-      case Bin::Mul: op = FormulaItem::Mul; return true;
-      default: return false;
+      case Bin::Add: return by_reg ? FormulaItem::AddReg : FormulaItem::AddPop;
+      case Bin::Sub: return by_reg ? FormulaItem::SubReg : FormulaItem::SubPop;
+      case Bin::Mul: return by_reg ? FormulaItem::MulReg : FormulaItem::MulPop;
+      default: return FormulaItem::Load;
     }
   }
 
   // Append the steps that leave node i's value in the accumulator (pushing
   // a live accumulator first); false when it is no formula.  A chain that
-  // begins "leaf op (sub-formula)" with op commutative computes the
-  // sub-formula first and then combines the leaf, which spares a push.
+  // begins "leaf + (sub-formula)" or "leaf * (...)" computes the
+  // sub-formula first and then combines the leaf (both operators commute,
+  // Decimals too), which spares a push.
   bool formula_items(int32_t i, std::vector<FormulaItem>& out, bool live, int depth)
   {
     if (depth >= kFormulaDepth || out.size() >= static_cast<size_t>(kFormulaItems)) return false;
     const int32_t leaf = formula_leaf(i);
     if (leaf != kNoValue) {
-      out.push_back({FormulaItem::Load, FormulaItem::Add, live, false, leaf});
+      out.push_back({live ? FormulaItem::PushLoad : FormulaItem::Load, leaf});
       return true;
     }
     const Node& n = node(i);
     if (n.op != Op::Binary) return false;
     size_t k = 1;
-    FormulaItem::Op op;
     const int32_t first = formula_leaf(n.kids[0]);
-    if (first != kNoValue && formula_op(n.ops[0], op) && op != FormulaItem::Sub &&
+    if (first != kNoValue && (n.ops[0] == Bin::Add || n.ops[0] == Bin::Mul) &&
         formula_leaf(n.kids[1]) == kNoValue) {
       if (!formula_items(n.kids[1], out, live, depth)) return false;
-      out.push_back({FormulaItem::OpReg, op, false, true, first});
+      out.push_back({formula_step(n.ops[0], true), first});
       k = 2;
     } else if (!formula_items(n.kids[0], out, live, depth)) {
       return false;
     }
     for (; k < n.kids.size(); ++k) {
-      if (!formula_op(n.ops[k - 1], op)) return false;
+      if (formula_step(n.ops[k - 1], true) == FormulaItem::Load) return false;
       const int32_t r = formula_leaf(n.kids[k]);
       if (r != kNoValue) {
-        out.push_back({FormulaItem::OpReg, op, false, false, r});
+        out.push_back({formula_step(n.ops[k - 1], true), r});
         continue;
       }
       if (!formula_items(n.kids[k], out, true, depth + 1)) return false;
-      out.push_back({FormulaItem::OpPop, op, false, false, 0});
+      out.push_back({formula_step(n.ops[k - 1], false), 0});
     }
     return true;
   }

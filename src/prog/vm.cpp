@@ -139,22 +139,12 @@ inline __attribute__((always_inline)) void for_advance(var* v, var* stepv)
   cpy_var(v, u_add_u(v, stepv, 0));
 }
 
-// One operator of a formula on two numbers and their Decimals, as the
-// operator gives them: the larger Decimals for + and -, the sum up to 255
-// for *.
-inline __attribute__((always_inline)) void formula_op(FormulaItem::Op op, double a, uint32_t da,
-                                                      double b, uint32_t db, double& r,
-                                                      uint32_t& dr)
+// Decimals of a sum or difference: the larger; of a product: the sum,
+// at most 255 -- as the operators give them.
+inline uint32_t sum_decimals(uint32_t a, uint32_t b) { return a > b ? a : b; }
+inline uint32_t product_decimals(uint32_t a, uint32_t b)
 {
-  switch (op) {
-    case FormulaItem::Add: r = a + b; break;
-    case FormulaItem::Sub: r = a - b; break;
-    default: r = a * b; break;
-  }
-  if (op == FormulaItem::Mul)
-    dr = da + db > VLN_TAG_DECIMALS ? VLN_TAG_DECIMALS : da + db;
-  else
-    dr = da > db ? da : db;
+  return a + b > VLN_TAG_DECIMALS ? VLN_TAG_DECIMALS : a + b;
 }
 
 // target := formula when every operand is an 'N' number and target an 'N'
@@ -171,32 +161,30 @@ inline __attribute__((always_inline)) bool number_formula(var** R, const Formula
   int sp = 0;
   double acc = 0;
   uint32_t dacc = 0;
-  const int32_t n = f->reg;
-  for (int32_t k = 1; k <= n; ++k) {
-    const FormulaItem& it = f[k];
-    if (it.kind == FormulaItem::OpPop) {
-      --sp;
-      formula_op(it.op, stack[sp], decs[sp], acc, dacc, acc, dacc);
-      continue;
+  const FormulaItem* const end = f + 1 + f->reg;
+  for (const FormulaItem* it = f + 1; it != end; ++it) {
+    double x = 0;
+    uint32_t dx = 0;
+    if (it->kind <= FormulaItem::MulReg) {
+      const var* v = R[it->reg];
+      const uint32_t t = vln_tag(v);
+      if (vln_tag_type(t) != 'N') return false;
+      x = vln_number(v);
+      dx = t & VLN_TAG_DECIMALS;
     }
-    const var* v = R[it.reg];
-    const uint32_t t = vln_tag(v);
-    if (vln_tag_type(t) != 'N') return false;
-    const double x = vln_number(v);
-    const uint32_t dx = t & VLN_TAG_DECIMALS;
-    if (it.kind == FormulaItem::OpReg) {
-      if (it.swap)
-        formula_op(it.op, x, dx, acc, dacc, acc, dacc);
-      else
-        formula_op(it.op, acc, dacc, x, dx, acc, dacc);
-      continue;
+    switch (it->kind) {
+      case FormulaItem::PushLoad:
+        stack[sp] = acc;
+        decs[sp++] = dacc;
+        [[fallthrough]];
+      case FormulaItem::Load: acc = x, dacc = dx; break;
+      case FormulaItem::AddReg: acc = acc + x, dacc = sum_decimals(dacc, dx); break;
+      case FormulaItem::SubReg: acc = acc - x, dacc = sum_decimals(dacc, dx); break;
+      case FormulaItem::MulReg: acc = acc * x, dacc = product_decimals(dacc, dx); break;
+      case FormulaItem::AddPop: --sp, acc = stack[sp] + acc, dacc = sum_decimals(decs[sp], dacc); break;
+      case FormulaItem::SubPop: --sp, acc = stack[sp] - acc, dacc = sum_decimals(decs[sp], dacc); break;
+      case FormulaItem::MulPop: --sp, acc = stack[sp] * acc, dacc = product_decimals(decs[sp], dacc); break;
     }
-    if (it.push) {
-      stack[sp] = acc;
-      decs[sp++] = dacc;
-    }
-    acc = x;
-    dacc = dx;
   }
   vln_set_tag(target, (tt & ~VLN_TAG_DECIMALS) | dacc);
   target->Length = VLN_NO_WIDTH;

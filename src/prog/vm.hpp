@@ -105,17 +105,14 @@ struct Preload {
 };
 
 // One step of a number formula.  The formula works on an accumulator
-// and a stack: Load sets the accumulator to register reg (pushing the
-// accumulator first when push is set), OpReg combines the accumulator with
-// register reg (acc = acc op R[reg], or R[reg] op acc when swap is set),
-// OpPop combines the popped value with it (acc = popped op acc).  The first
-// step's reg is the count of the steps that follow.
+// and a stack: Load sets the accumulator to register reg, PushLoad pushes
+// the accumulator first; AddReg, SubReg and MulReg combine it with register
+// reg (acc = acc op R[reg]); AddPop, SubPop and MulPop with the value they
+// pop (acc = popped op acc).  The first step's reg is the count of the
+// steps that follow.
 struct FormulaItem {
-  enum Kind : uint8_t { Load, OpReg, OpPop } kind;
-  enum Op : uint8_t { Add, Sub, Mul } op = Add;
-  bool push = false;
-  bool swap = false;
-  int32_t reg = 0;
+  enum Kind : int32_t { Load, PushLoad, AddReg, SubReg, MulReg, AddPop, SubPop, MulPop } kind;
+  int32_t reg;
 };
 
 // The most values a formula holds at once, and the most items it has.
