@@ -360,7 +360,7 @@ namespace {
 const Ins* exec(Act* act, const Ins* pc, int32_t seq)
 {
   static const void* const labels[] = {
-      &&op_Stmt,      &&op_Nil,       &&op_Move,       &&op_Assign,    &&op_Hold,
+      &&op_Stmt,      &&op_Move,       &&op_Assign,    &&op_Hold,
       &&op_ArgCopy,   &&op_GetMemvar, &&op_SetMemvar,  &&op_GetName,   &&op_SetName,
       &&op_GetField,  &&op_Call,      &&op_CallName,   &&op_CallProg,  &&op_Binary,
       &&op_Add,       &&op_Sub,       &&op_Mul,        &&op_AddTo,     &&op_SubTo,     &&op_MulTo,        &&op_Lt,        &&op_Le,
@@ -395,9 +395,6 @@ op_Stmt:
   vln_release(F->TmvNp);
   vln_signal();
   F->Line = pc->d;
-  NEXT();
-op_Nil:
-  R[pc->a] = NIL_VAR;
   NEXT();
 op_Move:
   R[pc->a] = R[pc->b];

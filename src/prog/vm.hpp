@@ -31,7 +31,6 @@ namespace vl::prog {
 
 enum class Opc : uint8_t {
   Stmt,       // d: line.  Release the statement's temporaries, deliver events
-  Nil,        // R[a] = NIL_VAR
   Move,       // R[a] = R[b]
   Assign,     // cpy_var(R[a], R[b])
   Hold,       // R[a] = the record held until the statement ends
@@ -92,7 +91,7 @@ struct Code;
 // integer operands and a pointer operand, as the opcode uses them.
 struct Ins {
   const void* addr = nullptr;
-  Opc op = Opc::Nil;
+  Opc op = Opc::Stmt;
   int32_t a = 0, b = 0, c = 0;
   int32_t d = 0, e = 0;
   const void* p = nullptr;
@@ -130,7 +129,7 @@ struct Code {
   int32_t nlocals = 0;       // LOCAL registers after them
   int32_t nregs = 0;
   int32_t preload_base = 0;
-  int32_t nseqs = 0;         // BEGIN SEQUENCE frames
+  int32_t nseqs = 0;         // BEGIN SEQUENCE statements (their indices)
   std::vector<Preload> preloads;
   std::vector<var*> preload_recs;  // linked: the records (null for captures)
   std::vector<int32_t> capture_regs;  // linked: register of capture k
