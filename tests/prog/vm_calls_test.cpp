@@ -89,6 +89,19 @@ const Case kCases[] = {
      "where()\n"
      "PROCEDURE where\n  ? procname(), procline()\nRETURN\n",
      "WHERE          3\n"},
+    {"MutualRecursion",
+     "? even(10), even(7)\n"
+     "FUNCTION even(n)\nRETURN iif(n == 0, .T., odd(n - 1))\n"
+     "FUNCTION odd(n)\nRETURN iif(n == 0, .F., even(n - 1))\n",
+     ".T. .F.\n"},
+    {"ArgumentsAreCopiesUnlessByReference",
+     "LOCAL a := {1}, s := 'x'\nchange(a, s)\n? a[1], s\n"
+     "PROCEDURE change(arr, str)\n  arr[1] := 2\n  str := 'y'\nRETURN\n",
+     "         2 x\n"},
+    {"StaticInABlockKeepsCountingAcrossCalls",
+     "LOCAL b := maker()\neval(b)\n? eval(b), eval(maker())\n"
+     "FUNCTION maker\n  STATIC calls := 0\nRETURN {|| calls := calls + 1}\n",
+     "         2          3\n"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Programs, VmCalls, ::testing::ValuesIn(kCases),
@@ -129,6 +142,14 @@ TEST_F(VmTest, AFunctionOfAnEndedSessionReportsWhenCalled)
   var* r = vl_call(vln_funcall("gone"), {});
   EXPECT_EQ(r, ERROR_VAR);
   EXPECT_EQ(count(VL_E_UNDEFINED_FUNC), 1);
+}
+
+TEST_F(VmTest, MoreFunctionsThanTrampolinesAreRefusedAtLoad)
+{
+  std::string text = "? 1\n";
+  for (int i = 0; i <= 2048; ++i) text += "FUNCTION f" + std::to_string(i) + "\nRETURN 1\n";
+  EXPECT_EQ(run(text), "load: too many functions: a run defines at most 2048");
+  EXPECT_LE(find_fun("f1"), 0);
 }
 
 TEST_F(VmTest, ErrorlevelIsTheExitStatus)

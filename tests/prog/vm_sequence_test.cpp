@@ -64,6 +64,15 @@ TEST_F(VmSequence, AnErrorInsideTheErrorBlockIsCaughtByTheOuterSequence)
             "recovered inner  343\n");
 }
 
+TEST_F(VmSequence, LoopLeavesASequenceInsideTheLoopAndBreakStillLandsInTheOuterOne)
+{
+  EXPECT_EQ(run("LOCAL i, s := '', v\nBEGIN SEQUENCE\n"
+                "  FOR i := 1 TO 3\n    BEGIN SEQUENCE\n      IF i == 2\n        LOOP\n      ENDIF\n"
+                "      s += str(i, 1)\n    END\n  NEXT\n  BREAK s\n"
+                "RECOVER USING v\n  ? v\nEND\n"),
+            "13\n");
+}
+
 TEST_F(VmSequence, QuitEndsTheRunWithTheErrorlevel)
 {
   EXPECT_EXIT(run("errorlevel(4)\nQUIT\n? 'not reached'\n"), ::testing::ExitedWithCode(4), "");
@@ -109,6 +118,13 @@ TEST_F(VmPrompt, EchoPrintsEachExpressionStatement)
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "         3\na\n");  // not the NIL of ?
   EXPECT_TRUE(ok);
   EXPECT_EQ(vmtest::output(), "q\n");
+}
+
+TEST_F(VmPrompt, FunctionsDefinedAtThePromptAreCalledLater)
+{
+  ASSERT_TRUE(line("? 'defined'\nFUNCTION sq(n)\nRETURN n * n"));
+  ASSERT_TRUE(line("? sq(7)"));
+  EXPECT_EQ(vmtest::output(), "defined\n        49\n");
 }
 
 TEST_F(VmPrompt, AnErrorReturnsToTheCallerWithVariablesKept)
