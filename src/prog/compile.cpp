@@ -822,6 +822,18 @@ class FnCompiler {
     emit(Opc::Stmt, 0, 0, 0, pos.line);
   }
 
+  // A statement whose first instruction follows its boundary directly
+  // (IF n < 2, RETURN n) does the boundary itself: the Stmt goes and its
+  // line is returned for that instruction's e; 0 when there is none to
+  // take (something jumps to the place after it).
+  int32_t fold_stmt()
+  {
+    if (code_->ins.empty() || label_ == here() || code_->ins.back().op != Opc::Stmt) return 0;
+    const int32_t line = code_->ins.back().d;
+    code_->ins.pop_back();
+    return line;
+  }
+
   void block(const Block& b)
   {
     for (const Stmt& s : b) {
@@ -918,7 +930,7 @@ class FnCompiler {
     const int32_t l = value(n.kids[0]);
     if (!runs_nothing(n.kids[1]) && is_temp_reg(l)) emit(Opc::Hold, l);
     const int32_t r = value(n.kids[1]);
-    return emit(op, l, r);
+    return emit(op, l, r, 0, 0, fold_stmt());
   }
 
   static Opc compare_jump(Bin b)
@@ -1079,10 +1091,12 @@ class FnCompiler {
   void return_stmt(const Stmt& s)
   {
     stmt_start(s.pos);
-    if (s.expr)
-      emit(Opc::Return, expr(s.expr));
-    else
-      emit(Opc::ReturnNil);
+    if (s.expr) {
+      const int32_t r = expr(s.expr);
+      emit(Opc::Return, r, 0, 0, 0, fold_stmt());
+    } else {
+      emit(Opc::ReturnNil, 0, 0, 0, 0, fold_stmt());
+    }
   }
 
   void eval_stmt(const Stmt& s)

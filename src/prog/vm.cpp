@@ -533,6 +533,11 @@ op_JumpFalse:
   NEXT();
 #define VM_COMPARE_JUMP(label, cmp, entry)                                          \
   label : {                                                                          \
+    if (pc->e) {                                                                     \
+      vln_release(F->TmvNp);                                                         \
+      vln_signal();                                                                  \
+      F->Line = pc->e;                                                               \
+    }                                                                                \
     var* const l = R[pc->a];                                                         \
     var* const r = R[pc->b];                                                         \
     const bool holds = l->Type == 'N' && r->Type == 'N'                              \
@@ -623,9 +628,14 @@ op_Echo:
   NEXT();
 op_Return:
   act->result = R[pc->a];
-  return nullptr;
+  goto returning;
 op_ReturnNil:
   act->result = NIL_VAR;
+returning:
+  if (pc->e) {
+    vln_signal();
+    F->Line = pc->e;
+  }
   return nullptr;
 op_Quit:
   vln_quit();

@@ -62,7 +62,8 @@ enum class Opc : uint8_t {
   MacroCall,  // R[a] = the function macro text p names, of R[b..b+c)
   Jump,       // goto d
   JumpFalse,  // if R[a] is false goto d
-  JumpNotLt, JumpNotLe, JumpNotGt, JumpNotGe,  // goto d unless R[a] op R[b]
+  JumpNotLt, JumpNotLe, JumpNotGt, JumpNotGe,  // goto d unless R[a] op R[b];
+              // e > 0: a statement boundary of line e first
   NumSet,     // R[a] := number formula e (Code::formulas); goto d when done,
               // else go on with the general instructions that follow
   AndJump,    // if R[a] is false: R[a] = FALSE_VAR, goto d
@@ -79,8 +80,8 @@ enum class Opc : uint8_t {
   SeqBegin,   // sequence e begins; a BREAK goes to d, its value in R[a] when b
   SeqEnd,     // sequence e ends
   Echo,       // print R[a] as ? shows it (prompt statements)
-  Return,     // return R[a]
-  ReturnNil,  // return NIL
+  Return,     // return R[a]; e > 0: events and line e first
+  ReturnNil,  // return NIL; the same
   Quit,       // end the run
   Count
 };
