@@ -243,6 +243,8 @@ bool continues(const std::string& line)
 
 // ---- The prompt and standard input. ----
 
+bool blank(const std::string& text) { return text.find_first_not_of(" \t\r\n") == std::string::npos; }
+
 // One statement, read line by line while lines continue; false at the end
 // of input.  next gives a line (without its end) or false at the end.
 template <typename NextLine>
@@ -276,8 +278,7 @@ int interactive(prog::Session& session)
   std::string text;
   bool had_error = false;
   while (read_statement(next, text))
-    if (text.find_first_not_of(" \t\n") != std::string::npos)
-      had_error |= !run_text(session, "prompt", text, true);
+    if (!blank(text)) had_error |= !run_text(session, "prompt", text, true);
   std::printf("\n");
   return had_error || prog::console_errors() > 0 ? kErrorStatus : shell_return;
 }
@@ -295,7 +296,7 @@ int from_stdin(prog::Session& session)
   };
   std::string text;
   while (read_statement(next, text))
-    if (!run_text(session, "prompt", text, true)) return kUsageStatus;
+    if (!blank(text) && !run_text(session, "prompt", text, true)) return kUsageStatus;
   return shell_return;
 }
 
