@@ -39,13 +39,23 @@ struct ClauseSpec {
   Sort sort;
 };
 
+// The clauses of a scope, taken by the commands that work on records.
+constexpr ClauseSpec kScopeClauses[] = {
+    {"for", Sort::Cond},    {"while", Sort::Cond}, {"next", Sort::Expr},
+    {"record", Sort::Expr}, {"rest", Sort::Flag},  {"all", Sort::Flag},
+};
+
+// What a command reads besides its own clauses.
+enum class Extra : bool { None, Scope };
+
 // The clauses a command accepts, and their values as texts.
 class Clauses {
  public:
   Clauses(Cursor& cur, const char* command) : cur_(cur), command_(command) {}
 
-  // Read clauses of the given sorts to the end of the statement.
-  void read(std::initializer_list<ClauseSpec> specs)
+  // Read clauses of the given sorts (and a scope's) to the end of the
+  // statement.
+  void read(std::initializer_list<ClauseSpec> specs, Extra extra = Extra::None)
   {
     while (!cur_.at_end()) {
       const size_t at = cur_.offset();
@@ -53,6 +63,9 @@ class Clauses {
       const ClauseSpec* spec = nullptr;
       for (const ClauseSpec& s : specs)
         if (keyword_matches(word, s.word)) spec = &s;
+      if (extra == Extra::Scope)
+        for (const ClauseSpec& s : kScopeClauses)
+          if (keyword_matches(word, s.word)) spec = &s;
       if (!spec) {
         if (word.empty()) cur_.fail("unexpected text after the statement");
         cur_.fail("unexpected " + upper(word) + " in " + command_);
@@ -224,11 +237,6 @@ std::string Clauses::value(Sort sort, const char* word)
   return {};
 }
 
-// The clauses of a scope, shared by the commands that take one.
-#define VL_SCOPE_CLAUSES                                                              \
-  {"for", Sort::Cond}, {"while", Sort::Cond}, {"next", Sort::Expr}, {"record", Sort::Expr}, \
-      {"rest", Sort::Flag}, {"all", Sort::Flag}
-
 // A block of the expressions list: "{|| a, b}".
 std::string block_of(const std::string& body) { return "{|| " + body + "}"; }
 
@@ -367,7 +375,7 @@ std::string find(Cursor& cur)
 std::string locate(Cursor& cur)
 {
   Clauses c(cur, "LOCATE");
-  c.read({VL_SCOPE_CLAUSES});
+  c.read({}, Extra::Scope);
   return "__DBLOCATE(" + c.scope() + ")";
 }
 
@@ -386,8 +394,8 @@ struct TextForm {
 // Read the clauses of COPY TO and APPEND FROM, the text forms among them.
 TextForm text_form(Cursor& cur, Clauses& c, const char* command)
 {
-  c.read({VL_SCOPE_CLAUSES, {"fields", Sort::Names}, {"via", Sort::Expr}, {"sdf", Sort::Flag},
-          {"delimited", Sort::Flag}, {"with", Sort::File}});
+  c.read({{"fields", Sort::Names}, {"via", Sort::Expr}, {"sdf", Sort::Flag},
+          {"delimited", Sort::Flag}, {"with", Sort::File}}, Extra::Scope);
   TextForm f;
   f.sdf = c.has("sdf");
   f.delimited = c.has("delimited");
@@ -424,7 +432,7 @@ std::string replace(Cursor& cur)
   if (cur.accept("all")) c.set_flag("all");
   else if (cur.accept("rest")) c.set_flag("rest");
   const std::string work = assignments(cur);
-  c.read({VL_SCOPE_CLAUSES});
+  c.read({}, Extra::Scope);
   if (!c.scoped()) return work;
   return "DBEVAL(" + block_of(work) + ", " + c.scope() + ")";
 }
@@ -433,7 +441,7 @@ std::string replace(Cursor& cur)
 std::string mark(Cursor& cur, const char* command, const char* fn)
 {
   Clauses c(cur, command);
-  c.read({VL_SCOPE_CLAUSES});
+  c.read({}, Extra::Scope);
   const std::string call = std::string(fn) + "()";
   if (!c.scoped()) return call;
   return "DBEVAL(" + block_of(call) + ", " + c.scope() + ")";
@@ -509,7 +517,7 @@ std::string copy(Cursor& cur)
 std::string sort(Cursor& cur)
 {
   Clauses c(cur, "SORT");
-  c.read({{"to", Sort::File}, {"on", Sort::Keys}, VL_SCOPE_CLAUSES, {"via", Sort::Expr}});
+  c.read({{"to", Sort::File}, {"on", Sort::Keys}, {"via", Sort::Expr}}, Extra::Scope);
   if (!c.has("to") || !c.has("on")) cur.fail("SORT needs TO file and ON keys");
   return "__DBSORT(" + c.get("to") + ", " + c.get("on") + ", " + c.scope() + ", " + c.get("via") + ")";
 }
@@ -517,7 +525,7 @@ std::string sort(Cursor& cur)
 std::string total(Cursor& cur)
 {
   Clauses c(cur, "TOTAL");
-  c.read({{"on", Sort::Cond}, {"to", Sort::File}, {"fields", Sort::Names}, VL_SCOPE_CLAUSES});
+  c.read({{"on", Sort::Cond}, {"to", Sort::File}, {"fields", Sort::Names}}, Extra::Scope);
   if (!c.has("to") || !c.has("on")) cur.fail("TOTAL needs ON key and TO file");
   return "__DBTOTAL(" + c.get("to") + ", " + c.get("on") + ", " + c.get("fields") + ", " +
          c.scope() + ")";
@@ -564,7 +572,7 @@ std::string listing(Cursor& cur, bool list)
     c.value(Sort::Exprs, "list");
     items = c.list;
   }
-  c.read({VL_SCOPE_CLAUSES, {"to", Sort::Output}, {"off", Sort::Flag}});
+  c.read({{"to", Sort::Output}, {"off", Sort::Flag}}, Extra::Scope);
   const std::string to = c.get("to");
   const std::string printer = to == "PRINTER" ? ".T." : "NIL";
   const std::string file = to == "PRINTER" ? "NIL" : to;
@@ -582,7 +590,7 @@ std::string count(Cursor& cur)
   Clauses c(cur, "COUNT");
   std::vector<std::string> vars;
   if (cur.accept("to")) vars = targets(cur);
-  c.read({VL_SCOPE_CLAUSES});
+  c.read({}, Extra::Scope);
   if (vars.empty()) cur.fail("missing TO variable");
   return vars[0] + " := __DBCOUNT(" + c.scope() + ")";
 }
@@ -596,7 +604,7 @@ std::string totals(Cursor& cur, const char* command, const char* fn)
   cur.expect("to");
   const std::vector<std::string> vars = targets(cur);
   if (vars.size() != items.size()) cur.fail("as many variables as expressions needed after TO");
-  c.read({VL_SCOPE_CLAUSES});
+  c.read({}, Extra::Scope);
   const std::string fields = items.size() == 1 ? block_of(items[0]) : blocks_of(items);
   return spread(vars, std::string(fn) + "(" + fields + ", " + c.scope() + ")");
 }
@@ -729,11 +737,11 @@ std::string set_index(Cursor& cur)
 
 std::string set_relation(Cursor& cur)
 {
-  std::string out = "DBCLEARRELATION()";
-  if (cur.accept("additive")) out = "NIL";
+  bool additive = false;
+  std::string relations;
   while (!cur.at_end()) {
     if (cur.accept("additive")) {
-      out.replace(0, std::string("DBCLEARRELATION()").size(), "NIL");
+      additive = true;
       continue;
     }
     size_t begin = 0, end = 0;
@@ -741,10 +749,10 @@ std::string set_relation(Cursor& cur)
     const std::string key = cur.text().substr(begin, end - begin);
     cur.expect("into");
     const std::string alias = Clauses(cur, "SET RELATION").value(Sort::File, "into");
-    out += ", DBSETRELATION(" + alias + ", " + block_of(key) + ", " + quote(key) + ")";
+    relations += ", DBSETRELATION(" + alias + ", " + block_of(key) + ", " + quote(key) + ")";
     cur.accept_text(",");
   }
-  return out;
+  return (additive ? "NIL" : "DBCLEARRELATION()") + relations;
 }
 
 std::string set(Cursor& cur)
