@@ -69,6 +69,7 @@ TEST_F(ParseLines, CommentsAndStrings)
       {"note that this is a comment\nNOTEBOOK := 1", 1},
       {"? 'a;' ;\n , 2", 1},
       {"\n\n   \n\t\n", 0},
+      {"\xEF\xBB\xBF? 1", 1},
   };
   for (const auto& c : cases) EXPECT_EQ(statements(c.source), c.statements) << c.source;
 }
