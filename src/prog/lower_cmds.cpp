@@ -348,7 +348,7 @@ std::string skip(Cursor& cur)
   const std::string n = cur.at_end() || cur.peek_word() == "alias" ? "1" : c.value(Sort::Expr, "skip");
   c.read({{"alias", Sort::File}});
   const std::string call = "DBSKIP(" + n + ")";
-  return c.has("alias") ? "DBSELECTAREA(" + c.get("alias") + "), " + call : call;
+  return c.has("alias") ? "(" + c.get("alias") + ")->(" + call + ")" : call;
 }
 
 std::string seek(Cursor& cur)

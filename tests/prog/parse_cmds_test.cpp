@@ -76,6 +76,7 @@ TEST_F(ParseCmds, CommandsLowerToLibraryCalls)
       {"go bott", "DBGOBOTTOM()"},
       {"SKIP", "DBSKIP(1)"},
       {"SKIP -2", "DBSKIP(-2)"},
+      {"SKIP 3 ALIAS cust", "(\"cust\")->(DBSKIP(3))"},
       {"SEEK 'ab' + x", "DBSEEK('ab' + x)"},
       {"FIND Smith", "DBSEEK(\"Smith\")"},
       {"LOCATE FOR age > 30 WHILE !EOF()", "__DBLOCATE({|| age > 30}, {|| !EOF()}, NIL, NIL, NIL)"},

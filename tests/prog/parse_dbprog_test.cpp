@@ -57,6 +57,9 @@ TEST_F(ParseDbProg, CommandsDoTheirWork)
       "COPY TO &f.2 FOR !DELETED()\n"
       "USE &f.2 NEW ALIAS second\n"
       "? ALIAS(), LASTREC()\n"
+      "SELECT cust\n"
+      "SKIP 2 ALIAS second\n"
+      "? ALIAS(), second->(RECNO())\n"
       "STORE 7 TO a, b\n"
       "? a + b\n";
   EXPECT_EQ(run(program),
@@ -67,6 +70,7 @@ TEST_F(ParseDbProg, CommandsDoTheirWork)
             "         3         31.5          6\n"
             "         3\n"
             "SECOND          3\n"
+            "CUST          3\n"
             "        14\n")
       << message;
 }
