@@ -141,9 +141,14 @@ class UnitParser {
     stmt.pos = cur.pos();
     const Handler handler = find_handler(cur);
     const size_t start = cur.offset();
+    const std::string word = cur.peek_word();
+    // A command word right before "(" is a function call: "select(1)".
+    const size_t after = start + word.size();
+    const bool command = !word.empty() && !word_is_operand(cur.text(), after) &&
+                         (after >= cur.text().size() || cur.text()[after] != '(');
     if (handler) {
       (this->*handler)(cur, stmt);
-    } else if (detail::lower_command(cur.peek_word(), cur, stmt)) {
+    } else if (command && detail::lower_command(word, cur, stmt)) {
       add(cur, std::move(stmt));
     } else {
       cur.seek(start);

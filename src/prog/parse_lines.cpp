@@ -35,9 +35,15 @@ std::string hex_byte(unsigned char c)
   return std::string("0x") + digits[c >> 4] + digits[c & 15];
 }
 
-// Reject a source holding control bytes; cut it at the end-of-file mark.
+// A UTF-8 byte order mark some editors put first.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// Reject a source holding control bytes; cut it at the end-of-file mark
+// and drop a byte order mark.
 std::string_view check_text(std::string_view source, int32_t file)
 {
+  if (source.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+    source.remove_prefix(kByteOrderMark.size());
   const size_t eof = source.find(kEndOfFile);
   if (eof != std::string_view::npos) source = source.substr(0, eof);
   int32_t line = 1;

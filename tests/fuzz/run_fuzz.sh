@@ -5,17 +5,19 @@
 #   run_fuzz.sh eval [SECONDS]   the expression evaluator
 #   run_fuzz.sh dbf [SECONDS]    the DBF driver's open and read paths
 #   run_fuzz.sh idx [SECONDS]    index open, seek, walk and the checker
+#   run_fuzz.sh prog [SECONDS]   the statement parser on program sources
 # libFuzzer's closing lines give the executions, coverage and time; an
 # input that fails is kept in the build directory.
 # Needs: clang, libclang-rt-14-dev (libFuzzer and the sanitizer runtimes).
 set -euo pipefail
 src="$(cd "$(dirname "$0")/../.." && pwd)"
-name="${1:?usage: run_fuzz.sh eval|dbf|idx [SECONDS]}"
+name="${1:?usage: run_fuzz.sh eval|dbf|idx|prog [SECONDS]}"
 secs="${2:-600}"
 case "$name" in
   eval) max_len=512 ;;
   dbf) max_len=8192 ;;
   idx) max_len=8192 ;;
+  prog) max_len=4096 ;;
   *) echo "no fuzz target '$name'" >&2; exit 2 ;;
 esac
 build="$src/build-fuzz"
