@@ -40,6 +40,10 @@ var* vlnCMxV(const char* text, int n);
 /* The value forms of the same bridge, for the bulk database commands. */
 var* vlnVMxC(var* v, int n);
 var* vlnVMxV(var* v, int n);
+/* The record macro text names for an assignment (&name := value): an
+** element or aliased field when the text holds one, else a field of the
+** selected area, else the memory variable (made PRIVATE when new). */
+var* vlnGetLHSVar(const char* text);
 /* A 'b' block for the expression text: exp_eval("{|| text }"). */
 var* vlnMakeCB(const char* text);
 

@@ -148,6 +148,7 @@ var* vlnGetLHSVar(const char* text)
   if (std::strpbrk(text, ">[")) return exp_eval(text);
   char name[4096];
   exp_pp(text, name, sizeof name, 1);
+  if (var* field = vln_eval_field_hook ? vln_eval_field_hook(name) : nullptr) return field;
   return vlnGetVarForWrite(name_index(name));
 }
 

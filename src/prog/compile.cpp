@@ -287,7 +287,12 @@ class FnCompiler {
   // The register holding name's record for reading or writing.
   int32_t name_ref(const std::string& name, bool write)
   {
-    if (is_macro(name)) return macro(name);
+    if (is_macro(name)) {
+      if (!write) return macro(name);
+      const int32_t dst = alloc();
+      emit(Opc::MacroSet, dst, 0, 0, 0, 0, keep_text(name));
+      return dst;
+    }
     Name n;
     if (resolve(name, n)) {
       switch (n.sym) {

@@ -72,15 +72,25 @@ bool is_identifier(const std::string& s)
   return std::all_of(s.begin(), s.end(), is_name_char);
 }
 
+size_t skip_blanks(const std::string& text, size_t i)
+{
+  while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+  return i;
+}
+
 // Whether the text after a statement's first word makes that word a name in
-// an expression ("if := 1", "field->x", "local[1]", "o:do()").
+// an expression ("if := 1", "field->x", "local[1]", "o:do()", "next++"); a
+// ++ or -- that an operand follows belongs to it ("RETURN ++n").
 bool word_is_operand(const std::string& text, size_t after)
 {
   if (after < text.size() && text[after] == '[') return true;
-  size_t i = after;
-  while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+  const size_t i = skip_blanks(text, after);
+  if (text.compare(i, 2, "++") == 0 || text.compare(i, 2, "--") == 0) {
+    const size_t j = skip_blanks(text, i + 2);
+    return j == text.size() || !(is_name_char(text[j]) || text[j] == '(' || text[j] == '&');
+  }
   static constexpr const char* kFollowers[] = {":=", "+=", "-=", "*=", "/=", "%=", "^=",
-                                                "**=", "++", "--", "->"};
+                                                "**=", "->"};
   for (const char* f : kFollowers)
     if (text.compare(i, std::char_traits<char>::length(f), f) == 0) return true;
   if (i < text.size() && text[i] == '=' && text.compare(i, 2, "==") != 0) return true;

@@ -125,7 +125,9 @@ inline __attribute__((always_inline)) bool for_within(var* v, var* limit, var* s
 }
 
 // v += step: in place for two numbers (Decimals the larger, as + gives
-// them), else through the operator and the assignment.
+// them), else through the operator and the assignment.  The operator
+// writes its result into a temporary operand, and the step is read again
+// by the test that follows: a temporary step is added as a copy.
 inline __attribute__((always_inline)) void for_advance(var* v, var* stepv)
 {
   const uint32_t vt = vln_tag(v), st = vln_tag(stepv);
@@ -136,7 +138,7 @@ inline __attribute__((always_inline)) void for_advance(var* v, var* stepv)
                    vln_number_bits(vln_number(v) + vln_number(stepv)));
     return;
   }
-  cpy_var(v, u_add_u(v, stepv, 0));
+  cpy_var(v, u_add_u(v, is_temp(stepv) ? mk_var_cp(stepv) : stepv, 0));
 }
 
 // Decimals of a sum or difference: the larger; of a product: the sum,
@@ -366,7 +368,7 @@ const Ins* exec(Act* act, const Ins* pc, int32_t seq)
       &&op_Add,       &&op_Sub,       &&op_Mul,        &&op_AddTo,     &&op_SubTo,     &&op_MulTo,        &&op_Lt,        &&op_Le,
       &&op_Gt,        &&op_Ge,        &&op_Not,        &&op_Negate,    &&op_Step,
       &&op_Index,     &&op_Array,     &&op_Block,      &&op_Send,      &&op_SendSet,
-      &&op_AliasField, &&op_PushArea, &&op_PopArea,    &&op_Macro,     &&op_MacroCall,
+      &&op_AliasField, &&op_PushArea, &&op_PopArea,    &&op_Macro, &&op_MacroSet,     &&op_MacroCall,
       &&op_Jump,      &&op_JumpFalse, &&op_JumpNotLt, &&op_JumpNotLe,  &&op_JumpNotGt, &&op_JumpNotGe, &&op_NumSet, &&op_AndJump,    &&op_OrJump,    &&op_ForNext,
       &&op_ForStep,   &&op_ForTest,   &&op_Declare,    &&op_Public,    &&op_MacroDecl,
       &&op_Param,     &&op_Once,      &&op_SeqBegin,   &&op_SeqEnd,    &&op_Echo,
@@ -517,6 +519,9 @@ op_PopArea:
   NEXT();
 op_Macro:
   R[pc->a] = exp_eval(static_cast<const char*>(pc->p));
+  NEXT();
+op_MacroSet:
+  R[pc->a] = vlnGetLHSVar(static_cast<const char*>(pc->p));
   NEXT();
 op_MacroCall:
   R[pc->a] = call_result(macrofun(static_cast<const char*>(pc->p))(pc->c, R + pc->b),

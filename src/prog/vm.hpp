@@ -59,6 +59,7 @@ enum class Opc : uint8_t {
   PushArea,   // select alias R[b] for an alias->(list); R[a] error flag
   PopArea,    // undo the PushArea
   Macro,      // R[a] = the value of macro text p through the evaluator
+  MacroSet,   // R[a] = the record macro text p names for a write
   MacroCall,  // R[a] = the function macro text p names, of R[b..b+c)
   Jump,       // goto d
   JumpFalse,  // if R[a] is false goto d
