@@ -1211,6 +1211,9 @@ bool compile_units(Image& image, std::vector<Unit>& units, bool top_level, bool 
   // Every function first, so that calls resolve whatever the order.
   std::vector<std::vector<Code*>> codes(units.size());
   std::vector<std::unordered_map<std::string, Code*>> statics(units.size());
+  // A file's implicit main procedure takes the file's name only when no
+  // function declares it: fib.prg may hold FUNCTION fib.
+  std::vector<std::pair<std::string, Code*>> implicit_mains;
   for (size_t u = 0; u < units.size(); ++u) {
     sh.unit = &units[u];
     image.files.push_back(units[u].file);
@@ -1221,6 +1224,10 @@ bool compile_units(Image& image, std::vector<Unit>& units, bool top_level, bool 
       auto& table = f.is_static ? statics[u] : sh.functions;
       const bool prompt_main = top_level && u == 0 && &f == &units[u].funcs.front();
       if (prompt_main) continue;
+      if (f.implicit) {
+        implicit_mains.emplace_back(f.name, c);
+        continue;
+      }
       if (!table.emplace(f.name, c).second) {
         sh.fail(f.pos, "function " + f.name + " defined twice");
         return false;
@@ -1228,6 +1235,8 @@ bool compile_units(Image& image, std::vector<Unit>& units, bool top_level, bool 
       if (!f.is_static) out.publics.emplace_back(f.name, c);
     }
   }
+  for (auto& [name, c] : implicit_mains)
+    if (sh.functions.emplace(name, c).second) out.publics.emplace_back(name, c);
   for (size_t u = 0; u < units.size(); ++u) {
     sh.unit = &units[u];
     sh.file_statics = statics[u];
