@@ -6,11 +6,12 @@
 // runs the Code the slot names.  Calls between program functions resolved
 // when loading bypass the trampolines altogether.
 //
-// A run is guarded the way the prompt of vl guards an expression: a jump
-// to the outermost sequence anchor (a BREAK outside any BEGIN SEQUENCE, or
-// the error handler of the driver leaving a failed statement) comes back
-// here, the frames, PRIVATEs and temporaries above the run are undone, and
-// the caller gets control with the work areas as they were.
+// A statement run at the interactive prompt is guarded: a jump to the
+// outermost sequence anchor (a BREAK outside any BEGIN SEQUENCE, or the
+// prompt's error block leaving a failed statement) comes back here, the
+// frames, PRIVATEs and temporaries above the run are undone, and the
+// prompt gets control with the work areas as they were.  A program and
+// the text of vl -c run unguarded, as compiled code does.
 #include <array>
 #include <csetjmp>
 #include <cstdio>
@@ -70,9 +71,12 @@ struct Guard {
 };
 
 // Run code under a guard.  Returns the result, or null when the run was
-// left by a jump (the state is then put back).
-var* run_guarded(Code* code, int argc, var** argv)
+// left by a jump (the state is then put back).  Without stray_ends there
+// is no guard: a BREAK outside any sequence is reported where it happens,
+// as the library reports it, and ends the run.
+var* run_guarded(Code* code, int argc, var** argv, bool stray_ends)
 {
+  if (!stray_ends) return vm_run(code, argc, argv, nullptr);
   Guard g;
   g.saved_seq = glob_sequencebuf;
   g.frame_at = old_fn_stack;
@@ -104,12 +108,12 @@ struct Session::Impl {
   bool prompt_frame_open = false;
 
   // File STATIC initialisers not run yet; false when one was left by a jump.
-  bool run_inits()
+  bool run_inits(bool stray_ends)
   {
     std::vector<Code*> todo;
     todo.swap(pending_inits);
     for (Code* c : todo)
-      if (!run_guarded(c, 0, nullptr)) return false;
+      if (!run_guarded(c, 0, nullptr, stray_ends)) return false;
     return true;
   }
 
@@ -155,11 +159,11 @@ int Session::run_main(const std::vector<std::string>& args)
 {
   if (!impl_->main) return 0;
   const int32_t mark = tmpvar_cnt;
-  bool ok = impl_->run_inits();
+  bool ok = impl_->run_inits(false);
   if (ok) {
     std::vector<var*> argv;
     for (const std::string& a : args) argv.push_back(set_Cvar(cre_tmpvar(), a.c_str(), static_cast<int32_t>(a.size())));
-    ok = run_guarded(impl_->main, static_cast<int>(argv.size()), argv.data()) != nullptr;
+    ok = run_guarded(impl_->main, static_cast<int>(argv.size()), argv.data(), false) != nullptr;
   }
   del_tmpvars(mark);
   if (!ok && shell_return == 0) return 1;
@@ -181,7 +185,8 @@ bool Session::run_immediate(Unit& unit, bool echo, Diagnostic& diag)
     impl_->prompt_frame_open = true;
   }
   const int32_t mark = tmpvar_cnt;
-  if (impl_->run_inits()) run_guarded(out.main, 0, nullptr);
+  if (impl_->run_inits(stray_break_ends_statement_))
+    run_guarded(out.main, 0, nullptr, stray_break_ends_statement_);
   del_tmpvars(mark);
   return true;
 }

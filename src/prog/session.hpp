@@ -39,7 +39,13 @@ class Session {
   // usual way and the call returns true.
   bool run_immediate(Unit& unit, bool echo, Diagnostic& diag);
 
+  // At an interactive prompt a BREAK outside any BEGIN SEQUENCE ends only
+  // the statement that ran it.  Otherwise (the default) it is reported as
+  // "BREAK unexpected" and ends the run, as in a compiled program.
+  void breaks_end_statement() { stray_break_ends_statement_ = true; }
+
  private:
+  bool stray_break_ends_statement_ = false;
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

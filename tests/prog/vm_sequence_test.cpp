@@ -84,6 +84,7 @@ class VmPrompt : public VmTest {
   void SetUp() override
   {
     VmTest::SetUp();
+    session_.breaks_end_statement();
     vln_fn_start(&frame_, "prompt", "prompt", 0, 0);
   }
   void TearDown() override

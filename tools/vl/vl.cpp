@@ -265,6 +265,7 @@ bool read_statement(NextLine next, std::string& text)
 int interactive(prog::Session& session)
 {
   prog::console_errors_return();
+  session.breaks_end_statement();
   using_history();
   auto next = [](bool first, std::string& line) {
     prog::console_end_line();
