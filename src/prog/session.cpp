@@ -68,6 +68,7 @@ struct Guard {
   int32_t floor_at;
   int32_t tmp_mark;
   int32_t alreadyin_at;
+  int32_t areas_at;
 };
 
 // Run code under a guard.  Returns the result, or null when the run was
@@ -83,9 +84,11 @@ var* run_guarded(Code* code, int argc, var** argv, bool stray_ends)
   g.floor_at = old_fn_stack ? old_fn_stack->TmvNp : 0;
   g.tmp_mark = tmpvar_cnt;
   g.alreadyin_at = alreadyin;
+  g.areas_at = vm_area_depth();
   glob_sequencebuf = &g.buf;
   if (setjmp(g.buf) != 0) {
     vln_after_break(g.frame_at);
+    vm_restore_areas(g.areas_at);
     if (g.frame_at) g.frame_at->TmvNp = g.floor_at;
     del_tmpvars(g.tmp_mark);
     alreadyin = g.alreadyin_at;

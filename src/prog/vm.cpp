@@ -46,8 +46,13 @@ struct SeqRec {
   jmp_buf buf;
   jmp_buf* saved;
   int32_t alreadyin;
+  int32_t areas;  // vm_area_depth() at BEGIN SEQUENCE
   const Ins* recover;
 };
+
+// The alias->(list) selections open now, innermost last.  A BREAK out of
+// a list skips its PopArea; the sequence it lands in undoes them.
+int32_t g_area_depth = 0;
 
 // Values up to this length print from the stack.
 constexpr size_t kEchoBuffer = 4096;
@@ -285,6 +290,7 @@ const Ins* run_sequence(Act* act, const Ins* pc)
   SeqRec s;
   s.saved = glob_sequencebuf;
   s.alreadyin = alreadyin;
+  s.areas = g_area_depth;
   s.recover = pc;
   vln_signal();
   glob_sequencebuf = &s.buf;
@@ -292,6 +298,7 @@ const Ins* run_sequence(Act* act, const Ins* pc)
     // Back from a BREAK: the frames, PRIVATEs and error nesting as they
     // were at BEGIN SEQUENCE, the outer sequence's anchor again.
     vln_after_break(act->F);
+    vm_restore_areas(s.areas);
     alreadyin = s.alreadyin;
     glob_sequencebuf = s.saved;
     if (s.recover->b) act->R[s.recover->a] = vln_break_value;
@@ -320,6 +327,14 @@ void link(Code* code)
 }
 
 }  // namespace
+
+int32_t vm_area_depth() { return g_area_depth; }
+
+void vm_restore_areas(int32_t depth)
+{
+  for (; g_area_depth > depth; --g_area_depth)
+    if (vln_eval_pop_area_hook) vln_eval_pop_area_hook();
+}
 
 var* vm_run(Code* code, int argc, var** argv, var** avec)
 {
@@ -513,9 +528,10 @@ op_PushArea:
     pc = code->ins.data() + pc->d;
     DISPATCH();
   }
+  ++g_area_depth;
   NEXT();
 op_PopArea:
-  if (vln_eval_pop_area_hook) vln_eval_pop_area_hook();
+  vm_restore_areas(g_area_depth - 1);
   NEXT();
 op_Macro:
   R[pc->a] = exp_eval(static_cast<const char*>(pc->p));

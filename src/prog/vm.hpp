@@ -149,6 +149,11 @@ struct Code {
 // temporary stack for the caller to release.
 var* vm_run(Code* code, int argc, var** argv, var** avec);
 
+// How many alias->(list) selections are open; and closing those above
+// depth, innermost first (after a jump that skipped their ends).
+int32_t vm_area_depth();
+void vm_restore_areas(int32_t depth);
+
 // The 'B' block function every compiled block uses: avec[0] holds the Code
 // (as an internal slot), the captured records follow.
 var* vm_block_entry(int argc, var** argv, var** avec);
