@@ -54,12 +54,14 @@ class Clauses {
   Clauses(Cursor& cur, const char* command) : cur_(cur), command_(command) {}
 
   // Read clauses of the given sorts (and a scope's) to the end of the
-  // statement.
-  void read(std::initializer_list<ClauseSpec> specs, Extra extra = Extra::None)
+  // statement, or up to the word stop when one is given.
+  void read(std::initializer_list<ClauseSpec> specs, Extra extra = Extra::None,
+            const char* stop = nullptr)
   {
     while (!cur_.at_end()) {
       const size_t at = cur_.offset();
       const std::string word = cur_.peek_word();
+      if (stop && keyword_matches(word, stop)) return;
       const ClauseSpec* spec = nullptr;
       for (const ClauseSpec& s : specs)
         if (keyword_matches(word, s.word)) spec = &s;
@@ -589,6 +591,7 @@ std::string count(Cursor& cur)
 {
   Clauses c(cur, "COUNT");
   std::vector<std::string> vars;
+  c.read({}, Extra::Scope, "to");
   if (cur.accept("to")) vars = targets(cur);
   c.read({}, Extra::Scope);
   if (vars.empty()) cur.fail("missing TO variable");
@@ -601,6 +604,7 @@ std::string totals(Cursor& cur, const char* command, const char* fn)
   Clauses c(cur, command);
   c.value(Sort::Exprs, "sum");
   const std::vector<std::string> items = c.list;
+  c.read({}, Extra::Scope, "to");
   cur.expect("to");
   const std::vector<std::string> vars = targets(cur);
   if (vars.size() != items.size()) cur.fail("as many variables as expressions needed after TO");

@@ -40,6 +40,8 @@ TEST_F(FacadeCmds, CountSumAverageOverAScope)
       {"__DBSUM({|| N})", "55"},
       {"__DBSUM({{|| N}, {|| 1}}, {|| N <= 4})[2]", "4"},
       {"__DBAVERAG({|| N}, {|| N % 2 == 0})", "6"},
+      {"DBGOTO(7), __DBCOUNT(, , , , .T.)", "4"},
+      {"DBGOTO(7), __DBSUM({|| N}, , , , , .T.)", "34"},
       {"DBCLOSEAREA(), __DBCOUNT()", "#322 0"},
   };
   for (const auto& r : rows) run(r[0], r[1]);

@@ -192,14 +192,15 @@ var* in_area(var* obj, var* otherwise, Body&& body)
   return vln_guarded(body, [&] { vlnPopArea(back); });
 }
 
-/* The scope of the methods: for, while and a next count (a number; any
-** other value is all records). */
+/* The scope of the methods: for, while and a next count (a number; .T.
+** is the rest of the table, any other value all records). */
 void method_scope(var* for_block, var* while_block, var* next, var** scope)
 {
   scope[kFor] = for_block;
   scope[kWhile] = while_block;
   scope[kNext] = next->Type == 'N' || next->Type == 'I' ? next : NIL_VAR;
-  scope[kRecord] = scope[kRest] = NIL_VAR;
+  scope[kRecord] = NIL_VAR;
+  scope[kRest] = next->Type == 'L' ? next : NIL_VAR;
 }
 
 /* DBEVAL of fn with word as its detached value over scope. */
