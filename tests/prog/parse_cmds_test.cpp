@@ -132,6 +132,8 @@ TEST_F(ParseCmds, CommandsLowerToLibraryCalls)
       {"DISPLAY OFF name", "__DBLIST(.T., {{|| name}}, .F., NIL, NIL, NIL, NIL, NIL, NIL, NIL)"},
       {"COUNT TO n FOR x", "n := __DBCOUNT({|| x}, NIL, NIL, NIL, NIL)"},
       {"SUM amt TO s", "s := __DBSUM({|| amt}, NIL, NIL, NIL, NIL, NIL)"},
+      {"COUNT REST FOR x TO n", "n := __DBCOUNT({|| x}, NIL, NIL, NIL, .T.)"},
+      {"SUM amt NEXT 5 TO s", "s := __DBSUM({|| amt}, NIL, NIL, 5, NIL, NIL)"},
       {"AVERAGE a, b TO x, y FOR c",
        "x := __DBAVERAG({{|| a}, {|| b}}, {|| c}, NIL, NIL, NIL, NIL), y := x[2], x := x[1]"},
       {"STORE 0 TO a, b", "a := b := (0)"},
