@@ -25,7 +25,7 @@
 #include "vl.h"
 
 #ifdef VL_HAVE_LUA
-#include <lua.hpp>
+#include "lua_chunk.hpp"
 #endif
 
 namespace {
@@ -112,18 +112,7 @@ constexpr const char* kLuaLoop =
 
 void BM_Lua(benchmark::State& state)
 {
-  lua_State* L = luaL_newstate();
-  luaL_openlibs(L);
-  if (luaL_loadstring(L, kLuaLoop) != LUA_OK) state.SkipWithError("Lua chunk");
-  const int chunk = luaL_ref(L, LUA_REGISTRYINDEX);
-  for (auto _ : state) {
-    lua_rawgeti(L, LUA_REGISTRYINDEX, chunk);
-    lua_pushinteger(L, kLoop);
-    lua_call(L, 1, 1);
-    if (lua_tonumber(L, -1) != (kA * kB - kC) * kLoop) state.SkipWithError("wrong result");
-    lua_pop(L, 1);
-  }
-  lua_close(L);
+  run_lua_chunk(state, kLuaLoop, kLoop, (kA * kB - kC) * kLoop);
   per_iteration(state);
 }
 BENCHMARK(BM_Lua)->Name("Lua54")->Unit(benchmark::kMillisecond);

@@ -18,7 +18,7 @@
 #include "vl.h"
 
 #ifdef VL_HAVE_LUA
-#include <lua.hpp>
+#include "lua_chunk.hpp"
 #endif
 
 namespace {
@@ -148,18 +148,7 @@ constexpr const char* kLuaFib =
 void run_lua(benchmark::State& state, const char* chunk_text, lua_Integer arg, double expect,
              double count)
 {
-  lua_State* L = luaL_newstate();
-  luaL_openlibs(L);
-  if (luaL_loadstring(L, chunk_text) != LUA_OK) state.SkipWithError("Lua chunk");
-  const int chunk = luaL_ref(L, LUA_REGISTRYINDEX);
-  for (auto _ : state) {
-    lua_rawgeti(L, LUA_REGISTRYINDEX, chunk);
-    lua_pushinteger(L, arg);
-    lua_call(L, 1, 1);
-    if (lua_tonumber(L, -1) != expect) state.SkipWithError("wrong result");
-    lua_pop(L, 1);
-  }
-  lua_close(L);
+  run_lua_chunk(state, chunk_text, arg, expect);
   per(state, count);
 }
 

@@ -171,27 +171,6 @@ var* iif(const Ctx& ctx, const Node& n)
   return branch < 0 ? NIL_VAR : eval_node(ctx, branch);
 }
 
-var* binary(Bin bin, var* l, var* r, int assign)
-{
-  switch (bin) {
-    case Bin::Add: return u_add_u(l, r, assign);
-    case Bin::Sub: return u_sub_u(l, r, assign);
-    case Bin::Mul: return u_mul_u(l, r, assign);
-    case Bin::Div: return u_div_u(l, r, assign);
-    case Bin::Mod: return u_mod_u(l, r, assign);
-    case Bin::Pow: return u_pow_u(l, r, assign);
-    case Bin::Eq: return u_equ_u(l, r);
-    case Bin::EqEq: return u_eequ_u(l, r);
-    case Bin::Ne: return u_neq_u(l, r);
-    case Bin::Lt: return u_lt_u(l, r);
-    case Bin::Le: return u_leq_u(l, r);
-    case Bin::Gt: return u_gt_u(l, r);
-    case Bin::Ge: return u_geq_u(l, r);
-    case Bin::In: return u_in_u(l, r);
-    case Bin::None: break;
-  }
-  return ERROR_VAR;
-}
 
 // a op1 b op2 c ... as ((a op1 b) op2 c) ...: each operand is evaluated
 // after the operators on its left have run.
@@ -324,6 +303,28 @@ var* list(const Ctx& ctx, const Node& n)
 }
 
 }  // namespace
+
+var* binary(Bin bin, var* l, var* r, int assign)
+{
+  switch (bin) {
+    case Bin::Add: return u_add_u(l, r, assign);
+    case Bin::Sub: return u_sub_u(l, r, assign);
+    case Bin::Mul: return u_mul_u(l, r, assign);
+    case Bin::Div: return u_div_u(l, r, assign);
+    case Bin::Mod: return u_mod_u(l, r, assign);
+    case Bin::Pow: return u_pow_u(l, r, assign);
+    case Bin::Eq: return u_equ_u(l, r);
+    case Bin::EqEq: return u_eequ_u(l, r);
+    case Bin::Ne: return u_neq_u(l, r);
+    case Bin::Lt: return u_lt_u(l, r);
+    case Bin::Le: return u_leq_u(l, r);
+    case Bin::Gt: return u_gt_u(l, r);
+    case Bin::Ge: return u_geq_u(l, r);
+    case Bin::In: return u_in_u(l, r);
+    case Bin::None: break;
+  }
+  return ERROR_VAR;
+}
 
 bool stopped(const Ctx& ctx) { return errstat == 0 && vln_error_count != ctx.err_mark; }
 

@@ -20,6 +20,10 @@ struct Ctx {
 // field record itself, a temporary, or a constant.  Never null.
 var* eval_node(const Ctx& ctx, int32_t i);
 
+// l bin r through the operator entry point for bin (assign: the compound
+// assignment form); ERROR_VAR for Bin::None.
+var* binary(Bin bin, var* l, var* r, int assign);
+
 // Whether the run must stop: an error was reported while errstat is off.
 bool stopped(const Ctx& ctx);
 

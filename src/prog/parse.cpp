@@ -347,22 +347,29 @@ class UnitParser {
     open(cur, std::move(stmt), Construct::If);
   }
 
-  void elseif(Cursor& cur, Stmt&)
+  // ELSEIF or CASE: a further conditional branch of the innermost
+  // construct what; refused after its ELSE or OTHERWISE (late).
+  void branch(Cursor& cur, Construct what, const char* word, const char* late)
   {
-    Open& o = innermost(cur, Construct::If, "ELSEIF", keyword_start(cur));
-    if (o.in_else) cur.fail_at(keyword_start(cur), "ELSEIF after ELSE");
+    Open& o = innermost(cur, what, word, keyword_start(cur));
+    if (o.in_else) cur.fail_at(keyword_start(cur), late);
     o.stmt->branches.push_back(Branch{condition(cur), {}});
     o.body = &o.stmt->branches.back().body;
   }
 
-  void else_stmt(Cursor& cur, Stmt&)
+  // ELSE or OTHERWISE: the last part of the innermost construct what;
+  // refused when it has one (twice).
+  void last_part(Cursor& cur, Construct what, const char* word, const char* twice)
   {
-    Open& o = innermost(cur, Construct::If, "ELSE", keyword_start(cur));
-    if (o.in_else) cur.fail_at(keyword_start(cur), "a second ELSE");
+    Open& o = innermost(cur, what, word, keyword_start(cur));
+    if (o.in_else) cur.fail_at(keyword_start(cur), twice);
     cur.expect_end();
     o.in_else = true;
     o.body = &o.stmt->otherwise;
   }
+
+  void elseif(Cursor& cur, Stmt&) { branch(cur, Construct::If, "ELSEIF", "ELSEIF after ELSE"); }
+  void else_stmt(Cursor& cur, Stmt&) { last_part(cur, Construct::If, "ELSE", "a second ELSE"); }
 
   void endif(Cursor& cur, Stmt&) { close(cur, Construct::If, "ENDIF", keyword_start(cur)); }
 
@@ -408,21 +415,10 @@ class UnitParser {
     add(cur, std::move(stmt));
   }
 
-  void case_stmt(Cursor& cur, Stmt&)
-  {
-    Open& o = innermost(cur, Construct::Case, "CASE", keyword_start(cur));
-    if (o.in_else) cur.fail_at(keyword_start(cur), "CASE after OTHERWISE");
-    o.stmt->branches.push_back(Branch{condition(cur), {}});
-    o.body = &o.stmt->branches.back().body;
-  }
-
+  void case_stmt(Cursor& cur, Stmt&) { branch(cur, Construct::Case, "CASE", "CASE after OTHERWISE"); }
   void otherwise(Cursor& cur, Stmt&)
   {
-    Open& o = innermost(cur, Construct::Case, "OTHERWISE", keyword_start(cur));
-    if (o.in_else) cur.fail_at(keyword_start(cur), "a second OTHERWISE");
-    cur.expect_end();
-    o.in_else = true;
-    o.body = &o.stmt->otherwise;
+    last_part(cur, Construct::Case, "OTHERWISE", "a second OTHERWISE");
   }
 
   void endcase(Cursor& cur, Stmt&) { close(cur, Construct::Case, "ENDCASE", keyword_start(cur)); }

@@ -25,6 +25,7 @@
 #include "calls.h"
 #include "evalhooks.h"
 #include "evaluator.h"
+#include "exprexec.hpp"
 #include "exprtree.hpp"
 #include "fastops.h"
 #include "frame.h"
@@ -63,29 +64,6 @@ var* report(int code, const char* format, const char* name)
 {
   std::snprintf(repdum, sizeof repdum, format, name);
   return rt_error(code, repdum);
-}
-
-var* binary(expr::Bin bin, var* l, var* r, int assign)
-{
-  using expr::Bin;
-  switch (bin) {
-    case Bin::Add: return u_add_u(l, r, assign);
-    case Bin::Sub: return u_sub_u(l, r, assign);
-    case Bin::Mul: return u_mul_u(l, r, assign);
-    case Bin::Div: return u_div_u(l, r, assign);
-    case Bin::Mod: return u_mod_u(l, r, assign);
-    case Bin::Pow: return u_pow_u(l, r, assign);
-    case Bin::Eq: return u_equ_u(l, r);
-    case Bin::EqEq: return u_eequ_u(l, r);
-    case Bin::Ne: return u_neq_u(l, r);
-    case Bin::Lt: return u_lt_u(l, r);
-    case Bin::Le: return u_leq_u(l, r);
-    case Bin::Gt: return u_gt_u(l, r);
-    case Bin::Ge: return u_geq_u(l, r);
-    case Bin::In: return u_in_u(l, r);
-    case Bin::None: break;
-  }
-  return ERROR_VAR;
 }
 
 // A name that is no LOCAL, STATIC or declared memvar: the field of the
@@ -458,7 +436,7 @@ op_CallProg:
   R[pc->a] = vm_run(static_cast<Code*>(const_cast<void*>(pc->p)), pc->c, R + pc->b, nullptr);
   NEXT();
 op_Binary:
-  R[pc->a] = binary(static_cast<expr::Bin>(pc->d), R[pc->b], R[pc->c], pc->e);
+  R[pc->a] = expr::binary(static_cast<expr::Bin>(pc->d), R[pc->b], R[pc->c], pc->e);
   NEXT();
 op_Add:
   R[pc->a] = vln_arith(R[pc->b], R[pc->c], 0, VLN_OP_ADD, u_add_u);

@@ -4,15 +4,10 @@
 
 namespace {
 
+using vmtest::Case;
 using vmtest::VmTest;
 
-struct Case {
-  const char* name;
-  const char* source;
-  const char* output;
-};
-
-class VmCalls : public VmTest, public ::testing::WithParamInterface<Case> {};
+class VmCalls : public vmtest::VmProgram {};
 
 TEST_P(VmCalls, GivesItsOutput) { EXPECT_EQ(run(GetParam().source), GetParam().output); }
 
@@ -104,8 +99,7 @@ const Case kCases[] = {
      "         2          3\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Programs, VmCalls, ::testing::ValuesIn(kCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Programs, VmCalls, ::testing::ValuesIn(kCases), vmtest::case_name);
 
 TEST_F(VmTest, SourcesCallEachOtherAndStaticFunctionsStayInTheirFile)
 {

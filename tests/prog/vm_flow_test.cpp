@@ -4,15 +4,10 @@
 
 namespace {
 
+using vmtest::Case;
 using vmtest::VmTest;
 
-struct Case {
-  const char* name;
-  const char* source;
-  const char* output;
-};
-
-class VmFlow : public VmTest, public ::testing::WithParamInterface<Case> {};
+class VmFlow : public vmtest::VmProgram {};
 
 TEST_P(VmFlow, GivesItsOutput) { EXPECT_EQ(run(GetParam().source), GetParam().output); }
 
@@ -84,8 +79,7 @@ const Case kCases[] = {
      "         3          3\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Programs, VmFlow, ::testing::ValuesIn(kCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Programs, VmFlow, ::testing::ValuesIn(kCases), vmtest::case_name);
 
 // A number formula assigned to a LOCAL runs without temporaries; it must
 // give what the operators give through a memory variable, Decimals too,

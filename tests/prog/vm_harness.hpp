@@ -85,4 +85,19 @@ class VmTest : public vltest::VlTest {
   int status = -1;
 };
 
+// One program and the output it must give; name names the test.
+struct Case {
+  const char* name;
+  const char* source;
+  const char* output;
+};
+
+// A suite of whole programs, one test per Case.
+class VmProgram : public VmTest, public ::testing::WithParamInterface<Case> {};
+
+inline std::string case_name(const ::testing::TestParamInfo<Case>& info)
+{
+  return info.param.name;
+}
+
 }  // namespace vmtest
